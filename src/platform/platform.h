@@ -1,0 +1,101 @@
+// platform.h - all that the library asks of the operating system. Two implementations, posix.cpp
+// and win32.cpp, offer the same functions; no other file knows which system it runs on.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <ctime>
+
+namespace zor::platform {
+
+// Mutexes ------------------------------------------------------------------------------------
+
+// A recursive mutex in a block of its own. mutex_create returns it held by the calling thread, or
+// null when memory ran out (reported). A mutex is destroyed unlocked; null is ignored.
+struct Mutex;
+Mutex *mutex_create();
+void mutex_destroy(Mutex *mutex);
+void mutex_lock(Mutex *mutex); // waits without time-out
+void mutex_unlock(Mutex *mutex);
+
+// The one lock of the library. It exists from load to unload, so that it may be taken before the
+// library is started.
+Mutex *library_mutex();
+
+// Holds a mutex for the length of a scope, or until unlock().
+class Lock {
+public:
+    explicit Lock(Mutex *mutex) : mutex_(mutex) { mutex_lock(mutex); }
+    ~Lock() { unlock(); }
+    Lock(const Lock &) = delete;
+    Lock &operator=(const Lock &) = delete;
+    void unlock() {
+        if (mutex_ != nullptr)
+            mutex_unlock(mutex_);
+        mutex_ = nullptr;
+    }
+
+private:
+    Mutex *mutex_;
+};
+
+// Files --------------------------------------------------------------------------------------
+
+// Switches the runtime's default file mode to binary for the length of a scope, where there is such
+// a thing.
+class BinaryMode {
+public:
+    BinaryMode();
+    ~BinaryMode();
+    BinaryMode(const BinaryMode &) = delete;
+    BinaryMode &operator=(const BinaryMode &) = delete;
+
+private:
+    int saved_;
+};
+
+// fopen, and fseek and ftell with 64-bit positions. Names are bytes as the application gave them.
+// remove_file deletes regular files only: a device that was written to is nobody's to delete.
+FILE *open_file(const char *path, const char *mode);
+int seek_file(FILE *file, int64_t position, int origin);
+int64_t tell_file(FILE *file);
+int remove_file(const char *path);
+
+// Puts a standard stream into binary mode, where there is such a thing.
+void make_binary(FILE *file);
+
+// Whether a file exists: 1 it does, 0 it does not (no such file), -1 the system cannot tell.
+int file_exists(const char *path);
+
+// Whether a path starts at a root of its own: a leading '/', and on Windows a leading backslash or
+// a drive letter.
+bool is_absolute(const char *path);
+
+// Modules ------------------------------------------------------------------------------------
+
+// Address of an exported symbol, or null. Function addresses are copied into function pointers with
+// memcpy.
+void *module_symbol(void *module, const char *name);
+
+// The machine --------------------------------------------------------------------------------
+
+// Shows a fatal error where there is a box to show it in; "FATAL, message" is formatted by the
+// caller. The caller aborts.
+void fatal_box(const char *text);
+
+// Name of the user and of the host; false when the system cannot tell.
+bool user_name(char *buffer, size_t size);
+bool host_name(char *buffer, size_t size);
+
+// Milliseconds from an arbitrary start; wraps around. Differences are unsigned.
+uint32_t tick_count();
+
+// The system's texts for error numbers: how many there are, and the text of one in that range.
+int error_text_count();
+const char *error_text(int number);
+
+// Seconds since 1970 as a calendar time of this place; false when it cannot be expressed.
+bool local_time(int64_t seconds, std::tm *result);
+
+} // namespace zor::platform

@@ -1,0 +1,156 @@
+// posix.cpp - the platform functions on POSIX systems.
+#include "platform/platform.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <dlfcn.h>
+#include <link.h>
+#include <pthread.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "zor/err.h"
+
+namespace zor::platform {
+
+struct Mutex {
+    pthread_mutex_t handle;
+};
+
+namespace {
+
+void init_recursive(pthread_mutex_t *handle) {
+    pthread_mutexattr_t attributes;
+    pthread_mutexattr_init(&attributes);
+    pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);
+    pthread_mutex_init(handle, &attributes);
+    pthread_mutexattr_destroy(&attributes);
+}
+
+} // namespace
+
+Mutex *mutex_create() {
+    auto *mutex = static_cast<Mutex *>(ERR_malloc(sizeof(Mutex)));
+    if (mutex == nullptr)
+        return nullptr;
+    init_recursive(&mutex->handle);
+    // Nobody else knows it, so there is no wait, and no order to keep with locks already held.
+    pthread_mutex_trylock(&mutex->handle);
+    return mutex;
+}
+
+void mutex_destroy(Mutex *mutex) {
+    if (mutex == nullptr)
+        return;
+    pthread_mutex_destroy(&mutex->handle);
+    ERR_free(mutex);
+}
+
+void mutex_lock(Mutex *mutex) { pthread_mutex_lock(&mutex->handle); }
+
+void mutex_unlock(Mutex *mutex) { pthread_mutex_unlock(&mutex->handle); }
+
+Mutex *library_mutex() {
+    static Mutex *const mutex = [] {
+        static Mutex storage;
+        init_recursive(&storage.handle);
+        return &storage;
+    }();
+    return mutex;
+}
+
+BinaryMode::BinaryMode() : saved_(0) {}
+BinaryMode::~BinaryMode() { static_cast<void>(saved_); }
+
+FILE *open_file(const char *path, const char *mode) {
+    FILE *file = std::fopen(path, mode);
+    struct stat status;
+    if (file == nullptr || fstat(fileno(file), &status) != 0 || !S_ISDIR(status.st_mode))
+        return file;
+    // Opening a directory for reading succeeds, and only reading it fails.
+    std::fclose(file);
+    errno = EISDIR;
+    return nullptr;
+}
+
+int seek_file(FILE *file, int64_t position, int origin) {
+    return fseeko(file, static_cast<off_t>(position), origin);
+}
+
+int64_t tell_file(FILE *file) { return ftello(file); }
+
+int remove_file(const char *path) {
+    struct stat status;
+    if (stat(path, &status) != 0 || !S_ISREG(status.st_mode))
+        return -1;
+    return std::remove(path);
+}
+
+void make_binary(FILE *) {}
+
+int file_exists(const char *path) {
+    struct stat status;
+    if (stat(path, &status) == 0)
+        return 1;
+    return errno == ENOENT ? 0 : -1;
+}
+
+bool is_absolute(const char *path) { return path[0] == '/'; }
+
+void *module_symbol(void *module, const char *name) {
+    // dlsym also looks in the libraries that the module depends on; only its own symbols count.
+    void *address = dlsym(module, name);
+    link_map *owner = nullptr;
+    link_map *own = nullptr;
+    Dl_info info;
+    if (address == nullptr ||
+        dladdr1(address, &info, reinterpret_cast<void **>(&owner), RTLD_DL_LINKMAP) == 0 ||
+        dlinfo(module, RTLD_DI_LINKMAP, static_cast<void *>(&own)) != 0 || owner != own)
+        return nullptr;
+    return address;
+}
+
+void fatal_box(const char *) {} // the standard error stream has it already
+
+bool user_name(char *buffer, size_t size) {
+    // getpwuid itself is not safe beside other threads; the environment is the second choice.
+    char storage[4096];
+    passwd record;
+    passwd *found = nullptr;
+    const char *name = nullptr;
+    if (getpwuid_r(geteuid(), &record, storage, sizeof storage, &found) == 0 && found != nullptr)
+        name = found->pw_name;
+    if (name == nullptr)
+        name = std::getenv("USER");
+    if (name == nullptr)
+        return false;
+    std::snprintf(buffer, size, "%s", name);
+    return true;
+}
+
+bool host_name(char *buffer, size_t size) {
+    if (gethostname(buffer, size) != 0)
+        return false;
+    buffer[size - 1] = '\0'; // a name that was cut may lack it
+    return true;
+}
+
+uint32_t tick_count() {
+    timespec now;
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<uint32_t>(static_cast<uint64_t>(now.tv_sec) * 1000U +
+                                 static_cast<uint64_t>(now.tv_nsec) / 1000000U);
+}
+
+int error_text_count() { return 134; } // the system numbers its errors from 0 to 133
+
+const char *error_text(int number) { return std::strerror(number); }
+
+bool local_time(int64_t seconds, std::tm *result) {
+    const auto time = static_cast<time_t>(seconds);
+    return time == seconds && localtime_r(&time, result) != nullptr;
+}
+
+} // namespace zor::platform

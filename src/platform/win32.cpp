@@ -1,0 +1,130 @@
+// win32.cpp - the platform functions on Windows.
+#include "platform/platform.h"
+
+#include <cctype>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <io.h>
+#include <sys/stat.h>
+
+// winsock2.h must come before windows.h.
+#include <winsock2.h>
+
+#include <windows.h>
+
+#include "zor/messages.h"
+
+namespace zor::platform {
+
+struct Mutex {
+    HANDLE handle;
+};
+
+Mutex *mutex_create() {
+    auto *mutex = static_cast<Mutex *>(ERR_malloc(sizeof(Mutex)));
+    if (mutex == nullptr)
+        return nullptr;
+    mutex->handle = CreateMutexA(nullptr, TRUE, nullptr);
+    if (mutex->handle == nullptr) {
+        ERR_report_cat(zor__msg_cat, ZOR_MSG_NO_MEMORY);
+        ERR_free(mutex);
+        return nullptr;
+    }
+    return mutex;
+}
+
+void mutex_destroy(Mutex *mutex) {
+    if (mutex == nullptr)
+        return;
+    CloseHandle(mutex->handle);
+    ERR_free(mutex);
+}
+
+void mutex_lock(Mutex *mutex) { WaitForSingleObject(mutex->handle, INFINITE); }
+
+void mutex_unlock(Mutex *mutex) { ReleaseMutex(mutex->handle); }
+
+Mutex *library_mutex() {
+    static Mutex mutex = {CreateMutexA(nullptr, FALSE, nullptr)};
+    return &mutex;
+}
+
+BinaryMode::BinaryMode() : saved_(_fmode) { _fmode = _O_BINARY; }
+BinaryMode::~BinaryMode() { _fmode = saved_; }
+
+FILE *open_file(const char *path, const char *mode) { return std::fopen(path, mode); }
+
+int seek_file(FILE *file, int64_t position, int origin) {
+    return _fseeki64(file, position, origin);
+}
+
+int64_t tell_file(FILE *file) { return _ftelli64(file); }
+
+int remove_file(const char *path) {
+    struct __stat64 status;
+    if (_stat64(path, &status) != 0 || (status.st_mode & _S_IFMT) != _S_IFREG)
+        return -1;
+    return std::remove(path);
+}
+
+void make_binary(FILE *file) { _setmode(_fileno(file), _O_BINARY); }
+
+int file_exists(const char *path) {
+    struct __stat64 status;
+    if (_stat64(path, &status) == 0)
+        return 1;
+    return errno == ENOENT ? 0 : -1;
+}
+
+bool is_absolute(const char *path) {
+    if (path[0] == '/' || path[0] == '\\')
+        return true;
+    return std::isalpha(static_cast<unsigned char>(path[0])) != 0 && path[1] == ':';
+}
+
+void *module_symbol(void *module, const char *name) {
+    const FARPROC address = GetProcAddress(static_cast<HMODULE>(module), name);
+    void *symbol;
+    static_assert(sizeof symbol == sizeof address);
+    std::memcpy(&symbol, &address, sizeof symbol);
+    return symbol;
+}
+
+void fatal_box(const char *text) { MessageBoxA(nullptr, text, "Fatal Error", MB_OK); }
+
+bool user_name(char *buffer, size_t size) {
+    auto length = static_cast<DWORD>(size);
+    return GetUserNameA(buffer, &length) != 0;
+}
+
+bool host_name(char *buffer, size_t size) {
+    // The socket library answers only between start-up and clean-up; both are counted.
+    WSADATA data;
+    if (WSAStartup(MAKEWORD(2, 2), &data) != 0)
+        return false;
+    const bool known = gethostname(buffer, static_cast<int>(size)) == 0;
+    WSACleanup();
+    return known;
+}
+
+uint32_t tick_count() { return GetTickCount(); }
+
+int error_text_count() { return _sys_nerr; }
+
+const char *error_text(int number) { return std::strerror(number); }
+
+bool local_time(int64_t seconds, std::tm *result) {
+    const __time64_t time = seconds;
+    return _localtime64_s(result, &time) == 0;
+}
+
+} // namespace zor::platform
+
+// Nothing is built up at load: threads need not be announced to the library.
+extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID) {
+    if (reason == DLL_PROCESS_ATTACH)
+        DisableThreadLibraryCalls(instance);
+    return TRUE;
+}

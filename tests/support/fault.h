@@ -1,0 +1,73 @@
+// fault.h - lets allocations fail on purpose. For tests linked with the library's own objects.
+//
+//     for_each_failing_allocation([](Fault &) { ...one scenario, start to end... });
+//
+// runs the scenario again and again, the first, second, third... allocation failing each time, until
+// a run gets by without the failure.
+#pragma once
+
+#include <cstdlib>
+
+#include "err/memory.h"
+#include "zor/err.h"
+
+class Fault {
+public:
+    // The n-th allocation from now on fails, counted from 1; with "all" also every later one.
+    explicit Fault(long n, bool all = false) : left_(n), all_(all) {
+        active_ = this;
+        zor::set_allocator({&Fault::allocate, &Fault::reallocate, &Fault::release});
+    }
+    ~Fault() {
+        zor::set_allocator({std::malloc, std::realloc, std::free});
+        active_ = nullptr;
+    }
+    Fault(const Fault &) = delete;
+    Fault &operator=(const Fault &) = delete;
+
+    [[nodiscard]] bool struck() const { return struck_; }
+
+    // Blocks handed out and not given back while this was active.
+    [[nodiscard]] long live() const { return live_; }
+
+private:
+    bool fails() {
+        --left_;
+        const bool failing = left_ == 0 || (all_ && left_ < 0);
+        struck_ = struck_ || failing;
+        return failing;
+    }
+    static void *allocate(size_t size) {
+        if (active_->fails())
+            return nullptr;
+        ++active_->live_;
+        return std::malloc(size);
+    }
+    static void *reallocate(void *block, size_t size) {
+        if (active_->fails())
+            return nullptr;
+        active_->live_ += block == nullptr ? 1 : 0;
+        return std::realloc(block, size);
+    }
+    static void release(void *block) {
+        active_->live_ -= block != nullptr ? 1 : 0;
+        std::free(block);
+    }
+
+    inline static Fault *active_ = nullptr;
+    long left_;
+    bool all_;
+    bool struck_ = false;
+    long live_ = 0;
+};
+
+// Runs a scenario with each of its allocations failing in turn. Returns how many there were.
+template<class Scenario>
+long for_each_failing_allocation(Scenario scenario) {
+    for (long n = 1;; ++n) {
+        Fault fault(n);
+        scenario(fault);
+        if (!fault.struck())
+            return n - 1;
+    }
+}
