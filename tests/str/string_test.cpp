@@ -1,0 +1,153 @@
+// string_test.cpp - building, comparing, editing and classifying strings; shared strings.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+
+#include "str/array.h"
+#include "support/fault.h"
+#include "support/report_log.h"
+#include "texts.h"
+#include "zor/str.h"
+
+namespace {
+
+TEST(Growing, ResultsAndClamps) {
+    EXPECT_EQ(take(STR_more(STR_save("abc"), 2)) + take(STR_more(STR_save(nullptr), -3)), "ab");
+    EXPECT_EQ(take(STR_n_save("abc", 9)) + take(STR_n_save("abc", -1)), "abc");
+    EXPECT_EQ(take(STR_save_n(3, "ab", "", "cd")) + take(STR_save_n(-1, "x")), "abcd");
+    EXPECT_EQ(take(STR_append(STR_save("ab"), "cd")) + take(STR_append(nullptr, "ef")), "abcdef");
+    EXPECT_EQ(take(STR_insert(STR_save("bc"), 'a', -1)), "abc");
+    EXPECT_EQ(take(STR_insert(STR_insert(nullptr, 'b', 3), 'c', 99)), "bc");
+    EXPECT_EQ(take(STR_n_insert(STR_save("ad"), "bcx", 1, 2)), "abcd");
+    EXPECT_EQ(take(STR_n_insert(STR_n_insert(nullptr, "ad", 1, 9), "bc", 1, -1)), "ad");
+    char *padded = STR_n_append(STR_n_append(STR_save("a"), "bcd", 1), "c", 4);
+    EXPECT_EQ(std::string(padded, 7), std::string("abc\0\0\0\0", 7));
+    ERR_free(padded);
+}
+
+TEST(Growing, LengthsAreNotWrapped) {
+    // With 32-bit pointers no block is as large as that, and the allocator is not even asked.
+    void *(*const refuse)(void *, size_t) = [](void *, size_t size) -> void * {
+        EXPECT_EQ(size, size_t{INT32_MAX} + 4);
+        return nullptr;
+    };
+    zor::set_allocator({std::malloc, refuse, std::free});
+    EXPECT_EQ(STR_n_append(block("abc").data(), "x", INT32_MAX), nullptr);
+    zor::set_allocator({std::malloc, std::realloc, std::free});
+}
+
+TEST(Growing, FailuresAreSilentAndLeakNothing) {
+    ReportLog log;
+    const long allocations = for_each_failing_allocation([](Fault &fault) {
+        char *string = STR_save_n(2, "a", "b");
+        const auto grow = [&string](char *grown) { string = grown != nullptr ? grown : string; };
+        grow(STR_append(string, "cd"));
+        grow(STR_n_append(string, "ef", 2));
+        grow(STR_insert(string, 'x', 1));
+        grow(STR_more(string, 20));
+        char *expanded = nullptr;
+        STR_expand_filename("name", &expanded);
+        auto line = block(" one two ");
+        char **words = STR_parse(line.data());
+        EXPECT_STREQ(line.data(), words == nullptr ? " one two " : " one");
+        STR_undefine(STR_define("shared"));
+        for (char *text : {string, expanded})
+            ERR_free(text);
+        ERR_free(words);
+        EXPECT_EQ(fault.live(), 0);
+    });
+    EXPECT_EQ(allocations, 9);
+    EXPECT_TRUE(log.reports.empty()) << log.text();
+}
+
+TEST(Editing, InPlace) {
+    EXPECT_STREQ(STR_remove(block("banana").data(), 'a'), "bnana");
+    EXPECT_STREQ(STR_remove(block("ab").data(), '\0'), "ab");
+    EXPECT_STREQ(STR_remove_reverse(block("banana").data(), 'b'), "anana");
+    EXPECT_STREQ(STR_remove_all(block("banana").data(), 'a'), "bnn");
+    for (int32_t nowhere : {-1, 3, INT32_MAX})
+        EXPECT_STREQ(STR_remove_index(block("abc").data(), nowhere), "abc");
+    EXPECT_STREQ(STR_n_remove_index(block("abc").data(), -1, 2), "bc");
+    EXPECT_STREQ(STR_n_remove_index(block("abc").data(), 1, INT32_MAX), "a");
+    char padded[] = {'a', 'b', '\0', 'x', 'x', 'x'};
+    EXPECT_STREQ(STR_pad(padded, '.', 4), "ab..");
+    EXPECT_STREQ(STR_pad(block("abc").data(), '.', 2), "abc");
+    EXPECT_STREQ(STR_reverse(block("abcd").data()), "dcba");
+    EXPECT_STREQ(STR_tolower(block("A\xC4z[").data()), "a\xC4z[");
+    EXPECT_STREQ(STR_toupper(block("a\xE4Z{").data()), "A\xE4Z{");
+}
+
+TEST(Comparing, CharactersAreSigned) {
+    EXPECT_EQ(STR_compare("ab", "a"), 'b');
+    EXPECT_EQ(STR_compare("\x80", "\x7F"), -255);
+    EXPECT_EQ(STR_abbr_compare("h*\xFF", "ha"), -1 - 'a');
+    EXPECT_EQ(STR_abbr_compare("he*lp", "help*"), 0);
+    EXPECT_EQ(STR_n_compare("abc", "abd", 2), 0);
+    EXPECT_EQ(STR_n_compare("ab\0x", "ab\0y", 9), 0); // nothing counts behind the end
+    EXPECT_EQ(STR_length("abc") - STR_length(nullptr), 3u);
+    for (int32_t n : {INT32_MIN, 0, 1, 2})
+        EXPECT_EQ(STR_n_compare("a", "bx", n), -1) << n;
+    EXPECT_EQ(STR_hash("", 7) + STR_hash(nullptr, 7), 0u);
+    EXPECT_EQ(STR_hash("\xE9", UINT32_MAX), UINT32_MAX - 22); // -23 in 32 bits
+    EXPECT_EQ(STR_hash("a longer n\xE9me.####.ext", 1000000007), 783578357u);
+    // Null has no characters: it goes by its address.
+    EXPECT_EQ(STR_compare(nullptr, nullptr), 0);
+    EXPECT_LT(STR_n_compare(nullptr, "", 1), 0);
+    EXPECT_GT(STR_abbr_compare("", nullptr), 0);
+}
+
+TEST(Comparing, Abbreviations) {
+    for (const char *word : {"he", "hel", "help"})
+        EXPECT_TRUE(STR_abbr(word, "he*lp")) << word;
+    for (const char *word : {"", "h", "helps", "hex"})
+        EXPECT_FALSE(STR_abbr(word, "he*lp")) << word;
+    EXPECT_TRUE(STR_abbr("help", "help"));
+    EXPECT_FALSE(STR_abbr("hel", "help") || STR_abbr(nullptr, "help"));
+}
+
+TEST(Searching, ForASpaceSkipsTheFirstCharacter) {
+    const char *text = "  x\xA0";
+    EXPECT_EQ(STR_find_space(text), text + 1);
+    EXPECT_EQ(STR_find_space(text + 2), text + 4);
+    EXPECT_EQ(STR_find_space(text + 4), text + 4);
+    EXPECT_EQ(STR_skip_space(text), text + 2);
+}
+
+TEST(Classifying, Numbers) {
+    for (const char *text : {"0", "-12", "2147483647", "-2147483648", "+2147483647", "0000000001"})
+        EXPECT_TRUE(STR_is_integer(text)) << text;
+    for (const char *text :
+         {"", "+", "2147483648", "-2147483649", "+2147483648", "02147483647", "--1", " 1", "1 "})
+        EXPECT_FALSE(STR_is_integer(text)) << text;
+    EXPECT_FALSE(STR_is_integer(nullptr) || STR_is_real(nullptr) || STR_is_numeric(nullptr));
+    for (const char *text : {"+", "-", ".", "1.", ".5", "1e+", "e5", "-1.5E-07"})
+        EXPECT_TRUE(STR_is_real(text)) << text;
+    for (const char *text : {"", "1e", "1ex", "1.5x", "1.2.3", "1e5.", " 1", "+-1"})
+        EXPECT_FALSE(STR_is_real(text)) << text;
+    EXPECT_TRUE(STR_is_numeric("02147483648"));
+    EXPECT_FALSE(STR_is_numeric("") || STR_is_numeric("-1") || STR_is_numeric("1 "));
+}
+
+TEST(Sharing, TextsLiveUntilTheLastUndefine) {
+    Fault watch(INT32_MAX); // counts blocks, fails nothing
+    const char *first = STR_define("text");
+    EXPECT_EQ(STR_define(std::string("text").c_str()), first);
+    EXPECT_EQ(STR_undefine("other") + STR_undefine(nullptr) + STR_undefine(first), 0);
+    EXPECT_STREQ(first, "text");
+    EXPECT_EQ(watch.live(), 2);
+    STR_undefine(first);
+    EXPECT_EQ(watch.live(), 0);
+
+    // More texts than buckets: chains are walked, and cut at their ends and between.
+    constexpr int count = 4000;
+    char **array = str__array_more(nullptr, count);
+    for (int i = 0; i < count; ++i)
+        array[i] = const_cast<char *>(STR_define(std::to_string(i * 7919 % count).c_str()));
+    array[count] = nullptr;
+    EXPECT_EQ(watch.live(), 2 * count + 1) << "an entry and a copy for each text, and the array";
+    std::sort(array, array + count, [](char *a, char *b) { return std::stoi(a) < std::stoi(b); });
+    STR_undefine_array(array);
+    EXPECT_EQ(watch.live(), 0);
+}
+
+} // namespace
