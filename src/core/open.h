@@ -1,0 +1,24 @@
+// open.h - the steps of opening that reading and writing share.
+#pragma once
+
+#include "zor/driver.h"
+
+namespace zor {
+
+// Open a handle for reading or writing; null on failure, reported.
+ZOR_IMAGE *open_for_reading(const ZOR_INFO &info);
+ZOR_IMAGE *open_for_writing(const ZOR_INFO &info);
+
+// Chooses the driver of a handle: by key when it has one, else by the file name's extension, else
+// the one of the default key, which then becomes the handle's. Null when there is none: reported,
+// ZOR_E_KEY or ZOR_E_MEMORY.
+const ZOR_DRIVER *choose_driver(ZOR_IMAGE *image);
+
+// Gives a handle private copies of its driver's key and extension. An extension it has already
+// stays. False when memory ran out (reported).
+bool adopt_driver(ZOR_IMAGE *image, const ZOR_DRIVER &driver);
+
+// Reports that memory ran out; for copies of texts, which report nothing. Returns null.
+ZOR_IMAGE *fail_memory();
+
+} // namespace zor

@@ -1,0 +1,73 @@
+// scan.cpp - moving scanlines and rasters through an open image.
+#include "err/status.h"
+#include "platform/platform.h"
+#include "zor/driver.h"
+
+using zor::platform::Lock;
+using zor::platform::Mutex;
+
+namespace {
+
+// Runs one of the handle's line functions under its lock. A transfer that succeeds is remembered as
+// the last one.
+template<class Function, class... Words>
+int transfer(ZOR_IMAGE *image, Function ZOR_IMAGE::*function, int32_t y, Words... words) {
+    if (image == nullptr)
+        return zor::set_status(ZOR_E_UNSUPPORTED);
+    const Lock lock(static_cast<Mutex *>(image->lock));
+    if (image->*function == nullptr || image->data[0] == nullptr)
+        return zor::set_status(ZOR_E_UNSUPPORTED);
+    const int result = (image->*function)(image->data[0], y, words...);
+    if (result == 0)
+        image->last_scanline = y;
+    return result;
+}
+
+// The same for rasters, which leave no last line behind. A driver without them earns a warning and
+// keeps zor__err as it was.
+template<class... Words>
+int raster(ZOR_IMAGE *image, ZOR_RASTER_FUNCTION ZOR_IMAGE::*function, Words... words) {
+    if (image == nullptr)
+        return zor::set_status(ZOR_E_UNSUPPORTED);
+    Lock lock(static_cast<Mutex *>(image->lock));
+    if (image->*function == nullptr) {
+        lock.unlock();
+        const auto text = [](const char *given) { return given != nullptr ? given : ""; };
+        ERR_report_cat(zor__msg_cat, ZOR_MSG_NO_RASTER, text(image->file_name), text(image->key));
+        return ZOR_E_UNSUPPORTED;
+    }
+    const int result = (image->*function)(image->data[0], words...);
+    image->last_scanline = -1;
+    return result;
+}
+
+} // namespace
+
+int ZOR_scan_read(ZOR_IMAGE *image, int32_t y, void ***rows) {
+    // A reader stores the address of its channel pointers through rows.
+    return transfer(image, &ZOR_IMAGE::scan, y, reinterpret_cast<void **>(rows));
+}
+
+int ZOR_scan_write(ZOR_IMAGE *image, int32_t y, void **rows) {
+    return transfer(image, &ZOR_IMAGE::scan, y, rows);
+}
+
+int ZOR_direct_scan_read(ZOR_IMAGE *image, int32_t y, ZOR_WORD channels, ZOR_WORD first,
+                         ZOR_WORD last, ZOR_WORD flags) {
+    return transfer(image, &ZOR_IMAGE::direct_scan, y, channels, first, last, flags);
+}
+
+int ZOR_direct_scan_write(ZOR_IMAGE *image, int32_t y, ZOR_WORD channels, ZOR_WORD first,
+                          ZOR_WORD last, ZOR_WORD flags) {
+    return transfer(image, &ZOR_IMAGE::direct_scan, y, channels, first, last, flags);
+}
+
+int ZOR_get_raster(ZOR_IMAGE *image, ZOR_WORD channels, ZOR_WORD left, ZOR_WORD right,
+                   ZOR_WORD bottom, ZOR_WORD top) {
+    return raster(image, &ZOR_IMAGE::raster, channels, left, right, bottom, top);
+}
+
+int ZOR_get_region(ZOR_IMAGE *image, ZOR_WORD channels, ZOR_WORD left, ZOR_WORD right,
+                   ZOR_WORD bottom, ZOR_WORD top) {
+    return raster(image, &ZOR_IMAGE::region, channels, left, right, bottom, top);
+}
