@@ -1,0 +1,33 @@
+// reader.h - what an open MOX file is made of while it is read.
+#pragma once
+
+#include "drivers/mox/channel_groups.h"
+#include "drivers/mox/stream.h"
+
+namespace zor::mox {
+
+// Shared by the sub-images of a file.
+struct Reader {
+    ReadStream stream;
+    uint64_t memory; // bytes taken so far, at least
+};
+
+// One sub-image: the content of a data slot.
+struct ReadImage {
+    Reader *reader;
+    int32_t win_bottom, win_top;
+    int32_t act_bottom, act_top;
+    int32_t left, active, right; // samples of a row: margin, stored, margin
+    ChannelGroup groups[num_groups];
+    int32_t max_record; // bytes of a channel's data that are believed
+    void **channels;    // belongs to the handle
+    uint32_t *table;    // position of every active row, from act_bottom up; owned
+};
+
+inline int32_t row_width(const ReadImage &sub) { return sub.left + sub.active + sub.right; }
+inline int32_t num_active_rows(const ReadImage &sub) { return sub.act_top - sub.act_bottom + 1; }
+
+// The scan function of a read handle.
+int read_scanline(void *state, int y, void **rows);
+
+} // namespace zor::mox

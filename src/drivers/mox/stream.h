@@ -1,0 +1,101 @@
+// stream.h - files read and written in large blocks.
+//
+// A system call for each record costs more than decoding it, and the buffer of a FILE is too small
+// to help: files that the driver opened itself are unbuffered, and these streams move them in
+// blocks of their own. Standard streams keep their buffer and are never positioned.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+
+#include "zor/driver.h"
+
+namespace zor::mox {
+
+constexpr size_t block_size = size_t{256} * 1024;
+
+// The file functions that streams use, so that tests can make one fail. They set errno when they
+// do.
+struct FileCalls {
+    size_t (*read)(void *bytes, size_t size, FILE *file);
+    size_t (*write)(const void *bytes, size_t size, FILE *file);
+    int (*seek)(FILE *file, int64_t position, int origin);
+    int (*close)(ZOR_IMAGE *image, FILE *file);
+};
+extern const FileCalls system_file_calls;
+void set_file_calls(const FileCalls *calls); // which must stay
+const FileCalls &file_calls();
+
+// The handle's file, opened and unbuffered unless it is a standard stream; null when that failed
+// (reported).
+FILE *open_file(ZOR_IMAGE *image);
+bool is_standard(FILE *file);
+
+// The system's text for an error number, or another one for 0, which stands for no error at all.
+const char *error_text(int error, const char *otherwise);
+
+// A file being read. Start with open_reading; free block when done. Any number of bytes up to a
+// block may be taken at a time, in any order on files that can be positioned.
+struct ReadStream {
+    FILE *file;
+    uint8_t *block; // block_size bytes and codec_slack more
+    int64_t size;   // of the file; -1: not known
+    bool can_seek;
+    int error;        // of the latest failure, 0 when the file just ended
+    int64_t position; // of the next byte to take
+    int64_t start;    // what the block holds: bytes [start, end) of the file
+    int64_t end;
+    int64_t file_position; // where the file stands; -1: not known
+    int64_t read_ahead;    // bytes to read at a time
+    int64_t line;          // where the latest two seeks went
+    int64_t line_before;
+};
+
+// False when the block cannot be allocated (reported).
+bool open_reading(ReadStream *stream, FILE *file);
+
+// Makes the position the place of the next take. Costs nothing until then.
+void seek(ReadStream *stream, int64_t position);
+
+// The next size bytes, a block at most, with codec_slack bytes readable behind them; valid until the
+// next look or take. Null when the file ends before, or cannot be read: error tells, and what was
+// looked at before can be again.
+const uint8_t *look(ReadStream *stream, size_t size);
+
+// The same, and moves the position behind them.
+const uint8_t *take(ReadStream *stream, size_t size);
+
+// Bytes there are in the file, as far as one can know.
+int64_t known_size(const ReadStream &stream);
+
+// A file being written. Start with open_writing; free block when done. After a failure everything
+// else fails too.
+struct WriteStream {
+    FILE *file;
+    uint8_t *block; // block_size bytes
+    size_t filled;
+    int64_t start; // place of the block in the file
+    bool failed;
+    int error;
+};
+
+// False when the block cannot be allocated (reported). The file may be given later.
+bool open_writing(WriteStream *stream);
+
+inline int64_t current_position(const WriteStream &stream) {
+    return stream.start + static_cast<int64_t>(stream.filled);
+}
+
+// Room for size bytes, a block at most, at the current position; null after a failure. What was put
+// there becomes part of the file with advance.
+uint8_t *room(WriteStream *stream, size_t size);
+inline void advance(WriteStream *stream, size_t size) { stream->filled += size; }
+
+// Append bytes, null standing for zeros; write out what is pending; overwrite bytes written
+// before, after which nothing can be appended any more. False on failure.
+bool append(WriteStream *stream, const void *bytes, size_t size);
+bool flush(WriteStream *stream);
+bool patch(WriteStream *stream, int64_t position, const void *bytes, size_t size);
+
+} // namespace zor::mox

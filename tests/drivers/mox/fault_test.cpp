@@ -1,0 +1,149 @@
+// fault_test.cpp - MOX files when memory, the disk or the file system give out.
+#include <cerrno>
+
+#include "drivers/mox/mox_files.h"
+#include "drivers/mox/stream.h"
+#include "support/fault.h"
+
+namespace {
+
+// File functions of which the n-th call fails.
+class FailingCalls {
+public:
+    explicit FailingCalls(int n, int number = EIO) {
+        left_ = n;
+        number_ = number;
+        zor::mox::set_file_calls(&calls_);
+    }
+    ~FailingCalls() { zor::mox::set_file_calls(&zor::mox::system_file_calls); }
+    FailingCalls(const FailingCalls &) = delete;
+    FailingCalls &operator=(const FailingCalls &) = delete;
+    [[nodiscard]] int left() const { return left_; }
+
+private:
+    template<class Result>
+    static Result fail(Result result, Result failure) {
+        if (--left_ != 0)
+            return result;
+        errno = number_;
+        return failure;
+    }
+    inline static int left_;
+    inline static int number_;
+    static constexpr zor::mox::FileCalls calls_ = {
+        // a read that failed has moved the file all the same
+        [](void *to, size_t n, FILE *file) { return fail<size_t>(std::fread(to, 1, n, file), 0); },
+        [](const void *from, size_t n, FILE *file) {
+            return left_ == 1 ? fail<size_t>(n, n - 1) : fail(std::fwrite(from, 1, n, file), n);
+        },
+        [](FILE *file, int64_t position, int origin) {
+            return fail(zor::mox::system_file_calls.seek(file, position, origin), -1);
+        },
+        [](ZOR_IMAGE *image, FILE *file) { return fail(zor__close_file(image, file), EOF); }};
+};
+
+class FaultTest : public MoxTest {
+protected:
+    // Writes two images. Returns the first failure's status. Once a scanline cannot be written the
+    // file is lost, which closing says, too.
+    int write_images() {
+        Request request(file, "mox");
+        for (int k = 0; k < 2; ++k)
+            if (ZOR_info_add_image(&request.info, 3000, 200) == nullptr)
+                return zor__err;
+        if (request.info.file_name == nullptr || request.info.key == nullptr)
+            return ZOR_E_MEMORY;
+        log.clear();
+        ZOR_IMAGE *image = request.open("w");
+        if (image == nullptr)
+            return zor__err;
+        for (int i = 0; i < 400; ++i)
+            if (write(image, i / 200, i % 200) != 0) {
+                log.clear();
+                expect({ZOR_E_WRITE, ZOR_MSG_CANNOT_WRITE_LINE}, write(image, i / 200, i % 200));
+                expect({ZOR_E_WRITE, ZOR_MSG_CANNOT_WRITE}, ZOR_close(image));
+                return ZOR_E_WRITE;
+            }
+        const int status = ZOR_close(image);
+        if (status != 0)
+            expect({ZOR_E_WRITE, ZOR_MSG_CANNOT_WRITE}, status);
+        return status;
+    }
+};
+
+TEST_F(FaultTest, EveryAllocationMayFail) {
+    const long writing = for_each_failing_allocation([&](const Fault &fault) {
+        const int status = write_images();
+        EXPECT_EQ(status, fault.struck() ? ZOR_E_MEMORY : 0);
+        EXPECT_EQ(fault.live(), 0);
+    });
+    const long reading = for_each_failing_allocation([&](const Fault &fault) {
+        Request request(file, "mox");
+        if (request.info.file_name == nullptr || request.info.key == nullptr)
+            return;
+        log.clear();
+        ZOR_IMAGE *image = request.open("r");
+        EXPECT_EQ(image == nullptr, fault.struck());
+        EXPECT_TRUE(image != nullptr || (zor__err == ZOR_E_MEMORY && log.has(ZOR_MSG_NO_MEMORY)));
+        EXPECT_TRUE(image == nullptr || (reads_back(image, 1, 199) && reads_back(image, 0, 3)));
+        ZOR_close(image);
+    });
+    EXPECT_GT(std::min(writing, reading), 20);
+}
+
+// Whatever fails in writing is told, and as long as it is not one of the last touches there are no
+// scanlines to be found afterwards.
+TEST_F(FaultTest, EveryCallMayFailInWriting) {
+    int calls = 0;
+    {
+        const FailingCalls none(1000);
+        EXPECT_EQ(write_images(), 0);
+        calls = 1000 - none.left();
+    }
+    EXPECT_GT(calls, 12);
+    for (int n = 1; n <= calls; ++n) {
+        SCOPED_TRACE(n);
+        {
+            const FailingCalls failing(n, ENOSPC);
+            EXPECT_EQ(write_images(), ZOR_E_WRITE);
+        }
+        EXPECT_EQ(std::filesystem::exists(file), n > 1);
+        if (n == 1 || n > calls - 6) // two tables, the time, the close: a call or two each
+            continue;
+        Request request(file);
+        ZOR_IMAGE *image = request.open("r");
+        EXPECT_TRUE(image == nullptr || read(image, 0, 0) == ZOR_E_READ);
+        ZOR_close(image);
+    }
+}
+
+// A scanline can be read when the trouble is over.
+TEST_F(FaultTest, EveryCallMayFailInReading) {
+    ASSERT_EQ(write_images(), 0);
+    Request request(file);
+    for (int n = 1, left = 0; left <= 0; ++n) {
+        SCOPED_TRACE(n);
+        const FailingCalls failing(n);
+        ZOR_IMAGE *image = request.open("r");
+        EXPECT_TRUE(image != nullptr || zor__err == ZOR_E_NOT_THIS_TYPE || zor__err == ZOR_E_READ);
+        for (const int y : {150, 20, 149, 90, 0})
+            if (image != nullptr && !reads_back(image, 1, y)) {
+                EXPECT_EQ(zor__err, ZOR_E_READ);
+                EXPECT_NE(log.last().find(std::strerror(EIO)), std::string::npos) << log.last();
+                EXPECT_TRUE(reads_back(image, 1, y)) << y;
+            }
+        ZOR_close(image);
+        left = failing.left();
+        ASSERT_LT(n, 100);
+    }
+}
+
+// By way of a link; what is no file is not deleted.
+TEST_F(FaultTest, AFullDiskIsNoticedWhenTheFileIsCreated) {
+    std::filesystem::create_symlink("/dev/full", file);
+    EXPECT_EQ(write_images(), ZOR_E_WRITE);
+    EXPECT_TRUE(log.has_only(ZOR_MSG_CANNOT_WRITE)) << log.text();
+    EXPECT_TRUE(std::filesystem::exists("/dev/full"));
+}
+
+} // namespace

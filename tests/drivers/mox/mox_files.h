@@ -1,0 +1,167 @@
+// mox_files.h - what the tests of the MOX driver share: the library started with this executable as
+// its module, files as strings of bytes, and pictures whose samples can be told from their place.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <dlfcn.h>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "support/report_log.h"
+#include "zor/driver.h"
+
+extern "C" const char *imageKey; // of the module in this executable
+extern "C" const char *imageExtension;
+
+inline std::string load(const std::string &path) {
+    std::ifstream stream(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+// A picture of 10 x 4 with rows 1 and 2, columns 2 to 9 stored, all rows alike: a byte channel (7 7
+// 7 7 7 1 2 3), a 12-bit matte (0xABC) and a float auxiliary channel (1.0). Put together by hand.
+inline std::string small_file() { return load(TEST_DATA_DIR "small.mox"); }
+
+// Changes a file: a big-endian number, or a text with its terminator.
+inline void put(std::string &file, size_t at, size_t size, uint32_t value) {
+    for (size_t i = 0; i < size; ++i)
+        file[at + i] = static_cast<char>(value >> 8 * (size - 1 - i) & 0xFF);
+}
+inline void put_text(std::string &file, size_t at, const std::string &text) {
+    file.replace(at, text.size() + 1, text + '\0');
+}
+
+// The rows of one scanline, with samples that are a function of channel and place: long runs, then
+// noise. Samples outside the active window are 0 when they come from a file.
+struct Rows {
+    Rows(const ZOR_IMAGE_DESC &desc, int y, bool from_file) {
+        for (const ZOR_CHANNELS &group : {desc.image, desc.matte, desc.aux})
+            for (int i = 0; i < group.count; ++i)
+                add(desc, group, y, from_file);
+        for (auto &row : bytes)
+            pointers.push_back(row.data());
+    }
+    void add(const ZOR_IMAGE_DESC &desc, const ZOR_CHANNELS &group, int y, bool from_file) {
+        const auto size = static_cast<size_t>(ZOR_sample_size(group.type, group.bits));
+        const uint64_t mask = ~0ULL >> (64 - group.bits);
+        const int offset = 31 * y + 177 * static_cast<int>(bytes.size()) + 1;
+        auto &row = bytes.emplace_back();
+        for (int x = desc.win_left; x <= desc.win_right; ++x) {
+            const bool active = x >= desc.act_left && x <= desc.act_right && y >= desc.act_bottom &&
+                                y <= desc.act_top;
+            const auto seed = static_cast<uint64_t>((x % 500 < 400 ? x / 100 : x) + offset);
+            const uint64_t value = active || !from_file ? seed * 2654435761U >> 7 & mask : 0;
+            row.resize(row.size() + size);
+            std::memcpy(row.data() + row.size() - size, &value, size); // low byte first
+        }
+    }
+    std::vector<std::vector<uint8_t>> bytes;
+    std::vector<void *> pointers;
+};
+
+// A request to be filled in and opened.
+struct Request {
+    explicit Request(const std::string &path, const char *key = nullptr) {
+        ZOR_info_init(&info);
+        info.file_name = STR_save(path.c_str());
+        info.key = key != nullptr ? STR_save(key) : nullptr;
+    }
+    ~Request() { ZOR_info_cleanup(&info, 1); }
+    Request(const Request &) = delete;
+    Request &operator=(const Request &) = delete;
+    ZOR_IMAGE_DESC &add(int width, int height) { return *ZOR_info_add_image(&info, width, height); }
+    ZOR_IMAGE *open(const char *mode) { return ZOR_open(&info, mode); }
+
+    ZOR_INFO info;
+};
+
+// How a call should fail: {ZOR_E_READ, ZOR_MSG_CANNOT_READ}.
+struct Failure {
+    Failure(int failing_status, int, int, int, const char *message)
+        : status(failing_status), format(message) {}
+    int status;
+    std::string format;
+};
+
+class MoxTest : public testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        delivered_ = 0;
+        ASSERT_EQ(ZOR_init(nullptr, next_module), 0);
+    }
+    static void TearDownTestSuite() { ZOR_exit(); }
+
+    void SetUp() override {
+        // Thousands of small files: in memory where there is such a place.
+        const bool has_memory = std::filesystem::is_directory("/dev/shm");
+        directory = (has_memory ? "/dev/shm/" : testing::TempDir()).append("mox.XXXXXX");
+        ASSERT_NE(mkdtemp(directory.data()), nullptr);
+        file = directory + "/file.mox";
+    }
+    void TearDown() override { std::filesystem::remove_all(directory); }
+
+    // Opens bytes as a file.
+    ZOR_IMAGE *open_bytes(const std::string &bytes) {
+        std::ofstream(file, std::ios::binary) << bytes;
+        log.clear();
+        return Request(file, "mox").open("r");
+    }
+
+    // Whether the latest call failed as it should, having said so once.
+    void expect(const Failure &failure, int status) {
+        EXPECT_EQ(status, failure.status) << log.text();
+        EXPECT_EQ(zor__err, failure.status);
+        ASSERT_EQ(log.reports.size(), 1U) << log.text();
+        EXPECT_EQ(log.reports[0].format, failure.format) << log.text();
+        log.clear();
+    }
+    void expect_refused(const std::string &bytes, const Failure &failure) {
+        ZOR_IMAGE *image = open_bytes(bytes);
+        expect(failure, image == nullptr ? zor__err : 0);
+        ZOR_close(image);
+    }
+
+    // Scans of any sub-image, as operators see them. Rows that were read are scribbled on, as
+    // operators may do.
+    static int write(ZOR_IMAGE *image, int k, int y) {
+        return image->scan(image->data[k], y, Rows(image->images[k], y, false).pointers.data());
+    }
+    static int read(ZOR_IMAGE *image, int k, int y) {
+        void **rows;
+        return image->scan(image->data[k], y, reinterpret_cast<void **>(&rows));
+    }
+    static bool reads_back(ZOR_IMAGE *image, int k, int y) {
+        void **rows = nullptr;
+        bool equal = image->scan(image->data[k], y, reinterpret_cast<void **>(&rows)) == 0;
+        for (const auto &row : Rows(image->images[k], y, true).bytes) {
+            equal = equal && std::memcmp(*rows, row.data(), row.size()) == 0;
+            if (equal)
+                std::memset(*rows++, 0xAA, row.size());
+        }
+        return equal;
+    }
+    static void write_all(ZOR_IMAGE *image, int k) {
+        for (int y = image->images[k].win_bottom; y <= image->images[k].win_top; ++y)
+            ASSERT_EQ(write(image, k, y), 0);
+    }
+
+    ReportLog log;
+    std::string directory, file;
+
+private:
+    // The module poses as both of the formats.
+    static unsigned char next_module(void **module, const char **name) {
+        imageKey = delivered_ == 0 ? "mox" : "mob";
+        imageExtension = delivered_ == 0 ? ".mox" : ".mob";
+        *module = dlopen(nullptr, RTLD_NOW);
+        *name = imageKey;
+        return delivered_++ < 2 ? 1 : 0;
+    }
+    inline static int delivered_;
+};

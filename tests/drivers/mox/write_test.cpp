@@ -1,0 +1,184 @@
+// write_test.cpp - MOX files as they are written, and read back.
+#include <algorithm>
+#include <numeric>
+#include <random>
+#include <unistd.h>
+
+#include "drivers/mox/driver.h"
+#include "drivers/mox/mox_files.h"
+
+namespace {
+
+using WriteTest = MoxTest;
+
+// Also when scanlines out of sequence are tried on the way.
+TEST_F(WriteTest, CopiesAreEqualByteForByte) {
+    ZOR_IMAGE *image = open_bytes(small_file());
+    ASSERT_NE(image, nullptr) << log.text();
+    Request request("");
+    ZOR_info_cleanup(&request.info, 1);
+    ASSERT_EQ(ZOR_info_from_image(&request.info, image), 0);
+    const auto set = [](char **field, const std::string &text) {
+        ERR_free(*field);
+        *field = STR_save(text.c_str());
+    };
+    set(&request.info.file_name, file + ".copy");
+    set(&request.info.description, std::string(300, 'd')); // cut to its field
+    set(&request.info.time, "until the end");
+    request.info.images[0].aux.bits = 16; // floats have 32 whatever one says
+    ZOR_IMAGE *copy = request.open("w");
+    ASSERT_NE(copy, nullptr) << log.text();
+    for (int y = 0; y < 4; ++y) {
+        void **rows = nullptr;
+        EXPECT_EQ(ZOR_scan_read(image, y, &rows), 0);
+        expect({ZOR_E_SCANLINE, ZOR_MSG_BAD_SCANLINE}, ZOR_scan_write(copy, y + 1, rows));
+        EXPECT_EQ(ZOR_scan_write(copy, y, rows), 0);
+    }
+    expect({ZOR_E_SCANLINE, ZOR_MSG_BAD_SCANLINE}, write(copy, 0, 4));
+    EXPECT_EQ(ZOR_close(copy), 0);
+    EXPECT_EQ(load(file + ".copy"), small_file());
+    ZOR_close(image);
+}
+
+// All storages, in files large enough to be read in several blocks.
+TEST_F(WriteTest, ReadsBackWhatItWroteInAnyOrder) {
+    std::mt19937 random(1);
+    for (const auto &[type, bits] :
+         {std::pair(1, 1), {1, 8}, {1, 9}, {1, 16}, {1, 17}, {1, 32}, {2, 32}, {3, 64}})
+        for (const int margin : {0, 5}) {
+            Request request(file);
+            ZOR_IMAGE_DESC &desc = request.add(1500, 130);
+            desc.image = {2, type, bits};
+            desc.matte = {1, ZOR_C_INTEGER, 33 - std::min(bits, 32)};
+            desc.aux = {1, 4 - type, type == 3 ? 8 : 32 * (3 - type)};
+            desc.win_left = desc.win_bottom = margin;
+            desc.act_left = desc.act_bottom = 2 * margin;
+            desc.act_right -= margin;
+            desc.act_top -= margin;
+            ZOR_IMAGE *image = request.open("w");
+            ASSERT_NE(image, nullptr) << log.text();
+            ASSERT_NO_FATAL_FAILURE(write_all(image, 0));
+            ASSERT_EQ(ZOR_close(image), 0);
+
+            image = request.open("r");
+            ASSERT_NE(image, nullptr) << log.text();
+            EXPECT_EQ(image->images[0].image.bits, bits);
+            std::vector<int> order(static_cast<size_t>(130 - margin));
+            std::iota(order.begin(), order.end(), margin);
+            for (int pass = 0; pass < 3; ++pass) {
+                for (const int y : order)
+                    EXPECT_TRUE(reads_back(image, 0, y)) << type << " " << bits << " row " << y;
+                pass == 0 ? std::reverse(order.begin(), order.end())
+                          : std::shuffle(order.begin(), order.end(), random);
+            }
+            ZOR_close(image);
+        }
+}
+
+// Sub-images take their rows in any mixture. The last one has none: it comes at the end, with a
+// table that no reader takes for one.
+TEST_F(WriteTest, SubImagesAreChained) {
+    Request request(file);
+    request.add(40, 6);
+    request.add(300, 5).aux = {1, ZOR_C_FLOAT, 32};
+    request.add(9, 3).image = {1, ZOR_C_INTEGER, 16};
+    request.add(40, 5);
+    const int frames[] = {-1, -5, 7, 40000};
+    for (int k = 0; k < 4; ++k)
+        request.info.images[k].frame = frames[k];
+    ZOR_IMAGE *image = request.open("w");
+    ASSERT_NE(image, nullptr);
+    EXPECT_EQ(write(image, 2, 0), 0);
+    write_all(image, 0);
+    EXPECT_EQ(write(image, 2, 1) | write(image, 2, 2), 0);
+    write_all(image, 1);
+    EXPECT_EQ(ZOR_close(image), 0);
+    const std::string bytes = load(file);
+    EXPECT_EQ(bytes.substr(bytes.size() - 20), std::string(20, '\0'));
+
+    image = request.open("r");
+    ASSERT_NE(image, nullptr) << log.text();
+    ASSERT_EQ(ZOR_image_count(image), 4);
+    for (int y = 0; y < 3; ++y)
+        for (const int k : {2, 0, 1})
+            EXPECT_TRUE(reads_back(image, k, y)) << k << " " << y;
+    expect({ZOR_E_READ, ZOR_MSG_CANNOT_READ}, read(image, 3, 0));
+    const int clamped[] = {-1, 0, 7, 32767}; // to the field
+    for (int k = 0; k < 4; ++k)
+        EXPECT_EQ(image->images[k].frame, clamped[k]);
+    ZOR_close(image);
+}
+
+TEST_F(WriteTest, RefusesWhatItCannotStoreBeforeThereIsAFile) {
+    const struct {
+        int left, right;
+        ZOR_CHANNELS image, matte, aux;
+        Failure failure;
+    } cases[] = {
+        {0, 32768, {1, 1, 8}, {}, {}, {ZOR_E_WRITE, ZOR_MSG_CANNOT_WRITE}},
+        {-1, 7, {1, 1, 8}, {}, {}, {ZOR_E_WRITE, ZOR_MSG_CANNOT_WRITE}},
+        {0, 7, {4, 1, 8}, {}, {}, {ZOR_E_UNSUPPORTED, ZOR_MSG_IMAGE_TYPE}},
+        {0, 7, {1, 1, 8}, {1, 1, 40}, {}, {ZOR_E_UNSUPPORTED, ZOR_MSG_MATTE_WIDTH}},
+        // raw rows of more than 65535 bytes
+        {0, 8191, {1, 3, 64}, {}, {}, {ZOR_E_UNSUPPORTED, ZOR_MSG_IMAGE_WIDTH}},
+        {0, 16383, {1, 1, 8}, {}, {1, 2, 32}, {ZOR_E_UNSUPPORTED, ZOR_MSG_AUX_WIDTH}},
+    };
+    for (const auto &test : cases) {
+        Request request(file);
+        ZOR_IMAGE_DESC &desc = request.add(8, 8);
+        desc.win_left = desc.act_left = test.left;
+        desc.win_right = desc.act_right = test.right;
+        desc.image = test.image;
+        desc.matte = test.matte;
+        desc.aux = test.aux;
+        EXPECT_EQ(request.open("w"), nullptr);
+        expect(test.failure, zor__err);
+        EXPECT_FALSE(std::filesystem::exists(file));
+    }
+}
+
+// A row that codes to more than its count can tell fails alone: another one may take its place.
+TEST_F(WriteTest, RecordsTooLongAreNotBegun) {
+    Request request(file);
+    request.add(20000, 2).image = {2, ZOR_C_INTEGER, 32};
+    std::vector<uint32_t> flat(20000, 1);
+    std::vector<uint32_t> noise(20000);
+    std::generate(noise.begin(), noise.end(), std::mt19937(1));
+    void *good[] = {flat.data(), flat.data()};
+    void *bad[] = {flat.data(), noise.data()};
+    ZOR_IMAGE *image = request.open("w");
+    EXPECT_EQ(ZOR_scan_write(image, 0, good), 0);
+    expect({ZOR_E_WRITE, ZOR_MSG_CANNOT_WRITE_LINE}, ZOR_scan_write(image, 1, bad));
+    EXPECT_EQ(ZOR_scan_write(image, 1, good), 0);
+    EXPECT_EQ(ZOR_close(image), 0);
+    EXPECT_EQ(std::filesystem::file_size(file), 748 + 4 * (2 + 4 * 157 * 2U));
+}
+
+TEST_F(WriteTest, StandardOutputKeepsItsPlaceholders) {
+    Request request("/dev/stdout", "mox");
+    request.info.time = STR_save("a day");
+    request.add(8, 2);
+    std::fflush(stdout);
+    const int terminal = dup(STDOUT_FILENO);
+    ASSERT_NE(std::freopen(file.c_str(), "wb", stdout), nullptr);
+    ZOR_IMAGE *image = request.open("w");
+    const bool written = image != nullptr && write(image, 0, 0) == 0 && write(image, 0, 1) == 0;
+    const int closed = ZOR_close(image);
+    dup2(terminal, STDOUT_FILENO);
+    close(terminal);
+    EXPECT_TRUE(written && closed == 0) << log.text();
+    const std::string bytes = load(file);
+    ASSERT_GT(bytes.size(), 748U);
+    EXPECT_EQ(bytes.substr(614, 6), std::string("a day") + '\0');
+    EXPECT_EQ(bytes.substr(740, 8), std::string(8, '\0'));
+}
+
+TEST(ElapsedTime, IsHoursMinutesSeconds) {
+    char text[12];
+    zor::mox::format_elapsed(text, 3725);
+    EXPECT_STREQ(text, "01:02:05");
+    zor::mox::format_elapsed(text, UINT32_MAX / 1000);
+    EXPECT_STREQ(text, "1193:02:47");
+}
+
+} // namespace
