@@ -1,0 +1,193 @@
+// pnm_test.cpp - the pnm family: what is read, what is written, what is refused.
+#include <gmock/gmock.h>
+
+#include "modules/picture.h"
+
+using namespace std::string_literals;
+using testing::HasSubstr;
+
+namespace {
+
+class Pnm : public testing::Test {
+protected:
+    Library library{"pnm", "pbm", "pgm", "ppm", "pam", "pfm"};
+    ReportLog log;
+};
+
+const std::string pam = "P7\n#c\nWIDTH 1\n\nHEIGHT 1\nMAXVAL 255\n";
+
+struct Frozen {
+    std::string bytes;
+    Picture picture;
+};
+const Frozen frozen[] = {
+    {"P1#c\n3 # c\n2\n110\n0 1#x\n1", {3, 2, integers(1, 1), {}, {}, {0, 0, 1, 1, 0, 0}}},
+    {"P2 3 1 10 0 5 10", {3, 1, integers(1, 4), {}, {}, {0, 8, 15}}},
+    {"P3\n1 1\n300\n300 #\n150\t0", {1, 1, integers(3, 9), {}, {}, {511, 256, 0}}},
+    {"P4\n9 1\n\x80\x80", {9, 1, integers(1, 1), {}, {}, {0, 1, 1, 1, 1, 1, 1, 1, 0}}},
+    {"P5 2 2 3# c\n\0\1\2\3"s, {2, 2, integers(1, 2), {}, {}, {0, 1, 2, 3}}},
+    {"P6 1 1 1000 \3\xE8\1\xF4\0\0"s, {1, 1, integers(3, 10), {}, {}, {1023, 512, 0}}},
+    {pam + "DEPTH 1\nTUPLTYPE BLACKANDWHITE\nENDHDR\n#", {1, 1, integers(1, 8), {}, {}, {35}}},
+    {pam + "DEPTH 2\nENDHDR\nab", {1, 1, integers(1, 8), integers(1, 8), {}, {97, 98}}},
+    {pam + "DEPTH 4\nTUPLTYPE RGB_ALPHA\nENDHDR\nabcd",
+     {1, 1, integers(3, 8), integers(1, 8), {}, {97, 98, 99, 100}}},
+    {pam + "DEPTH 4\nTUPLTYPE  RGB \nENDHDR \nabcd",
+     {1, 1, integers(3, 8), {}, integers(1, 8), {97, 98, 99, 100}}},
+    {pam + "TUPLTYPE RGB\nTUPLTYPE X\nDEPTH 5\nENDHDR\nabcde",
+     {1, 1, integers(3, 8), {}, integers(2, 8), {97, 98, 99, 100, 101}}},
+    {"Pf 1 2 +1.5e0\n\x3F\x80\0\0\x40\0\0\0"s, {1, 2, floats(1), {}, {}, {2, 1}}},
+    {"PF\n1 1\n-1.0\n\0\0\x80\x3F\0\0\0\x40\0\0\x80\xBF"s, {1, 1, floats(3), {}, {}, {1, 2, -1}}},
+};
+
+TEST_F(Pnm, EveryKindIsRecognisedAndRead) {
+    for (const Frozen &file : frozen) {
+        SCOPED_TRACE(file.bytes);
+        const TempFile temp(".x", file.bytes);
+        unsigned char tried = 0;
+        EXPECT_STREQ(ZOR_get_file_type(const_cast<char *>(temp.path.c_str()), nullptr, &tried),
+                     "pnm");
+        Picture picture;
+        EXPECT_EQ(read_picture(temp.path, "pnm", &picture), 0) << log.text();
+        expect_equal(picture, file.picture);
+
+        // Each single format knows its own kinds only.
+        const std::string kinds[] = {"pbm14", "pgm25", "ppm36", "pam7", "pfmfF"};
+        for (const std::string &kind : kinds) {
+            const bool own = kind.find(file.bytes[1], 3) != std::string::npos;
+            const std::string key = kind.substr(0, 3);
+            FILE *stream = std::fopen(temp.path.c_str(), "rb");
+            std::fseek(stream, 1, SEEK_SET); // tests rewind
+            EXPECT_EQ(ZOR_is_file_type(nullptr, stream, key.c_str(), &tried) != nullptr, own);
+            std::fclose(stream);
+            EXPECT_EQ(read_picture(temp.path, key.c_str(), &picture),
+                      own ? 0 : ZOR_E_NOT_THIS_TYPE);
+        }
+    }
+}
+
+TEST_F(Pnm, EveryPrefixIsRefusedOrEndsInAFailure) {
+    for (const Frozen &file : frozen) {
+        // The last number of a text may be cut unnoticed.
+        const bool text = file.bytes[1] <= '3';
+        const size_t end = text ? file.bytes.find_last_of(" \t\n") + 1 : file.bytes.size() - 1;
+        for (size_t size = 0; size <= end; ++size) {
+            const TempFile temp(".pnm", file.bytes.substr(0, size));
+            log.clear();
+            Picture picture;
+            const int status = read_picture(temp.path, nullptr, &picture);
+            EXPECT_TRUE(status == ZOR_E_READ || status == ZOR_E_NOT_THIS_TYPE) << status;
+            EXPECT_EQ(zor__err, status);
+            EXPECT_EQ(log.reports.size(), 1U) << file.bytes.substr(0, size) << log.text();
+        }
+    }
+}
+
+TEST_F(Pnm, DamageIsReported) {
+    const std::string many(300, '9');
+    const struct {
+        std::string bytes;
+        int status;
+        const char *message;
+    } cases[] = {
+        {"P5 0 1 255\n", ZOR_E_DECODE, "out of range"},
+        {"P5 2147483648 1 255\n", ZOR_E_DECODE, "out of range"},
+        {"P5 1 " + many + " 255\n", ZOR_E_DECODE, "out of range"},
+        {"P5 1 1 65536\n", ZOR_E_DECODE, "out of range"},
+        {"P5 1 1 255x", ZOR_E_DECODE, "malformed"},
+        {"P5 -1 1 255\n", ZOR_E_DECODE, "malformed"},
+        {"P51 1 255\n", ZOR_E_NOT_THIS_TYPE, "not a file of this type"},
+        {"P\0 1 1 255\n"s, ZOR_E_NOT_THIS_TYPE, "not a file of this type"},
+        {"PF 1 1 0.0e1\n", ZOR_E_DECODE, "zero"},
+        {"PF 1 1 -.\n", ZOR_E_DECODE, "malformed"},
+        {"PF 1 1 1e\n", ZOR_E_DECODE, "malformed"},
+        {pam + "ENDHDR\n", ZOR_E_DECODE, "lacks a size"},
+        {"P7\nHEIGHT 1\nDEPTH 1\nMAXVAL 1\nENDHDR\n", ZOR_E_DECODE, "lacks a size"},
+        {pam + "DEPTH 1\nTUPLTYPE RGB\nENDHDR\n", ZOR_E_DECODE, "do not agree"},
+        {pam + many + " 1\n", ZOR_E_DECODE, "unknown keyword"},
+        {pam + "DEPTH 1\nENDHDR x\n", ZOR_E_DECODE, "malformed"},
+        {"P5 2147483647 1 65535\n", ZOR_E_MEMORY, "memory"},
+        {"P2 2147483647 1 1\n", ZOR_E_MEMORY, "memory"},
+        {"P6 5000000 1 255\n", ZOR_E_MEMORY, "memory"}, // of any file, but not of one so small
+        {"P5 1 1 254\n\xFF", ZOR_E_DECODE, "Cannot decode scanline 0"},
+        {"P6 1 1 256\n\0\0\1\0\1\1"s, ZOR_E_DECODE, "Cannot decode scanline 0"},
+        {"P2 1 1 255 256", ZOR_E_DECODE, "Cannot decode scanline 0"},
+        {"P2 1 1 3 -1", ZOR_E_DECODE, "Cannot decode scanline 0"},
+        {"P2 1 1 3 1x", ZOR_E_DECODE, "Cannot decode scanline 0"},
+        {"P1 1 1 2", ZOR_E_DECODE, "Cannot decode scanline 0"},
+    };
+    for (const auto &c : cases) {
+        const TempFile temp(".pnm", c.bytes);
+        Picture picture;
+        EXPECT_EQ(read_picture(temp.path, nullptr, &picture), c.status) << c.bytes;
+        EXPECT_EQ(zor__err, c.status);
+        EXPECT_THAT(log.last(), HasSubstr(c.message)) << c.bytes;
+    }
+}
+
+TEST_F(Pnm, WhatIsWrittenIsReadBackInAnyOrder) {
+    const struct {
+        const char *extension, *magic;
+        ZOR_CHANNELS image, matte;
+    } cases[] = {
+        {".pnm", "P4", integers(1, 1), {}},
+        {".pnm", "P5", integers(1, 2), {}},
+        {".pnm", "P6", integers(3, 12), {}},
+        {".pnm", "P7", integers(1, 1), integers(1, 1)},
+        {".pnm", "P7", integers(3, 16), integers(1, 16)},
+        {".pnm", "Pf", floats(1), {}},
+        {".pnm", "PF", floats(3), {}},
+        {".pbm", "P4", integers(1, 1), {}},
+        {".pgm", "P5", integers(1, 1), {}},
+        {".ppm", "P6", integers(3, 8), {}},
+        {".pam", "P7", integers(1, 9), {}},
+        {".pam", "P7", integers(3, 8), integers(1, 8)},
+        {".pfm", "PF", floats(3), {}},
+    };
+    for (const auto &c : cases) {
+        const Picture picture = noise(13, 5, c.image, c.matte);
+        const TempFile temp(c.extension);
+        EXPECT_EQ(write_picture(picture, temp.path), 0) << log.text();
+        EXPECT_EQ(temp.bytes().substr(0, 2), c.magic);
+        for (const bool shuffled : {false, true}) {
+            Picture back;
+            EXPECT_EQ(read_picture(temp.path, nullptr, &back, shuffled), 0) << log.text();
+            expect_equal(back, picture);
+        }
+    }
+}
+
+TEST_F(Pnm, SamplesAreBroughtToTheFilesWidth) {
+    // The matte is scaled to the colours' 8 bits, a colour beyond its width counts as the largest.
+    const TempFile matte(".pam");
+    EXPECT_EQ(write_picture({3, 1, integers(1, 8), integers(1, 16), {}, {1, 2, 3, 0, 32768, 65535}},
+                            matte.path),
+              0);
+    EXPECT_EQ(matte.bytes().substr(matte.bytes().size() - 6), "\1\0\2\x80\3\xFF"s);
+    const TempFile grey(".pgm");
+    EXPECT_EQ(write_picture({2, 1, integers(1, 4), {}, {}, {16, 14}}, grey.path), 0);
+    EXPECT_EQ(grey.bytes(), "P5\n2 1\n15\n\x0F\x0E");
+}
+
+TEST_F(Pnm, LinesOutOfPlaceAreRefused) {
+    const TempFile text(".pgm", "P2 1 3 9 1 2 3");
+    const TempFile binary(".pgm", "P5 1 3 255\nabc");
+    for (const TempFile *file : {&text, &binary}) {
+        ZOR_IMAGE *image = open_for_reading(file->path);
+        ASSERT_NE(image, nullptr);
+        void **rows = nullptr;
+        for (const int y : {-1, 3}) {
+            EXPECT_EQ(ZOR_scan_read(image, y, &rows), ZOR_E_SCANLINE);
+            EXPECT_EQ(zor__err, ZOR_E_SCANLINE);
+        }
+        EXPECT_EQ(log.count(ZOR_MSG_BAD_SCANLINE), file == &text ? 2 : 5);
+        const bool random = file == &binary;
+        EXPECT_EQ(ZOR_scan_read(image, 1, &rows), random ? 0 : ZOR_E_SCANLINE);
+        EXPECT_EQ(ZOR_scan_read(image, 2, &rows), 0);
+        EXPECT_EQ(ZOR_seek(&image, 0), 0); // reads on, or jumps
+        EXPECT_EQ(ZOR_scan_read(image, 0, &rows), 0);
+        EXPECT_EQ(*static_cast<uint8_t *>(rows[0]), random ? 'c' : 5);
+        ZOR_close(image);
+    }
+}
+
+} // namespace
