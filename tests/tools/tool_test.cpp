@@ -1,0 +1,270 @@
+// tool_test.cpp - the zor command and the examples, run as users run them.
+#include <cstdlib>
+#include <set>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "picture.h"
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+namespace {
+
+// Each test works in an empty directory of its own, the programs in the search path.
+class Tool : public testing::Test {
+protected:
+    struct Run {
+        int code; // exit code; of a program that a signal ended 128 and the signal's number
+        std::string out, err;
+    };
+
+    void SetUp() override {
+        unsetenv("ZOR_MODULES");
+        setenv("PATH", (PROGRAMS ":" + path_).c_str(), 1);
+        std::string name = (fs::temp_directory_path() / "zor-test-XXXXXX").string();
+        work_ = mkdtemp(name.data());
+        fs::create_directory(work_ / "w");
+        fs::current_path(work_ / "w");
+    }
+    void TearDown() override {
+        setenv("PATH", path_.c_str(), 1);
+        fs::current_path("/");
+        fs::remove_all(work_);
+    }
+
+    Run run(const std::string &command) {
+        const fs::path out = work_ / "out";
+        const fs::path err = work_ / "err";
+        const int status =
+            std::system(("( " + command + " ) >" + out.string() + " 2>" + err.string()).c_str());
+        return {WEXITSTATUS(status), read_file(out), read_file(err)};
+    }
+    // Runs what has to succeed.
+    std::string good(const std::string &command) {
+        const Run result = run(command);
+        EXPECT_EQ(result.code, 0) << command << "\n" << result.err;
+        return result.out;
+    }
+    static std::set<std::string> files() {
+        std::set<std::string> names;
+        for (const auto &entry : fs::directory_iterator("."))
+            names.insert(entry.path().filename().string());
+        return names;
+    }
+
+    fs::path work_;
+    std::string path_ = std::getenv("PATH");
+};
+
+TEST_F(Tool, PicturesComeBackUnchangedThroughEveryOrderOfLines) {
+    const struct { int channels, bytes; } kinds[] = {{1, 1}, {3, 1}, {3, 2}, {4, 1}, {4, 2}};
+    for (const auto &[channels, bytes] : kinds) {
+        SCOPED_TRACE(testing::Message() << channels << " channels of " << bytes << " bytes");
+        write_file("a.pam", pam(37, 11, channels, bytes));
+        good("zor convert a.pam b.png && zor convert b.png c.MOX && zor convert c.MOX d.png &&"
+             "zor convert d.png f.pam");
+        EXPECT_THAT(read_file("f.pam"), testing::EndsWith(raster(37, 11, channels, bytes)));
+    }
+    // Float lines rise in the one kind of file and in MOX.
+    good("render_frame f.mox 1 8 6");
+    EXPECT_EQ(run("zor convert f.mox f.pfm").code, 4) << "bytes are not made floats";
+    write_file("g.pfm", "PF\n3 2\n-1.0\n" + raster(3, 2, 3, 4));
+    good("zor convert g.pfm h.mox && zor convert h.mox i.pfm");
+    EXPECT_THAT(read_file("i.pfm"), testing::EndsWith(raster(3, 2, 3, 4)));
+}
+
+TEST_F(Tool, StandardStreamsCarryPictures) {
+    const std::string samples = raster(500, 400, 3, 1); // more than a reader keeps in memory
+    write_file("a.ppm", "P6\n500 400\n255\n" + samples);
+    good("zor convert a.ppm - --to mox >b.mox; cat b.mox | zor convert --from mox - c.ppm");
+    good("zor convert --to png c.ppm /dev/stdout >c && zor convert c d.ppm");
+    EXPECT_TRUE(read_file("d.ppm").ends_with(samples));
+    EXPECT_THAT(good("zor info --from mox - <b.mox"), HasSubstr("500 x 400"));
+}
+
+TEST_F(Tool, InfoTellsWhatAFileHolds) {
+    good("render_frame f.mox 7 32 24");
+    const json result = json::parse(good("zor info --json f.mox"))["files"][0];
+    EXPECT_EQ(result["format"], "mox");
+    EXPECT_EQ(result["texts"]["name"], "spheres");
+    EXPECT_EQ(result["primaries"]["red"], json({0.64, 0.33}));
+    const json &image = result["images"][0];
+    EXPECT_EQ(image["window"], image["active"]);
+    EXPECT_EQ(image["active"], json({{"left", 0}, {"right", 31}, {"bottom", 0}, {"top", 23}}));
+    EXPECT_EQ(image["colour"], json({{"count", 3}, {"type", "integer"}, {"bits", 8}}));
+    EXPECT_EQ(image["matte"]["count"], 1);
+    EXPECT_EQ(image["auxiliary"], json({{"count", 1}, {"type", "float"}, {"bits", 32}}));
+    EXPECT_EQ(image["auxiliary_name"], "depth");
+    EXPECT_EQ(image["order"], "rising");
+    EXPECT_EQ(image["gamma"], 2.2);
+    EXPECT_EQ(image["frame"], 7);
+
+    // By content, whatever the name; a bad file does not hide the good ones.
+    fs::copy("f.mox", "renamed.png");
+    write_file("empty.png", "");
+    const Run mixed = run("zor info renamed.png missing.mox empty.png f.mox");
+    EXPECT_EQ(mixed.code, 1);
+    EXPECT_THAT(mixed.out, AllOf(HasSubstr("renamed.png: mo"), HasSubstr("f.mox: mox"),
+                                 HasSubstr("32 x 24"), HasSubstr("Spheres going round")));
+    EXPECT_THAT(mixed.err,
+                AllOf(HasSubstr("zor: missing.mox: No such file"), HasSubstr("zor: empty.png: ")));
+    const json missing = json::parse(run("zor info --json missing.mox").out)["files"][0];
+    EXPECT_THAT(missing["error"], HasSubstr("No such file"));
+}
+
+TEST_F(Tool, TextsFromFilesSteerNeitherTerminalNorJson) {
+    good("render_frame f.mox 1 8 6");
+    std::string file = read_file("f.mox");
+    file.replace(144, 8, "A\x1b[2J\xff\xc2\x9b"); // the image's name
+    write_file("f.mox", file);
+    EXPECT_THAT(good("zor info f.mox"), HasSubstr("A\\x1b[2J\xff\xc2\\x9b\n"));
+    const json result = json::parse(good("zor info --json f.mox"))["files"][0];
+    EXPECT_EQ(result["texts"]["name"], "A\x1b[2J\uFFFD\u009b");
+}
+
+TEST_F(Tool, ModulesAreFoundAndTheirFateIsTold) {
+    fs::create_directory("mine");
+    write_file("mine/broken.so", "no module");
+    write_file("mine/mox.so", "not asked for: there is one before it");
+    fs::copy(MODULES "/png.so", "mine/twin.so"); // has a key that png.so has
+    const auto listed = [&](const std::string &command) {
+        std::map<std::string, std::pair<std::string, std::string>> result;
+        const json all = json::parse(run(command).out);
+        for (const json &module : all["modules"])
+            result[fs::path(module["path"].get<std::string>()).filename()] = {
+                module["state"], module["reason"].is_null() ? "" : module["reason"]};
+        return result;
+    };
+    for (const char *command :
+         {"zor formats --json --modules " OLD_MODULES " --modules " MODULES " --modules mine",
+          "ZOR_MODULES=" OLD_MODULES ":" MODULES "::mine zor formats --json"}) {
+        auto modules = listed(command);
+        EXPECT_EQ(modules["mox.so"].first, "loaded");
+        EXPECT_EQ(modules["twin.so"].first, "loaded");
+        EXPECT_EQ(modules["png.so"].first, "refused") << "the later of two modules counts";
+        EXPECT_EQ(modules["old.so"].first, "refused");
+        EXPECT_THAT(modules["old.so"].second, HasSubstr("but found \"3.1\""));
+        EXPECT_EQ(modules["broken.so"].first, "not loaded");
+        EXPECT_THAT(modules["broken.so"].second, HasSubstr("broken.so"));
+    }
+    const Run table = run("zor -v formats");
+    EXPECT_EQ(table.code, 2) << "the option is the command's";
+    EXPECT_THAT(good("zor formats -v"), AllOf(HasSubstr("mox  .mox"), HasSubstr("png.so")));
+
+    const Run none = run("zor formats -v --modules " OLD_MODULES);
+    EXPECT_EQ(none.code, 3);
+    EXPECT_THAT(none.out, HasSubstr("refused: "));
+    EXPECT_THAT(none.err, AllOf(HasSubstr("zor: old.so: "), HasSubstr("no usable modules")));
+    EXPECT_THAT(run("zor info x --modules absent").err, HasSubstr("zor: absent: No such file"));
+}
+
+TEST_F(Tool, LossesAreToldOrRefused) {
+    good("render_frame f.mox 1 8 6");
+    const Run told = run("zor convert f.mox a.png");
+    EXPECT_EQ(told.code, 0);
+    EXPECT_EQ(told.err, "zor: a.png: 1 auxiliary channel left out: png has no place for that\n");
+    EXPECT_THAT(run("zor convert f.mox b.ppm -q").err, IsEmpty());
+    EXPECT_THAT(good("zor info b.ppm"), HasSubstr("matte        0"));
+    EXPECT_EQ(run("zor convert --strict f.mox c.png").code, 4);
+    EXPECT_FALSE(fs::exists("c.png"));
+}
+
+TEST_F(Tool, FailuresLeaveNothingBehind) {
+    const std::string old = "the old content";
+    write_file("a.pam", pam(64, 64, 3, 2));
+    good("render_frame f.mox 1 8 6 && zor convert a.pam a.png && head -c 9999 a.png >cut.png");
+    write_file("g.pfm", "PF\n1 1\n-1.0\n" + raster(1, 1, 3, 4));
+    write_file("target.png", old);
+    fs::create_directory("folder.png");
+    fs::create_symlink("target.png", "link.png");
+    const auto before = files();
+    const struct {
+        const char *command;
+        int code;
+        const char *message;
+    } cases[] = {
+        {"zor", 2, ""},
+        {"zor convert a.pam target.png --fast", 2, "--fast"},
+        {"zor convert a.pam new.tiff", 2, "mox (.mox)"},
+        {"zor convert a.pam new", 2, "mox (.mox)"},
+        {"zor convert --to tiff a.pam target.png", 2, "mox (.mox)"},
+        {"zor convert - target.png <a.png", 2, "--from"},
+        {"zor convert a.pam -", 2, "--to"},
+        {"zor convert missing.png target.png", 1, "zor: missing.png: No such file"},
+        {"zor convert . target.png", 1, "directory"},
+        {"zor convert a.pam target.png --from png", 1, "zor: a.pam: "},
+        {"zor convert cut.png target.png", 1, "zor: cut.png: "},
+        {"zor convert cut.png link.png", 1, "zor: cut.png: "},
+        {"zor convert g.pfm target.png", 4, "zor: target.png: png cannot handle image channel"},
+        {"zor convert a.pam folder.png", 4, "zor: folder.png: "},
+        {"zor convert a.pam absent/new.png", 4, "zor: absent/new.png: No such file"},
+        {"zor convert a.pam --to png /dev/full", 4, "zor: /dev/full: No space left"},
+        {"zor convert a.pam --to mox - >/dev/full", 4, "zor: standard output: No space left"},
+        {"zor info a.png >/dev/full", 4, "standard output: No space left"},
+        // A disk that fills up, at last before anything could be written, messages included.
+        {"trap '' XFSZ; ulimit -f 4; zor convert a.pam target.png", 4, "zor: target.png: "},
+        {"trap '' XFSZ; ulimit -f 4; zor convert a.pam new.mox", 4, "zor: new.mox: "},
+        {"trap '' XFSZ; ulimit -f 0; zor convert a.pam new.mox", 4, ""},
+    };
+    for (const auto &[command, code, message] : cases) {
+        const Run result = run(command);
+        EXPECT_EQ(result.code, code) << command << "\n" << result.err;
+        EXPECT_THAT(result.err, HasSubstr(message)) << command;
+        EXPECT_EQ(result.err.find(".zor-"), std::string::npos) << result.err;
+        EXPECT_EQ(files(), before) << command;
+        EXPECT_EQ(read_file("target.png"), old) << command;
+    }
+    EXPECT_TRUE(fs::is_character_file("/dev/full"));
+    fs::permissions("target.png", fs::perms::owner_read | fs::perms::owner_write);
+    good("zor convert a.pam link.png");
+    EXPECT_EQ(fs::status("target.png").permissions(),
+              fs::perms::owner_read | fs::perms::owner_write);
+    EXPECT_TRUE(fs::is_symlink("link.png"));
+    EXPECT_NE(read_file("target.png"), old);
+}
+
+TEST_F(Tool, ASignalRemovesWhatWasBegun) {
+    // The picture never comes to its end.
+    write_file("head", "P6\n4 4000\n255\n" + raster(4, 4, 3, 1));
+    const Run result = run("mkfifo pipe; zor convert --from ppm pipe out.png & exec 3>pipe; "
+                           "cat head >&3; for i in 1 2 3 4 5 6 7 8 9 0; do sleep 0.2; "
+                           "ls -a | grep -q '^.zor-' && break; done; "
+                           "ls -a | grep -c '^.zor-'; kill $!; wait $!");
+    EXPECT_EQ(result.code, 128 + 15);
+    EXPECT_EQ(result.out, "1\n") << "there was something to remove";
+    EXPECT_EQ(files(), (std::set<std::string>{"head", "pipe"}));
+}
+
+TEST_F(Tool, ExamplesWork) {
+    good("render_frame f.mox 3 40 30");
+    std::istringstream lines(good("image_stats f.mox"));
+    std::string line;
+    std::getline(lines, line);
+    EXPECT_THAT(line, HasSubstr("40 x 30"));
+    std::getline(lines, line);
+    std::map<std::string, std::array<double, 3>> channels;
+    for (std::string group, index; lines >> group >> index;) {
+        auto &[min, max, mean] = channels[group + index];
+        lines >> min >> max >> mean;
+        EXPECT_TRUE(min < mean && mean < max) << group << index;
+    }
+    EXPECT_EQ(channels.size(), 5U);
+    EXPECT_EQ(channels["matte1"][0], 0);
+    EXPECT_EQ(channels["matte1"][1], 255);
+    EXPECT_EQ(channels["aux1"][1], 1000) << "the sky";
+
+    good("zor -q convert f.mox f.png && cp f.png unnamed && image_stats unnamed");
+    EXPECT_EQ(run("render_frame f.mox").code, 2);
+    EXPECT_EQ(run("image_stats missing.mox").code, 1);
+    EXPECT_EQ(run("render_frame absent/f.mox 1").code, 1);
+}
+
+} // namespace

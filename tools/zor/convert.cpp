@@ -1,0 +1,11 @@
+// convert.cpp - the command "zor convert".
+#include "commands.h"
+
+namespace zor {
+
+ExitCode convert(const RuntimeOptions &options, const ConvertRequest &request) {
+    Runtime runtime(options);
+    return runtime.start() ? convert_image(request, runtime.reports()) : EXIT_NO_START;
+}
+
+} // namespace zor

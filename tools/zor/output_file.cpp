@@ -1,0 +1,156 @@
+// output_file.cpp - temporary files and their way to the wanted name.
+#include "output_file.h"
+
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <random>
+
+#include "input.h"
+#include "system.h"
+
+namespace zor {
+namespace fs = std::filesystem;
+
+namespace {
+
+// The file to remove when a signal ends the program; null: none. Belongs to the one OutputFile.
+std::atomic<const char *> doomed = nullptr;
+static_assert(std::atomic<const char *>::is_always_lock_free);
+
+extern "C" void remove_and_die(int signal) {
+    if (const char *path = doomed.load())
+        std::remove(path);
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
+}
+
+void catch_signals() {
+    for (const int signal : {SIGINT, SIGTERM}) {
+        if (std::signal(signal, remove_and_die) == SIG_IGN)
+            std::signal(signal, SIG_IGN); // whoever started us wants it ignored
+    }
+}
+
+struct CloseFile {
+    void operator()(std::FILE *file) const { std::fclose(file); }
+};
+using File = std::unique_ptr<std::FILE, CloseFile>;
+
+std::string random_name() {
+    static const char letters[] = "abcdefghijklmnopqrstuvwxyz012345";
+    std::random_device random;
+    std::string name = ".zor-";
+    for (int i = 0; i < 10; ++i)
+        name += letters[random() % 32];
+    return name;
+}
+
+// Where a file has to go to be found under this name: links are followed.
+fs::path resolve(const std::string &wanted) {
+    std::error_code error;
+    if (!fs::is_symlink(wanted, error))
+        return wanted;
+    const fs::path target = fs::weakly_canonical(wanted, error);
+    return error ? fs::path(wanted) : target;
+}
+
+// Returns false with errno set.
+bool copy(std::FILE *from, std::FILE *to) {
+    std::array<char, 65536> block;
+    while (const size_t count = std::fread(block.data(), 1, block.size(), from)) {
+        if (std::fwrite(block.data(), 1, count, to) != count)
+            return false;
+    }
+    return std::ferror(from) == 0 && std::fflush(to) == 0;
+}
+
+} // namespace
+
+OutputFile::OutputFile(const std::string &wanted) : target_(resolve(wanted)) {
+    std::error_code error;
+    const fs::file_status status = fs::status(target_, error);
+    direct_ = is_standard_output(wanted) || (fs::exists(status) && !fs::is_regular_file(status));
+    if (is_standard_output(wanted))
+        target_.clear();
+}
+
+OutputFile::~OutputFile() {
+    if (!path_.empty())
+        std::remove(path_.c_str());
+    doomed = nullptr;
+}
+
+bool OutputFile::create(const std::string &extension, Reports &reports) {
+    std::error_code error;
+    if (fs::is_directory(target_, error)) {
+        reports.error(std::strerror(EISDIR));
+        return false;
+    }
+    // Replacing a file asks for rights on its directory alone; its own count as well here.
+    if (!direct_ && fs::exists(target_, error) &&
+        File(std::fopen(target_.string().c_str(), "r+b")) == nullptr) {
+        reports.error(std::strerror(errno));
+        return false;
+    }
+    const fs::path directory = direct_ ? fs::temp_directory_path(error) : target_.parent_path();
+    const std::string ending =
+        target_.has_extension() && !direct_ ? target_.extension().string() : extension;
+    catch_signals();
+    for (int tries = 0; tries < 100; ++tries) {
+        path_ = (directory / (random_name() + ending)).string();
+        doomed = path_.c_str();
+        const int failure = create_new_file(path_, direct_);
+        if (failure == 0)
+            return true;
+        forget();
+        if (failure != EEXIST) {
+            reports.error(std::strerror(failure));
+            return false;
+        }
+    }
+    reports.error(std::strerror(EEXIST));
+    return false;
+}
+
+bool OutputFile::commit(Reports &reports) {
+    if (direct_)
+        return copy_out(reports);
+    std::error_code error;
+    if (const fs::file_status old = fs::status(target_, error); fs::exists(old))
+        fs::permissions(path_, old.permissions(), error);
+    fs::rename(path_, target_, error);
+    if (error) {
+        reports.error(error.message());
+        return false;
+    }
+    forget();
+    return true;
+}
+
+bool OutputFile::copy_out(Reports &reports) {
+    const File from(std::fopen(path_.c_str(), "rb"));
+    // Gone at once where the system allows it: a broken pipe ends the program in mid-copy.
+    if (std::remove(path_.c_str()) == 0)
+        forget();
+    const bool standard = target_.empty();
+    File opened(standard ? nullptr : std::fopen(target_.string().c_str(), "wb"));
+    std::FILE *to = standard ? binary_standard_output() : opened.get();
+    const bool copied = from != nullptr && to != nullptr && copy(from.get(), to);
+    const int reason = errno;
+    if (copied && (opened == nullptr || std::fclose(opened.release()) == 0))
+        return true;
+    reports.error(std::strerror(copied ? errno : reason));
+    return false;
+}
+
+void OutputFile::forget() {
+    doomed = nullptr;
+    path_.clear();
+}
+
+} // namespace zor

@@ -1,0 +1,41 @@
+// output_file.h - a file that appears under its name only when it is complete.
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+#include "reports.h"
+
+namespace zor {
+
+// What is written goes to a temporary file first: beside the wanted one, so that it can take its
+// name at the end, or in the directory for temporary files when the wanted one is the standard
+// output or a device, to be copied there. The temporary file goes away with this object, and when
+// SIGINT or SIGTERM ends the program. One object at a time.
+class OutputFile {
+public:
+    explicit OutputFile(const std::string &wanted);
+    ~OutputFile();
+    OutputFile(const OutputFile &) = delete;
+    OutputFile &operator=(const OutputFile &) = delete;
+
+    // Makes the temporary file. Returns false after a message.
+    //   extension  of the temporary file's name, with its dot, where the wanted one has none
+    bool create(const std::string &extension, Reports &reports);
+
+    // The temporary file's path: what to write to.
+    [[nodiscard]] const std::string &path() const { return path_; }
+
+    // Gives the finished file its name. Returns false after a message.
+    bool commit(Reports &reports);
+
+private:
+    bool copy_out(Reports &reports);
+    void forget();
+
+    std::filesystem::path target_;
+    bool direct_ = false; // the target takes a copy instead of being replaced
+    std::string path_;    // empty: no temporary file
+};
+
+} // namespace zor

@@ -1,0 +1,21 @@
+// system_posix.cpp - the command's system functions on POSIX systems.
+#include <cerrno>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "system.h"
+
+namespace zor {
+
+int create_new_file(const std::string &path, bool confidential) {
+    const mode_t mode = confidential ? 0600 : 0666;
+    const int descriptor = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+    if (descriptor < 0)
+        return errno;
+    close(descriptor);
+    return 0;
+}
+
+std::FILE *binary_standard_output() { return stdout; }
+
+} // namespace zor
