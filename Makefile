@@ -1,0 +1,71 @@
+# The front door. Every target sets up what it needs and builds under build/.
+#
+#   make demo    renders frames, converts them there and back, says where the pictures are;
+#                make demo PICTURES="a.png b.ppm" does it with pictures of your own
+#   make test    builds and runs the tests
+#
+#   make asan | tsan | linux32   the tests under sanitizers, or as 32-bit programs
+#   make win32                   the DLL, its modules and the command for 32-bit Windows
+#   make lint                    formatting, static analysis, folder rules
+#   make bench                   benchmarks; make fuzz SECONDS=60, make fuzz32: fuzzing
+#   make install PREFIX=/usr/local
+
+PICTURES ?=
+PREFIX ?= /usr/local
+SECONDS ?= 60
+JOBS ?= $(shell nproc)
+
+configure = cmake --preset $(1) $(2) >/dev/null
+build = $(call configure,$(1),$(2)) && cmake --build build/$(1) -j $(JOBS)
+run_tests = ctest --test-dir build/$(1) --output-on-failure --no-tests=error -j $(JOBS)
+
+.PHONY: demo test asan tsan linux32 win32 lint bench fuzz fuzz32 install clean
+
+demo:
+	scripts/setup.sh native
+	$(call build,native,-DZOR_BUILD_TESTS=OFF)
+	PICTURES='$(PICTURES)' scripts/demo.sh build/native demo
+
+test:
+	scripts/setup.sh native
+	$(call build,native,-DZOR_BUILD_TESTS=ON)
+	$(call run_tests,native)
+
+asan tsan:
+	scripts/setup.sh native
+	$(call build,$@)
+	$(call run_tests,$@)
+
+linux32:
+	scripts/setup.sh native linux32
+	scripts/fetch_i386_png.sh || echo "linux32: no 32-bit libpng to be had, the png module is left out"
+	$(call build,$@)
+	$(call run_tests,$@)
+
+win32:
+	scripts/setup.sh native win32
+	$(call build,$@,-DZOR_BUILD_TESTS=OFF)
+	scripts/check_exports.sh build/win32/bin/zor.dll i686-w64-mingw32-objdump
+
+lint:
+	scripts/setup.sh native lint
+	$(call build,native,-DZOR_BUILD_TESTS=ON)
+	scripts/lint.sh build/native
+
+bench:
+	scripts/setup.sh native bench
+	$(call build,bench)
+	scripts/bench.sh build/bench
+
+fuzz fuzz32:
+	scripts/setup.sh native fuzz
+	$(call build,$@)
+	scripts/fuzz.sh build/$@ $(SECONDS)
+
+install:
+	scripts/setup.sh native
+	$(call build,native,-DCMAKE_INSTALL_PREFIX=$(PREFIX))
+	cmake --install build/native
+
+clean:
+	rm -rf build demo
