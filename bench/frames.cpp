@@ -1,0 +1,130 @@
+// frames.cpp - computes the benchmark pictures.
+#include "frames.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstring>
+
+namespace bench {
+namespace {
+
+using Pixel = std::array<float, Frame::channels>; // rgba, 0 to 1
+
+// A fixed scrambling of its argument: the noise of a place is the same on every run.
+uint32_t scramble(uint32_t x) {
+    x = (x ^ (x >> 16)) * 0x7feb352dU;
+    x = (x ^ (x >> 15)) * 0x846ca68bU;
+    return x ^ (x >> 16);
+}
+
+float noise_at(int32_t x, int32_t y, uint32_t seed) {
+    const uint32_t place = static_cast<uint32_t>(y) * 65536U + static_cast<uint32_t>(x);
+    return static_cast<float>(scramble(place ^ (seed * 0x9e3779b9U)) >> 8) / 16777216.0F;
+}
+
+// Noise with features of the given size in pixels.
+float soft_noise(int32_t x, int32_t y, int32_t size, uint32_t seed) {
+    const auto ease = [size](int32_t v) {
+        const float t = static_cast<float>(v % size) / static_cast<float>(size);
+        return t * t * (3.0F - 2.0F * t);
+    };
+    const int32_t column = x / size;
+    const int32_t line = y / size;
+    const float below =
+        std::lerp(noise_at(column, line, seed), noise_at(column + 1, line, seed), ease(x));
+    const float above =
+        std::lerp(noise_at(column, line + 1, seed), noise_at(column + 1, line + 1, seed), ease(x));
+    return std::lerp(below, above, ease(y));
+}
+
+Pixel rendered(int32_t x, int32_t y) {
+    struct Sphere {
+        float x, y, radius;
+        float colour[3];
+    };
+    static constexpr Sphere spheres[] = {
+        {640, 760, 420, {0.9F, 0.3F, 0.2F}},
+        {1350, 900, 380, {0.2F, 0.6F, 0.9F}},
+        {1050, 330, 220, {0.8F, 0.8F, 0.3F}},
+    };
+    Pixel pixel = {0.05F, 0.05F, 0.08F, 0};
+    for (const Sphere &sphere : spheres) {
+        const float dx = (static_cast<float>(x) - sphere.x) / sphere.radius;
+        const float dy = (static_cast<float>(y) - sphere.y) / sphere.radius;
+        const float square = dx * dx + dy * dy;
+        const float cover = std::clamp((1.0F - std::sqrt(square)) * sphere.radius, 0.0F, 1.0F);
+        if (cover <= 0.0F)
+            continue;
+        const float dz = std::sqrt(std::max(0.0F, 1.0F - square));
+        const float light = std::max(0.0F, 0.5F * dx + 0.5F * dy + 0.7F * dz);
+        const float gloss = std::pow(light, 40.0F) * 0.6F;
+        for (size_t c = 0; c < 3; ++c)
+            pixel[c] = std::lerp(pixel[c], std::min(1.0F, sphere.colour[c] * light + gloss), cover);
+        pixel[3] = std::max(pixel[3], cover);
+    }
+    return pixel;
+}
+
+Pixel photograph(int32_t x, int32_t y) {
+    float tone = 0;
+    float weight = 0.5F;
+    for (int32_t size = 512; size >= 4; size /= 2, weight *= 0.55F)
+        tone += weight * soft_noise(x, y, size, static_cast<uint32_t>(size));
+    // Sharp and blurred regions, dark and burnt-out ones: the noise of the sensor varies with both.
+    const float focus = soft_noise(x, y, 300, 7);
+    const float grain = (0.2F + 2.0F * focus * focus) / 255.0F;
+    Pixel pixel;
+    for (size_t c = 0; c < 3; ++c) {
+        const uint32_t seed = 100 + static_cast<uint32_t>(c);
+        const float tint = 0.25F * soft_noise(x, y, 400, seed) - 0.1F;
+        const float bell = noise_at(x, y, seed + 10) + noise_at(x, y, seed + 20) +
+                           noise_at(x, y, seed + 30) - 1.5F; // deviation of one half
+        pixel[c] = std::clamp(1.3F * (tone + tint) - 0.15F + 2.0F * bell * grain, 0.0F, 1.0F);
+    }
+    pixel[3] = 1;
+    return pixel;
+}
+
+Pixel pixel_of(Picture picture, int32_t x, int32_t y) {
+    switch (picture) {
+    case Picture::rendered:
+        return rendered(x, y);
+    case Picture::photograph:
+        return photograph(x, y);
+    case Picture::noise:
+        return {noise_at(x, y, 1), noise_at(x, y, 2), noise_at(x, y, 3), noise_at(x, y, 4)};
+    case Picture::flat:
+        break;
+    }
+    return {0.2F, 0.4F, 0.6F, 1};
+}
+
+} // namespace
+
+const char *name_of(Picture picture) {
+    static constexpr const char *names[] = {"rendered", "photograph", "noise", "flat"};
+    return names[static_cast<size_t>(picture)];
+}
+
+Frame make_frame(Picture picture, int32_t bits) {
+    Frame frame{bits, {}};
+    const size_t size = frame.sample_size();
+    const size_t plane = frame.row_bytes() * Frame::height;
+    frame.data.resize(plane * Frame::channels);
+    const float top = static_cast<float>((1 << bits) - 1);
+    uint8_t *to = frame.data.data();
+    for (int32_t y = 0; y < Frame::height; ++y) {
+        for (int32_t x = 0; x < Frame::width; ++x, to += size) {
+            const Pixel pixel = pixel_of(picture, x, y);
+            for (size_t c = 0; c < pixel.size(); ++c) {
+                // The low bytes of a little endian word are the sample of either width.
+                const auto sample = static_cast<uint32_t>(std::lround(pixel[c] * top));
+                std::memcpy(to + c * plane, &sample, size);
+            }
+        }
+    }
+    return frame;
+}
+
+} // namespace bench

@@ -1,0 +1,41 @@
+// frames.h - the pictures all benchmarks work on. They are computed, and equal on every run.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace bench {
+
+enum class Picture {
+    rendered,   // shaded spheres on a flat ground with their matte: runs and slow gradients
+    photograph, // detail and sensor noise over soft areas, opaque: short runs all over
+    noise,      // no two neighbours related: nothing to gain
+    flat        // one colour
+};
+
+constexpr Picture all_pictures[] = {Picture::rendered, Picture::photograph, Picture::noise,
+                                    Picture::flat};
+
+const char *name_of(Picture picture);
+
+// Four planar channels, rgba, of 8 or 16 bits.
+struct Frame {
+    static constexpr int32_t width = 2048;
+    static constexpr int32_t height = 1556;
+    static constexpr int32_t channels = 4;
+
+    int32_t bits;
+    std::vector<uint8_t> data;
+
+    [[nodiscard]] size_t sample_size() const { return static_cast<size_t>(bits) / 8; }
+    [[nodiscard]] size_t row_bytes() const { return width * sample_size(); }
+    [[nodiscard]] const uint8_t *row(int32_t channel, int32_t y) const {
+        return data.data() +
+               (static_cast<size_t>(channel) * height + static_cast<size_t>(y)) * row_bytes();
+    }
+};
+
+Frame make_frame(Picture picture, int32_t bits);
+
+} // namespace bench

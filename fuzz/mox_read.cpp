@@ -1,0 +1,127 @@
+// mox_read.cpp - any bytes can be opened as a MOX file and read in any order: the reader neither
+// crashes nor takes more than 4 MiB and 64 times the size of the file, and what fails says why.
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <dlfcn.h>
+#include <malloc.h>
+#include <string>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include "err/memory.h"
+#include "zor/driver.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
+
+namespace {
+
+bool reported;
+
+int note_report(const char *, int, const char *, ERR_OBJECT *, void *) {
+    reported = true;
+    return 0;
+}
+
+// Bytes the library has now, and the most it had.
+size_t used;
+size_t peak;
+
+void *count(void *block) {
+    used += malloc_usable_size(block);
+    peak = std::max(peak, used);
+    return block;
+}
+
+void *count_malloc(size_t size) { return count(std::malloc(size)); }
+
+void *count_realloc(void *block, size_t size) {
+    used -= malloc_usable_size(block);
+    return count(std::realloc(block, size));
+}
+
+void count_free(void *block) {
+    used -= malloc_usable_size(block);
+    std::free(block);
+}
+
+unsigned char next_module(void **module, const char **name) {
+    static int delivered;
+    *module = dlopen(nullptr, RTLD_NOW);
+    *name = "mox";
+    return delivered++ == 0 ? 1 : 0;
+}
+
+// The file in memory that every input goes through.
+int start() {
+    unsetenv("HOME"); // nobody's configuration
+    zor::set_allocator({count_malloc, count_realloc, count_free});
+    ERR_dcl_handler(nullptr, note_report, nullptr);
+    if (ZOR_init(nullptr, next_module) != 0)
+        std::abort();
+    return memfd_create("input", 0);
+}
+
+void check(bool good) {
+    if (!good)
+        std::abort();
+}
+
+// Touches every sample, so that rows that are too short are noticed.
+void use_rows(const ZOR_IMAGE_DESC &desc, void **rows) {
+    const auto width = static_cast<size_t>(desc.win_right - desc.win_left + 1);
+    for (const ZOR_CHANNELS &group : {desc.image, desc.matte, desc.aux})
+        for (int32_t i = 0; i < group.count; ++i, ++rows) {
+            auto *bytes = static_cast<uint8_t *>(*rows);
+            const auto sample = static_cast<size_t>(ZOR_sample_size(group.type, group.bits));
+            for (size_t k = 0; k < width * sample; ++k)
+                bytes[k] ^= 0xFF;
+        }
+}
+
+// Reads some scanlines of all sub-images, in an order that the input gives.
+void read_image(ZOR_IMAGE *image, const uint8_t *data, size_t size) {
+    constexpr int most_scans = 200;
+    uint32_t state = 1;
+    for (int i = 0; i < most_scans; ++i) {
+        state = state * 1664525U + 1013904223U + data[static_cast<size_t>(i) * 7919U % size];
+        const auto k =
+            static_cast<int32_t>((state >> 8) % static_cast<uint32_t>(image->num_images));
+        const ZOR_IMAGE_DESC &desc = image->images[k];
+        const auto height = static_cast<uint32_t>(desc.win_top - desc.win_bottom + 1);
+        const int y = desc.win_bottom + static_cast<int>((state >> 4) % height);
+        void **rows = nullptr;
+        reported = false;
+        const int status = image->scan(image->data[k], y, reinterpret_cast<void **>(&rows));
+        check(status == 0 ? !reported : status < 0 && reported && zor__err == status);
+        if (status == 0)
+            use_rows(desc, rows);
+    }
+}
+
+} // namespace
+
+int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    static const int file = start();
+    check(file >= 0 && ftruncate(file, 0) == 0);
+    check(pwrite(file, data, size, 0) == static_cast<ssize_t>(size));
+
+    const std::string name = std::string("/proc/self/fd/").append(std::to_string(file));
+    ZOR_INFO info;
+    ZOR_info_init(&info);
+    info.file_name = STR_save(name.c_str());
+    info.key = STR_save("mox");
+    info.complete_path = 1;
+    reported = false;
+    const size_t before = used;
+    peak = used;
+    ZOR_IMAGE *image = ZOR_open(&info, "r");
+    check(image != nullptr || (reported && zor__err < 0));
+    if (image != nullptr) {
+        read_image(image, data, size);
+        ZOR_close(image);
+    }
+    check(peak - before <= (size_t{4} << 20) + 64 * size && used == before);
+    ZOR_info_cleanup(&info, 1);
+    return 0;
+}
