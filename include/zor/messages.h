@@ -64,6 +64,35 @@ extern "C" {
     "%s: cannot read whole rasters from this %s file " \
     "(this function is unsupported for this file type)"
 
+/* Capabilities */
+#define ZOR_MSG_UNKNOWN_CAPABILITY 902,  92, ERR_WARNING, \
+    "Unknown type-specific capability code (%d) specified when trying to open image file"
+#define ZOR_MSG_NO_CAPABILITY_NAME 902, 194, ERR_WARNING, \
+    "%s: no name field was found for capability %d of this image driver"
+#define ZOR_MSG_NO_ENTRY_NAME      902, 195, ERR_WARNING, \
+    "%s: no name field was found for capability %d's list entry number %d of this image driver"
+
+/* Frames and playback. Asking for the frame shares the message for setting it, and the one for
+ * playback's frame lacks the semicolon: so they have always read. */
+#define ZOR_MSG_NO_SET_FRAME       902, 192, ERR_WARNING, \
+    "%s: cannot set the current frame for this %s file; " \
+    "(it is not a multiframe file, or this function is unsupported for this file type)"
+#define ZOR_MSG_NO_BIND            902, 204, ERR_ERROR, \
+    "%s: cannot bind the playback window for this %s file; " \
+    "(it is not a multiframe file, or this function is unsupported for this file type)"
+#define ZOR_MSG_NO_GOTO            902, 206, ERR_WARNING, \
+    "%s: cannot set the playback frame for this %s file " \
+    "(it is not a multiframe file, or this function is unsupported for this file type)"
+#define ZOR_MSG_NO_PARAMS          902, 166, ERR_WARNING, \
+    "%s: cannot set the playback parameters for this %s file; " \
+    "(it is not a multiframe file, or this function is unsupported for this file type)"
+#define ZOR_MSG_NO_PLAY            902, 207, ERR_WARNING, \
+    "%s: cannot start playback for this %s file; " \
+    "(it is not a multiframe file, or this function is unsupported for this file type)"
+#define ZOR_MSG_NO_STOP            902, 208, ERR_WARNING, \
+    "%s: cannot stop playback for this %s file; " \
+    "(it is not a multiframe file, or this function is unsupported for this file type)"
+
 /* Response curves */
 #define ZOR_MSG_CURVE_TYPE         902, 210, ERR_ERROR, \
     "Invalid curve type %d found: must be of type ZOR_C_INTEGER or ZOR_C_FLOAT"
@@ -75,6 +104,16 @@ extern "C" {
     "%s: Invalid configuration file syntax, line %d"
 #define FMT_MSG_ON_DEMAND_START    903,   6, ERR_DEBUG, "%s, initializing database for %s request"
 #define FMT_MSG_NO_MEMORY          903,   7, ERR_ERROR, "No more internal memory"
+
+/* Colour database */
+#define CLR_MSG_NOT_A_NUMBER       903,   1, ERR_ERROR, \
+    "Invalid configuration file syntax, line %d; expecting a number"
+#define CLR_MSG_MATCHING_FUNCTION  903,   3, ERR_ERROR, \
+    "Invalid matching function (check the configuration file color matching function)"
+#define CLR_MSG_RANGE              903,   4, ERR_ERROR, \
+    "Invalid wavelength sampling range, (%f, %f); (check the configuration file)"
+#define CLR_MSG_RESOLUTION         903,   5, ERR_ERROR, \
+    "Invalid table resolution (%d); (check the configuration file)"
 
 /* clang-format on */
 

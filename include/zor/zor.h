@@ -218,6 +218,40 @@ ZOR_API int ZOR_seek(ZOR_IMAGE **image, int32_t target);
 ZOR_API void **ZOR_chan_alloc(ZOR_IMAGE *image, int32_t sub_image);
 ZOR_API void ZOR_chan_free(ZOR_IMAGE *image, void **channels);
 
+/* Files of several frames ------------------------------------------------------------------------
+ *
+ * In a format that declares it (multi_frame in ZOR_FORMAT) one file may hold several frames.
+ * Reading handles of such files are kept open after ZOR_close, so that opening the same file with
+ * the same capability settings again is quick; opening it while it is open gives the same handle.
+ * A file that changed in between is opened afresh once nobody uses the kept handle. Operators must
+ * be undone before ZOR_close: a kept handle keeps those it has.
+ *
+ * The calls on a handle need a driver that offers them and a file with several frames; otherwise
+ * they report a warning with the file's name and the format's key, return ZOR_E_UNSUPPORTED and
+ * leave zor__err alone. Frames and words are between application and driver, which also says what
+ * the results mean: 0 or a negative status for set_frame. They take no lock.
+ */
+
+/* How many unused handles are kept. Forgets what is kept now, without closing it.
+ *   enabled  0 to keep none
+ *   limit    number of kept handles above which unused ones are closed; ZOR_init sets the
+ *            environment's QK_ZOR_MULTIFRAME_OPEN, or 15 */
+ZOR_API void ZOR_multiframe_set(unsigned char enabled, int32_t limit);
+ZOR_API unsigned char ZOR_multiframe_used(void);
+
+/* The frame that scan calls are about. frame is an int32_t * for ZOR_get_frame to fill in, and the
+ * number itself for ZOR_set_frame. */
+ZOR_API int ZOR_get_frame(ZOR_IMAGE *image, ZOR_WORD frame);
+ZOR_API int ZOR_set_frame(ZOR_IMAGE *image, ZOR_WORD frame);
+
+ZOR_API int ZOR_playback_bind(ZOR_IMAGE *image, ZOR_WORD a, ZOR_WORD b);
+ZOR_API int ZOR_playback_goto(ZOR_IMAGE *image, ZOR_WORD frame);
+ZOR_API int ZOR_playback_play(ZOR_IMAGE *image, ZOR_WORD a, ZOR_WORD b, ZOR_WORD c, ZOR_WORD d,
+                              ZOR_WORD e);
+ZOR_API int ZOR_playback_params(ZOR_IMAGE *image, ZOR_WORD a, ZOR_WORD b, ZOR_WORD c, ZOR_WORD d,
+                                ZOR_WORD e, ZOR_WORD f, ZOR_WORD g, ZOR_WORD h);
+ZOR_API int ZOR_playback_stop(ZOR_IMAGE *image, ZOR_WORD a);
+
 /* Response curves ------------------------------------------------------------------------------ */
 
 /* Copies a curve with tables of its own. Returns 0; -1 for a depth or type that tables cannot have
@@ -271,6 +305,43 @@ ZOR_API void ZOR_info_get_specific(const char *key, const ZOR_FORMAT *format, ZO
 
 /* The largest of those two numbers over all formats. Returns the second. */
 ZOR_API int32_t ZOR_info_num_specific(int32_t *first, int32_t *second);
+
+/* Capabilities ------------------------------------------------------------------------------------
+ *
+ * What a format offers beyond the common interface: a compression, a quality. ZOR_info_get_specific
+ * tells what there is; an application chooses with a settings list, a null-terminated array of
+ * pointers in the open request:
+ *
+ *     ZOR_CAP_SETTING compression = {0, 0, {.number = 2}};
+ *     ZOR_CAP_SETTING *settings[] = {&compression, NULL};
+ *     info->cap_settings = settings;
+ *
+ * The list stays the application's and must live as long as the handle does.
+ */
+
+/* count settings in one block, each with code 65535 and value 0; free them with ERR_free. Null when
+ * memory ran out (reported) or for a negative count. */
+ZOR_API ZOR_CAP_SETTING *ZOR_cap_setting_alloc(int32_t count);
+
+/* A new list with new settings, each a block of its own: free every element, then the list, with
+ * ERR_free. Null for a null or empty list, and when memory ran out (ZOR_MSG_NO_MEMORY); when it ran
+ * out for a setting, what was copied so far. */
+ZOR_API ZOR_CAP_SETTING **ZOR_cap_setting_copy(ZOR_CAP_SETTING *const *list);
+
+/* Whether every setting of a has its like in b; a null list is like an empty one. b is searched
+ * forward only, so both must hold their common codes in the same order. The code also selects how
+ * values compare: 0 as integers, 1 as floats; any other is reported (ZOR_MSG_UNKNOWN_CAPABILITY)
+ * and unlike everything. Returns 1 or 0. */
+ZOR_API unsigned char ZOR_cap_setting_compare(ZOR_CAP_SETTING *const *a, ZOR_CAP_SETTING *const *b);
+
+/* Has a format bring the availability of its capabilities up to date; x and y are between
+ * application and driver. Returns the driver's answer, 0 for a null format or one that has no
+ * such function. */
+ZOR_API unsigned char ZOR_capabilities_available(const ZOR_FORMAT *format, ZOR_WORD x, ZOR_WORD y);
+
+/* For drivers: marks a capability as available (non-zero) or not. Returns 1 when that changed
+ * something. */
+ZOR_API unsigned char ZOR_set_available(ZOR_CAPABILITY *capability, unsigned char available);
 
 /* File names --------------------------------------------------------------------------------------
  *
