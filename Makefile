@@ -14,6 +14,7 @@ PICTURES ?=
 PREFIX ?= /usr/local
 SECONDS ?= 60
 JOBS ?= $(shell nproc)
+export PICTURES # names may hold what a shell would take for its own
 
 configure = cmake --preset $(1) $(2) >/dev/null
 build = $(call configure,$(1),$(2)) && cmake --build build/$(1) -j $(JOBS)
@@ -24,7 +25,7 @@ run_tests = ctest --test-dir build/$(1) --output-on-failure --no-tests=error -j 
 demo:
 	scripts/setup.sh native
 	$(call build,native,-DZOR_BUILD_TESTS=OFF)
-	PICTURES='$(PICTURES)' scripts/demo.sh build/native demo
+	scripts/demo.sh build/native demo
 
 test:
 	scripts/setup.sh native

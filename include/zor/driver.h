@@ -54,6 +54,14 @@
  *         return 1;
  *     }
  *
+ * Writing is the same the other way round: imageWriteOpen finds the descriptions filled in, their
+ * orientation set from imageOrientation, and installs a scan function that takes samples from the
+ * rows it is given; what cannot be stored shows in the status of a scan or the close call. A module
+ * is compiled on its own and finds the library in the program that loads it:
+ *
+ *     cc -shared -fPIC raw8.c -o modules/raw8.so $(pkg-config --cflags zor)
+ *     zor --modules modules formats
+ *
  * The rules of the trade:
  *   - No exception, and no longjmp, may leave a driver function.
  *   - A driver function that fails reports with a message of messages.h, sets zor__err (zor__fail

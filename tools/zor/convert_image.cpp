@@ -126,6 +126,15 @@ bool describe_input(Plan &plan, const ZOR_IMAGE *input, Reports &reports) {
     return true;
 }
 
+// What the input does not say stays unsaid. The library would fill in who converts it, where and
+// when, and the site's usual picture geometry, whose numbers would stand in for this picture's own.
+bool leave_unsaid(ZOR_INFO &info) {
+    for (char **text : {&info.user, &info.machine, &info.date, &info.images[0].picture_format})
+        if (*text == nullptr && !set_text(*text, ""))
+            return false;
+    return true;
+}
+
 // Changes it to what the output's format can hold.
 bool fit_to_format(Plan &plan, const ZOR_FORMAT &format, const ConvertRequest &request,
                    Reports &reports) {
@@ -134,7 +143,7 @@ bool fit_to_format(Plan &plan, const ZOR_FORMAT &format, const ConvertRequest &r
     ERR_free(std::exchange(info.extension, nullptr));
     ERR_free(std::exchange(info.compression, nullptr));
     info.complete_path = 1;
-    return set_text(info.key, format.key) && drop_sub_images(info, request, reports) &&
+    return set_text(info.key, format.key) && leave_unsaid(info) && drop_sub_images(info, request, reports) &&
            choose_channels(plan, format, request, reports);
 }
 

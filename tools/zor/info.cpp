@@ -170,6 +170,11 @@ ExitCode show_info(const RuntimeOptions &options, const std::vector<std::string>
     Runtime runtime(options);
     if (!runtime.start())
         return EXIT_NO_START;
+    if (!from.empty() && ZOR_find(from.c_str()) == nullptr) {
+        runtime.reports().about({});
+        runtime.reports().error("no format has the key '" + from + "'; zor formats lists them");
+        return EXIT_WRONG_USAGE;
+    }
     ExitCode code = EXIT_FINE;
     Json all = Json::array();
     for (const std::string &file : files) {

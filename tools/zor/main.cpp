@@ -28,8 +28,7 @@ int run(int argc, char **argv) {
                    "Directory to load format modules from; may be given several times. Default: "
                    "$ZOR_MODULES, or else the directories beside this program")
         ->type_name("DIR")
-        ->expected(1)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+        ->allow_extra_args(false); // what follows the directory are files
     app.add_flag("-q,--quiet", options.quiet, "Say nothing but errors");
 
     bool json = false;

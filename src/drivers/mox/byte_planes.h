@@ -58,14 +58,14 @@ void put_plane(uint8_t *plane, ptrdiff_t count, uint8_t *samples) {
 // samples' own memory: no sample is written before its bytes have been read, and none beyond count.
 inline void join_planes(const uint8_t *high, const uint8_t *low, ptrdiff_t count,
                         uint8_t *samples) {
-    ptrdiff_t i = 0;
-    for (; i + 16 <= count; i += 16) {
+    const ptrdiff_t whole = count - count % 16;
+    for (ptrdiff_t i = 0; i < whole; i += 16) {
         const Vec16 a = load(low + i);
         const Vec16 b = load(high + i);
         store(interleave_low8(a, b), samples + 2 * i);
         store(interleave_high8(a, b), samples + 2 * i + 16);
     }
-    for (; i < count; ++i) {
+    for (ptrdiff_t i = whole; i < count; ++i) {
         const uint8_t top = high[i]; // before the low byte takes its place
         samples[2 * i] = low[i];
         samples[2 * i + 1] = top;

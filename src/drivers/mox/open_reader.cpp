@@ -57,10 +57,16 @@ float to_float(double value) {
     return static_cast<float>(std::clamp<double>(value, -FLT_MAX, FLT_MAX));
 }
 
+// The number in a text; 0 for none, and for one that is too small for a float.
+float real_of(const char *text) {
+    double value = 0;
+    parse_real(text, &value);
+    return to_float(value);
+}
+
 float gamma_of(const Header &header) {
-    double gamma = 0;
-    parse_real(header.gamma, &gamma);
-    return gamma > 0 ? to_float(gamma) : FMT_def_input_gamma();
+    const float gamma = real_of(header.gamma);
+    return gamma > 0 ? gamma : FMT_def_input_gamma();
 }
 
 // Reads "x y" into a triple (x, y, z); texts without two numbers leave it alone.
@@ -84,7 +90,7 @@ bool parse_seconds(const char *date, int64_t *seconds) {
     date += negative || *date == '+' ? 1 : 0;
     const char *digits = date;
     int64_t value = 0;
-    for (; *date >= '0' && *date <= '9' && date - digits < 18; ++date) // as fit 64 bits
+    for (; *date >= '0' && *date <= '9' && value < INT64_MAX / 10; ++date)
         value = value * 10 + (*date - '0');
     *seconds = negative ? -value : value;
     return date > digits;
@@ -144,10 +150,9 @@ void describe_picture(ZOR_IMAGE_DESC *desc, const Header &header) {
     }
     desc->picture_width = header.window_right - header.window_left + 1;
     desc->picture_height = header.window_top - header.window_bottom + 1;
-    double aspect = 0;
-    if (STR_is_real(header.aspect_ratio) != 0)
-        parse_real(header.aspect_ratio, &aspect);
-    desc->picture_aspect = aspect > 0 ? to_float(aspect)
+    const float aspect =
+        STR_is_real(header.aspect_ratio) != 0 ? real_of(header.aspect_ratio) : 0.0F;
+    desc->picture_aspect = aspect > 0 ? aspect
                                       : static_cast<float>(desc->picture_width) /
                                             static_cast<float>(desc->picture_height);
 }
@@ -282,10 +287,11 @@ bool add_sub_image(ZOR_IMAGE *image, int32_t index, Reader *reader, const Header
         return false;
     image->data[index] = sub;
     ZOR_IMAGE_DESC *desc = &image->images[index];
-    if (!describe_image(desc, header) || !choose_codecs(desc, image->key, sub->groups))
+    if (!describe_image(desc, header) || !read_table(sub) ||
+        !choose_codecs(desc, image->key, sub->groups))
         return false;
     sub->max_record = max_record(*desc, sub->active);
-    return read_table(sub) && make_channels(image, index, sub);
+    return make_channels(image, index, sub);
 }
 
 // The chain of headers ------------------------------------------------------------------------
@@ -312,11 +318,15 @@ bool read_header(ReadStream *stream, int64_t position, bool mob, Header *header)
 }
 
 // Follows the chain of headers; each becomes a sub-image. A chain that comes back to a place has no
-// end, which shows when it meets a mark that is left behind after 1, 2, 4, 8... steps.
+// end. Only a link that leads backward can, and there is none in most files.
 bool read_chain(ZOR_IMAGE *image, Reader *reader) {
     const bool mob = is_mob(*image);
-    int64_t position = 0;
-    int64_t mark = 0;
+    const Owned<int32_t> positions(allocate<int32_t>(max_sub_images)); // of the headers met
+    if (positions == nullptr)
+        return set_status(ZOR_E_MEMORY) == 0;
+    int32_t *const first = positions.get();
+    int32_t position = 0;
+    int32_t highest = 0;
     for (int32_t index = 0; index < max_sub_images; ++index) {
         Header header;
         if (!read_header(&reader->stream, position, mob, &header))
@@ -326,10 +336,12 @@ bool read_chain(ZOR_IMAGE *image, Reader *reader) {
             return false;
         if (header.next == 0)
             return true;
-        if ((index & (index - 1)) == 0)
-            mark = position;
+        first[index] = position;
+        highest = std::max(highest, position);
         position = header.next;
-        if (position < static_cast<int64_t>(header_size) || position == mark)
+        int32_t *const end = first + index + 1;
+        if (position < static_cast<int32_t>(header_size) ||
+            (position <= highest && std::find(first, end, position) != end))
             return fail_type(*image);
     }
     return fail_type(*image);
@@ -370,8 +382,10 @@ int open_reader(ZOR_IMAGE *image) {
     }
     *reader = {};
     constexpr uint64_t handle = 4096; // and the texts that go with it
+    constexpr uint64_t chain = max_sub_images * sizeof(int32_t);
     if (!open_reading(&reader->stream, file) ||
-        !charge(reader, handle + sizeof *reader + block_size) || !read_chain(image, reader)) {
+        !charge(reader, handle + chain + sizeof *reader + block_size) ||
+        !read_chain(image, reader)) {
         free_reader(image, reader);
         file_calls().close(image, file);
         return 0;

@@ -3,8 +3,8 @@
 // The kinds and lengths of packets are close to random in photographs, so a branch on either is
 // mispredicted all the time and costs more than the packet. But a literal is nearly always followed
 // by a run. So packets are taken in pairs of a literal, which may be missing, and a run. As many
-// bytes are moved for both as hardly any of them exceeds, and what is too much is overwritten by the
-// next pair.
+// bytes are moved for both as hardly any of them exceeds, and what is too much is overwritten by
+// the next pair.
 //
 // The next pair can be found only after the control byte of this one has been loaded, so most of
 // the time goes by waiting. Hence several readers take turns.
@@ -76,8 +76,9 @@ void decode_full_literals(PacketReader &reader) {
     }
 }
 
-// Decodes a pair, or some more that go together. False, and nothing happens, when what comes next is
-// unusual: close to an end, or wrong. Nothing at all may be left: the first bytes are in the slack.
+// Decodes a pair, or some more that go together. False, and nothing happens, when what comes next
+// is unusual: close to an end, or wrong. Nothing at all may be left: the first bytes are in the
+// slack.
 [[gnu::always_inline]] inline bool decode_pair(PacketReader &reader) {
     const uint8_t *const in = reader.in;
     uint8_t *const to = reader.to;

@@ -11,8 +11,8 @@ constexpr ptrdiff_t longest_packet = 128; // bytes of a plane that one packet st
 // Packets that may be decoded at once, in bytes of the plane, where so many are asked for.
 constexpr ptrdiff_t packet_batch = 4 * longest_packet;
 
-// Where decoding stands in a record and where the bytes go. May read and write codec_slack bytes past
-// either end.
+// Where decoding stands in a record and where the bytes go. May read and write codec_slack bytes
+// past either end.
 struct PacketReader {
     const uint8_t *in;
     const uint8_t *last; // byte of the record
@@ -25,12 +25,12 @@ inline bool starts_with_full_literal(const PacketReader &reader) {
     return reader.last - reader.in >= longest_packet && *reader.in == 0x80;
 }
 
-// Decodes packets until enough is reached, or passed by less than packet_batch. False when the record
-// ends within a packet or a packet exceeds the stop.
+// Decodes packets until enough is reached; may go on from there, up to the stop. False when the
+// record ends too early or a packet exceeds the stop.
 bool decode_packets(PacketReader &reader, const uint8_t *enough);
 
-// Decodes up to the stops of count readers, at most most_rows. They take turns, which is faster than
-// one after the other while their packets are short.
+// Decodes up to the stops of count readers, at most most_rows. They take turns, which is faster
+// than one after the other while their packets are short.
 bool decode_side_by_side(PacketReader *readers, int count);
 
 } // namespace zor::mox

@@ -1,9 +1,9 @@
 // packet_encoder.cpp - finds runs with bit masks and writes packets of any length without branches.
 //
 // Comparing each byte with the one before gives a bit for every byte; a few shifts and logical
-// operations turn a word of them into one in which only the boundaries of runs are set. Their places
-// go into a list, and only then packets are written: with a list to work from, nothing depends on
-// the data but how far the pointers move.
+// operations turn a word of them into one in which only the boundaries of runs are set. Their
+// places go into a list, and only then packets are written: with a list to work from, nothing
+// depends on the data but how far the pointers move.
 #include "drivers/mox/packet_encoder.h"
 
 #include <algorithm>
@@ -100,8 +100,8 @@ uint8_t *put_run(uint8_t value, ptrdiff_t count, uint8_t *out) {
     return out + 2;
 }
 
-// Smooth regions are runs that follow each other. Four of them are written at a time when none needs
-// a second packet.
+// Smooth regions are runs that follow each other. Four of them are written at a time when none
+// needs a second packet.
 constexpr ptrdiff_t batch = 4;
 
 // Past the end of the list, a place so far away that no batch reaches beyond the end.

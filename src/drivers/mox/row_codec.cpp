@@ -77,8 +77,8 @@ ptrdiff_t decode_part(PacketReader &reader, ptrdiff_t left, Part &part) {
     return reader.to - part.bytes;
 }
 
-// Decodes the low bytes of samples whose high bytes are in the second half of the row. Those of full
-// literals, which noise is made of, come straight from the record.
+// Decodes the low bytes of samples whose high bytes are in the second half of the row. Those of
+// full literals, which noise is made of, come straight from the record.
 bool decode_low_plane(PacketReader &reader, ptrdiff_t count, uint8_t *samples) {
     const uint8_t *const high = samples + count;
     Part part;
@@ -140,9 +140,8 @@ bool decode_long_words(const EncodedRow *rows, int num_rows, int32_t count) {
     return true;
 }
 
-// Literals of 128 add one byte to each; a run saves at least the control byte of the literal it cuts
-// off. The bound is a little above what the encoder needs, one in 127 instead of 128, because it also
-// sizes the buffer for records that others wrote.
+// Literals of 128 add one byte to each; a run saves at least the control byte of the literal it
+// cuts off. The bound, one in 127 and one more, is a little above what the encoder needs.
 template<ptrdiff_t Size>
 size_t max_encoded_integers(int32_t count) {
     const auto plane = static_cast<size_t>(count);

@@ -1,9 +1,9 @@
 // row_codec.h - how the rows of one channel become the data of a record, and back.
 //
-// Integer samples are split into byte planes, most significant plane first, each coded on its own as
-// a stream of packets: a control byte c of 0 or more is followed by one byte that stands for c + 1
-// equal samples, a negative one by -c samples as they are. Float samples are stored raw, little
-// endian.
+// Integer samples are split into byte planes, most significant plane first, each coded on its own
+// as a stream of packets: a control byte c of 0 or more is followed by one byte that stands for
+// c + 1 equal samples, a negative one by -c samples as they are. Float samples are stored raw,
+// little endian.
 #pragma once
 
 #include <cstddef>
@@ -32,9 +32,10 @@ struct RowCodec {
     // Returns the bytes written.
     size_t (*encode)(const void *samples, int32_t count, uint8_t *out);
 
-    // Reads count samples of each of some rows, at most most_rows. Together they take less time than
-    // one after the other. Bytes left over in a record are ignored. Returns false when one of them
-    // does not give exactly count samples, plane by plane; the samples of all are undefined then.
+    // Reads count samples of each of some rows, at most most_rows. Together they take less time
+    // than one after the other. Bytes left over in a record are ignored. Returns false when one of
+    // them does not give exactly count samples, plane by plane; the samples of all are undefined
+    // then.
     bool (*decode)(const EncodedRow *rows, int num_rows, int32_t count);
 
     // Most bytes that count samples can take.

@@ -58,9 +58,9 @@ bool open_reading(ReadStream *stream, FILE *file);
 // Makes the position the place of the next take. Costs nothing until then.
 void seek(ReadStream *stream, int64_t position);
 
-// The next size bytes, a block at most, with codec_slack bytes readable behind them; valid until the
-// next look or take. Null when the file ends before, or cannot be read: error tells, and what was
-// looked at before can be again.
+// The next size bytes, a block at most, with codec_slack bytes readable behind them; valid until
+// the next look or take. Null when the file ends before, or cannot be read: error tells, and what
+// was looked at before can be again.
 const uint8_t *look(ReadStream *stream, size_t size);
 
 // The same, and moves the position behind them.

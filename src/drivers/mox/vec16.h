@@ -1,5 +1,5 @@
-// vec16.h - 16 bytes at a time: the vector operations that the row codec is made of. Every processor
-// the library is built for has them; this is the one file to rewrite for another kind.
+// vec16.h - 16 bytes at a time: the vector operations that the row codec is made of. Every
+// processor the library is built for has them; this is the one file to rewrite for another kind.
 #pragma once
 
 #include <emmintrin.h>

@@ -150,6 +150,12 @@ TEST_F(ReadTest, ChainsEndOrAreRefused) {
                              {748, 1496, 2244, 1496, 0},
                              {748, 1497, 0}})
         expect_refused(chain(next), not_mox);
+    std::string loop = chain({748, 1496, 2244, 748}); // whose rows, read once more, are too much
+    for (uint32_t i = 1; i < 4; ++i) {
+        put(loop, 748 * i + 2, 2, 32767);
+        put(loop, 748 * i + 22, 2, 12 + i);
+    }
+    expect_refused(loop, not_mox);
     std::vector<uint32_t> many(65537);
     for (size_t i = 0; i + 1 < many.size(); ++i)
         many[i] = static_cast<uint32_t>((i + 1) * 748);
@@ -211,15 +217,15 @@ TEST_F(ReadTest, OldFilesHaveByteChannelsAndNoChain) {
 TEST_F(ReadTest, TextsAndNumbersOfTheHeader) {
     std::string bytes = small_file();
     bytes.replace(144, 128, 128, 'n'); // no room left for a terminator
-    put_text(bytes, 528, "{0}");
+    bytes.replace(528, 20, "{0000000000000000001");
     put_text(bytes, 44, "nothing");
     put_text(bytes, 580, "");
     put_text(bytes, 28, std::string(15, ' '));
     ZOR_IMAGE *image = open_bytes(bytes);
     ASSERT_NE(image, nullptr) << log.text();
     std::ostringstream date;
-    const time_t epoch = 0;
-    date << std::put_time(std::localtime(&epoch), "%c");
+    const time_t second = 1;
+    date << std::put_time(std::localtime(&second), "%c");
     EXPECT_EQ(image->date, date.str());
     EXPECT_EQ(image->name, std::string(128, 'n'));
     EXPECT_STREQ(image->compression, "run length encoded");
@@ -233,9 +239,11 @@ TEST_F(ReadTest, TextsAndNumbersOfTheHeader) {
 
     bytes.replace(528, 20, "{9999999999999999999"); // no such year
     put_text(bytes, 548, "ntsc_640");
+    put_text(bytes, 28, "1e-60"); // nothing to divide by
     image = open_bytes(bytes);
     ASSERT_NE(image, nullptr) << log.text();
     EXPECT_STREQ(image->date, "{9999999999999999999");
+    EXPECT_EQ(image->images[0].curve.gamma, 1.0F);
     EXPECT_EQ(image->images[0].picture_height, 486);
     EXPECT_EQ(image->images[0].picture_aspect, 1.33F);
     ZOR_close(image);
