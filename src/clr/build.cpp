@@ -1,9 +1,7 @@
 // build.cpp - the weights of all sample spaces, from what the configuration file left.
 #include "clr/build.h"
 
-#include <algorithm>
 #include <cstring>
-#include <iterator>
 
 #include "base/base/owned.h"
 #include "clr/built_in.h"
@@ -32,31 +30,16 @@ Outcome check(const Settings &settings) {
     return Outcome::good;
 }
 
-// The rows in the order of their wavelengths. Of rows with one wavelength the last in the file goes
-// first, and so counts. Null when memory ran out.
-Owned<const CLR_TRISTIMULUS *> sort_rows(const CLR_TRISTIMULUS *rows, int32_t count) {
-    Owned<const CLR_TRISTIMULUS *> sorted(allocate<const CLR_TRISTIMULUS *>(count));
-    if (sorted == nullptr)
-        return nullptr;
-    for (int32_t i = 0; i < count; ++i)
-        sorted.get()[i] = rows + i;
-    std::sort(sorted.get(), sorted.get() + count,
-              [](const CLR_TRISTIMULUS *a, const CLR_TRISTIMULUS *b) {
-                  return a->wavelength != b->wavelength ? a->wavelength < b->wavelength : a > b;
-              });
-    return sorted;
-}
-
 // Resamples the file's table, or the built-in one when the file mentions none.
-Outcome resample(const Reading &reading, Curves &curves) {
-    const bool built_in = !reading.table_opened && !reading.table_ended;
-    const CLR_TRISTIMULUS *rows = built_in ? observer : reading.rows.items();
-    const int32_t count =
-        built_in ? static_cast<int32_t>(std::size(observer)) : reading.rows.count();
-    const auto sorted = sort_rows(rows, count);
-    if (sorted == nullptr)
-        return Outcome::failed;
-    if (!curves.resample({sorted.get(), static_cast<size_t>(count)})) {
+Outcome resample(Reading &reading, Curves &curves) {
+    if (reading.table_opened || reading.table_ended) {
+        for (const Row &row : reading.rows.sort())
+            curves.add(row);
+    } else {
+        for (const CLR_TRISTIMULUS &row : observer)
+            curves.add(row);
+    }
+    if (!curves.finish()) {
         ERR_report_cat(config_catalogue(), CLR_MSG_MATCHING_FUNCTION);
         return Outcome::failed;
     }
@@ -87,7 +70,7 @@ void weigh_all(const Spaces &spaces, const Curves &curves) {
 
 } // namespace
 
-Outcome build_spaces(const Reading &reading) {
+Outcome build_spaces(Reading &reading) {
     if (const Outcome outcome = check(reading.settings); outcome != Outcome::good)
         return outcome;
     if (!reading.changed && !reading.has_table()) {

@@ -6,6 +6,6 @@
 namespace zor::clr {
 
 // Checks the settings and fills the arrays of every space.
-Outcome build_spaces(const Reading &reading);
+Outcome build_spaces(Reading &reading);
 
 } // namespace zor::clr

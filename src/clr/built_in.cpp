@@ -27,27 +27,25 @@ constexpr float edges[] = {
 };
 
 // Where the edges, and the block, of a space start.
-constexpr size_t first_edge(int32_t n) { return static_cast<size_t>((n - 1) * (n + 2) / 2); }
-constexpr size_t first_number(int32_t n) { return static_cast<size_t>((n - 1) * (4 * n + 1)); }
+constexpr size_t first_edge(int32_t n) {
+    const auto bins = static_cast<size_t>(n);
+    return (bins - 1) * (bins + 2) / 2;
+}
+constexpr size_t first_number(int32_t n) {
+    const auto bins = static_cast<size_t>(n);
+    return (bins - 1) * (4 * bins + 1);
+}
 static_assert(first_edge(num_built_in + 1) == std::size(edges));
 
 constexpr Settings built_in;
 
-constexpr auto resample_observer() {
-    std::array<const CLR_TRISTIMULUS *, std::size(observer)> rows{};
-    for (size_t i = 0; i < rows.size(); ++i)
-        rows[i] = &observer[i];
-    std::array<CurvePoint, built_in.table_resolution> points{};
-    Curves(built_in.range, points).resample(rows);
-    return points;
-}
-
-// Of use to the compiler only.
-constexpr auto resampled = resample_observer();
-
 constexpr auto make_blocks() {
-    std::array<CurvePoint, resampled.size()> points = resampled;
-    const Curves curves(built_in.range, points);
+    std::array<CurvePoint, built_in.table_resolution> points{};
+    Curves curves(built_in.range, points);
+    for (const CLR_TRISTIMULUS &row : observer)
+        curves.add(row);
+    curves.finish();
+
     std::array<float, first_number(num_built_in + 1)> blocks{};
     const auto bins_of = [&blocks](int32_t n) { return lay_out(n, &blocks[first_number(n)]); };
     for (int32_t n = 1; n <= num_built_in; ++n) {

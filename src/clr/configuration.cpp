@@ -1,6 +1,7 @@
 // configuration.cpp - what the configuration file says about colour.
 #include "clr/configuration.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "base/base/number.h"
@@ -10,14 +11,25 @@
 
 namespace zor::clr {
 
-bool Rows::append(const CLR_TRISTIMULUS &row) {
+bool Rows::append(const Row &row) {
     constexpr int32_t increment = 128;
     if (array_ == nullptr)
         array_ = dst_array_create(0, increment, sizeof row, &storage_);
     if (array_ == nullptr || dst_array_grow(array_, 1, &storage_) == 0)
         return false;
-    static_cast<CLR_TRISTIMULUS *>(storage_)[count() - 1] = row;
+    static_cast<Row *>(storage_)[dst_array_count(array_) - 1] = row;
     return true;
+}
+
+std::span<const Row> Rows::sort() {
+    if (empty())
+        return {};
+    const std::span rows(static_cast<Row *>(storage_),
+                         static_cast<size_t>(dst_array_count(array_)));
+    std::sort(rows.begin(), rows.end(), [](const Row &a, const Row &b) {
+        return a.wavelength != b.wavelength ? a.wavelength < b.wavelength : a.line > b.line;
+    });
+    return rows;
 }
 
 namespace {
@@ -125,8 +137,8 @@ Outcome read_row(Reading &reading, const config_line &line) {
     const Outcome outcome = read_numbers(line.tokens, numbers);
     if (outcome != Outcome::good)
         return outcome;
-    return reading.rows.append({numbers[0], numbers[1], numbers[2], numbers[3]}) ? Outcome::good
-                                                                                 : Outcome::failed;
+    const Row row = {{numbers[0], numbers[1], numbers[2], numbers[3]}, config_line_number()};
+    return reading.rows.append(row) ? Outcome::good : Outcome::failed;
 }
 
 using Apply = Outcome (*)(Reading &reading, const config_line &line);

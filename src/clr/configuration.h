@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 
 #include "base/base/dst_array.h"
 #include "clr/settings.h"
@@ -16,7 +17,12 @@ enum class Outcome {
     halted  // reported; the start ends, and what it did stays
 };
 
-// The rows of a table of matching functions, in file order.
+// A row of a table of matching functions.
+struct Row : CLR_TRISTIMULUS {
+    int32_t line; // of the file; of two rows for one wavelength the later counts
+};
+
+// The rows of a table, in file order until they are sorted.
 class Rows {
 public:
     Rows() = default;
@@ -24,13 +30,13 @@ public:
     Rows(const Rows &) = delete;
     Rows &operator=(const Rows &) = delete;
 
-    // Returns false, reported, when memory ran out.
-    bool append(const CLR_TRISTIMULUS &row);
+    [[nodiscard]] bool empty() const { return array_ == nullptr; }
 
-    [[nodiscard]] int32_t count() const { return array_ != nullptr ? dst_array_count(array_) : 0; }
-    [[nodiscard]] const CLR_TRISTIMULUS *items() const {
-        return static_cast<const CLR_TRISTIMULUS *>(storage_);
-    }
+    // Returns false, reported, when memory ran out.
+    bool append(const Row &row);
+
+    // Brings the rows into ascending order, one that counts before others of its wavelength.
+    std::span<const Row> sort();
 
 private:
     dst_array *array_ = nullptr; // made for the first row
@@ -46,7 +52,7 @@ struct Reading {
     bool table_opened = false; // clr__tristimulus was there
     bool table_ended = false;  // end__tristimulus was there
 
-    [[nodiscard]] bool has_table() const { return table_opened && table_ended && rows.count() > 0; }
+    [[nodiscard]] bool has_table() const { return table_opened && table_ended && !rows.empty(); }
 };
 
 // Takes over what the lines of the configuration file say.

@@ -23,36 +23,40 @@ struct CurvePoint {
     double integral[3]; // from the minimum to here
 };
 
-// Points at even distances from one end of the range to the other, at least two.
+// Points at even distances from one end of the range to the other, at least two:
+//
+//     Curves curves(range, points);
+//     for (const CLR_TRISTIMULUS &row : table)
+//         curves.add(row);
+//     if (curves.finish())
+//         ... curves.integral(0, 555) ...
+//
+// The functions run straight from row to row. They are 0 at both ends of the range, whatever a
+// table says there, and outside it.
 class Curves {
 public:
     constexpr Curves(Range range, std::span<CurvePoint> points)
         : range_(range),
           points_(points),
           step_((double{range.maximum} - double{range.minimum}) /
-                static_cast<double>(points.size() - 1)) {}
+                static_cast<double>(points.size() - 1)),
+          last_row_{range.minimum, 0, 0, 0} {}
 
-    // Fills the points from a table, ascending by wavelength; of rows with one wavelength the first
-    // counts. The functions fall to 0 at both ends of the range, whatever the table says there.
-    // Returns false when a function has no integral.
-    constexpr bool resample(std::span<const CLR_TRISTIMULUS *const> rows) {
-        double sums[3] = {};
-        Segment segment(range_, rows);
-        for (size_t i = 0; i < points_.size(); ++i) {
-            const double at = double{range_.minimum} + static_cast<double>(i) * step_;
-            segment.move_to(std::min(at, double{range_.maximum}));
-            for (int c = 0; c < 3; ++c) {
-                points_[i].value[c] = segment.value(c);
-                sums[c] += double{points_[i].value[c]} * step_;
-            }
-        }
-        for (int c = 0; c < 3; ++c)
-            if (!normalise(c, sums[c]))
-                return false;
-        return true;
+    // Adds a row of a table. They come ascending by wavelength; of rows with one wavelength the
+    // first counts.
+    constexpr void add(const CLR_TRISTIMULUS &row) {
+        if (row.wavelength > last_row_.wavelength && row.wavelength < range_.maximum)
+            draw_to(row);
     }
 
-    // The integral of a function from the minimum to a wavelength anywhere.
+    // Brings the functions to their ends, and the integral of each to 1. Returns false when one has
+    // no integral.
+    constexpr bool finish() {
+        draw_to({range_.maximum, 0, 0, 0});
+        return normalise(0) && normalise(1) && normalise(2);
+    }
+
+    // The integral of function c from the minimum to a wavelength anywhere.
     [[nodiscard]] constexpr double integral(int c, double wavelength) const {
         const size_t last = points_.size() - 1;
         if (!(wavelength > range_.minimum))
@@ -70,58 +74,40 @@ public:
     [[nodiscard]] constexpr Range range() const { return range_; }
 
 private:
-    // Walks along a table, between one row and the next.
-    class Segment {
-    public:
-        constexpr Segment(Range range, std::span<const CLR_TRISTIMULUS *const> rows)
-            : rows_(rows),
-              end_{range.maximum, 0, 0, 0},
-              left_{range.minimum, 0, 0, 0},
-              right_(next_row()) {}
+    [[nodiscard]] constexpr double wavelength(size_t i) const {
+        const double rounded = double{range_.minimum} + static_cast<double>(i) * step_;
+        return std::min(rounded, double{range_.maximum});
+    }
 
-        // Wavelengths must rise, and not beyond the range.
-        constexpr void move_to(double wavelength) {
-            while (wavelength > right_.wavelength) {
-                left_ = right_;
-                right_ = next_row();
-            }
-            share_ = (wavelength - double{left_.wavelength}) /
-                     (double{right_.wavelength} - double{left_.wavelength});
+    // Fills the points between the row before and this one.
+    constexpr void draw_to(const CLR_TRISTIMULUS &row) {
+        const double start = last_row_.wavelength;
+        const double length = double{row.wavelength} - start;
+        for (; filled_ < points_.size() && wavelength(filled_) <= row.wavelength; ++filled_) {
+            const double share = (wavelength(filled_) - start) / length;
+            const auto mix = [share](double from, double to) {
+                return to_float(from * (1 - share) + to * share);
+            };
+            float(&value)[3] = points_[filled_].value;
+            value[0] = mix(last_row_.x, row.x);
+            value[1] = mix(last_row_.y, row.y);
+            value[2] = mix(last_row_.z, row.z);
         }
-
-        [[nodiscard]] constexpr float value(int c) const {
-            return to_float(get(left_, c) * (1 - share_) + get(right_, c) * share_);
-        }
-
-    private:
-        static constexpr double get(const CLR_TRISTIMULUS &row, int c) {
-            return c == 0 ? row.x : c == 1 ? row.y : row.z;
-        }
-
-        // The row that follows the left one.
-        constexpr CLR_TRISTIMULUS next_row() {
-            while (!rows_.empty() && rows_.front()->wavelength <= left_.wavelength)
-                rows_ = rows_.subspan(1);
-            return rows_.empty() || rows_.front()->wavelength >= end_.wavelength ? end_
-                                                                                 : *rows_.front();
-        }
-
-        std::span<const CLR_TRISTIMULUS *const> rows_; // not yet passed
-        CLR_TRISTIMULUS end_;
-        CLR_TRISTIMULUS left_;
-        CLR_TRISTIMULUS right_;
-        double share_ = 0; // of the right row
-    };
+        last_row_ = row;
+    }
 
     // Makes the sum of a function 1, then integrates it.
-    constexpr bool normalise(int c, double sum) {
+    constexpr bool normalise(int c) {
+        double sum = 0;
+        for (const CurvePoint &point : points_)
+            sum += double{point.value[c]} * step_;
         if (sum == 0)
             return false;
         double integral = 0;
-        float previous = 0; // as at the minimum
+        double previous = 0; // as at the minimum
         for (CurvePoint &point : points_) {
             point.value[c] = to_float(double{point.value[c]} / sum);
-            integral += step_ * (double{previous} + double{point.value[c]}) / 2;
+            integral += step_ * (previous + double{point.value[c]}) / 2;
             point.integral[c] = integral;
             previous = point.value[c];
         }
@@ -131,6 +117,8 @@ private:
     Range range_;
     std::span<CurvePoint> points_;
     double step_; // nanometres between points
+    CLR_TRISTIMULUS last_row_;
+    size_t filled_ = 0; // points so far
 };
 
 } // namespace zor::clr
