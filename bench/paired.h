@@ -23,17 +23,18 @@ namespace bench {
 
 class Pairs {
 public:
-    // Both callables do all of the work once; bytes is its size, the same for both.
+    // Both callables do all of the work once; bytes is its size, the same for both, or 0 where what
+    // counts is the time.
     void add(std::string name, std::string peer_name, size_t bytes, std::function<void()> ours,
              std::function<void()> peer) {
         pairs_.push_back(
             {std::move(name), std::move(peer_name), bytes, std::move(ours), std::move(peer)});
     }
 
-    // Runs every pair for some rounds and prints a line for each: the name, our throughput, the
-    // peer's, and how many times as fast we are.
+    // Runs every pair for some rounds and prints a line for each: the name, our throughput or time,
+    // the peer's, and how many times as fast we are.
     void run(int rounds) const {
-        std::printf("%-34s %10s   %-22s %10s %8s\n", "", "GB/s", "against", "GB/s", "ratio");
+        std::printf("%-34s %10s   %-22s %10s %8s\n", "", "ours", "against", "theirs", "ratio");
         for (const Pair &pair : pairs_) {
             std::vector<double> ours;
             std::vector<double> peers;
@@ -53,10 +54,9 @@ public:
                 }
                 ratios.push_back(peers.back() / ours.back());
             }
-            const double size = static_cast<double>(pair.bytes) / 1e9;
-            std::printf("%-34s %10.2f   %-22s %10.2f %8.2f\n", pair.name.c_str(),
-                        size / median(ours), pair.peer_name.c_str(), size / median(peers),
-                        median(ratios));
+            std::printf("%-34s %10s   %-22s %10s %8.2f\n", pair.name.c_str(),
+                        figure(pair.bytes, median(ours)).c_str(), pair.peer_name.c_str(),
+                        figure(pair.bytes, median(peers)).c_str(), median(ratios));
             std::fflush(stdout);
         }
     }
@@ -77,6 +77,15 @@ private:
             work();
         return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count() /
                times;
+    }
+
+    static std::string figure(size_t bytes, double time) {
+        char text[32];
+        if (bytes == 0)
+            std::snprintf(text, sizeof text, "%.1f us", time * 1e6);
+        else
+            std::snprintf(text, sizeof text, "%.2f GB/s", static_cast<double>(bytes) / 1e9 / time);
+        return text;
     }
 
     static int times_to_fill(double span, double once) {

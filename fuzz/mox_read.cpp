@@ -1,49 +1,18 @@
 // mox_read.cpp - any bytes can be opened as a MOX file and read in any order: the reader neither
 // crashes nor takes more than 4 MiB and 64 times the size of the file, and what fails says why.
-#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <dlfcn.h>
-#include <malloc.h>
 #include <string>
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include "err/memory.h"
+#include "watch.h"
 #include "zor/driver.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
 
 namespace {
-
-bool reported;
-
-int note_report(const char *, int, const char *, ERR_OBJECT *, void *) {
-    reported = true;
-    return 0;
-}
-
-// Bytes the library has now, and the most it had.
-size_t used;
-size_t peak;
-
-void *count(void *block) {
-    used += malloc_usable_size(block);
-    peak = std::max(peak, used);
-    return block;
-}
-
-void *count_malloc(size_t size) { return count(std::malloc(size)); }
-
-void *count_realloc(void *block, size_t size) {
-    used -= malloc_usable_size(block);
-    return count(std::realloc(block, size));
-}
-
-void count_free(void *block) {
-    used -= malloc_usable_size(block);
-    std::free(block);
-}
 
 unsigned char next_module(void **module, const char **name) {
     static int delivered;
@@ -55,16 +24,10 @@ unsigned char next_module(void **module, const char **name) {
 // The file in memory that every input goes through.
 int start() {
     unsetenv("HOME"); // nobody's configuration
-    zor::set_allocator({count_malloc, count_realloc, count_free});
-    ERR_dcl_handler(nullptr, note_report, nullptr);
+    watch::start();
     if (ZOR_init(nullptr, next_module) != 0)
         std::abort();
     return memfd_create("input", 0);
-}
-
-void check(bool good) {
-    if (!good)
-        std::abort();
 }
 
 // Touches every sample, so that rows that are too short are noticed.
@@ -91,9 +54,9 @@ void read_image(ZOR_IMAGE *image, const uint8_t *data, size_t size) {
         const auto height = static_cast<uint32_t>(desc.win_top - desc.win_bottom + 1);
         const int y = desc.win_bottom + static_cast<int>((state >> 4) % height);
         void **rows = nullptr;
-        reported = false;
+        watch::reported = false;
         const int status = image->scan(image->data[k], y, reinterpret_cast<void **>(&rows));
-        check(status == 0 ? !reported : status < 0 && reported && zor__err == status);
+        check(status == 0 ? !watch::reported : status < 0 && watch::reported && zor__err == status);
         if (status == 0)
             use_rows(desc, rows);
     }
@@ -112,16 +75,16 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     info.file_name = STR_save(name.c_str());
     info.key = STR_save("mox");
     info.complete_path = 1;
-    reported = false;
-    const size_t before = used;
-    peak = used;
+    watch::reported = false;
+    const size_t before = watch::used;
+    watch::peak = watch::used;
     ZOR_IMAGE *image = ZOR_open(&info, "r");
-    check(image != nullptr || (reported && zor__err < 0));
+    check(image != nullptr || (watch::reported && zor__err < 0));
     if (image != nullptr) {
         read_image(image, data, size);
         ZOR_close(image);
     }
-    check(peak - before <= (size_t{4} << 20) + 64 * size && used == before);
+    check(watch::peak - before <= (size_t{4} << 20) + 64 * size && watch::used == before);
     ZOR_info_cleanup(&info, 1);
     return 0;
 }

@@ -3,6 +3,7 @@
 #include "base/base/owned.h"
 #include "core/registry.h"
 #include "err/status.h"
+#include "zor/clr.h"
 #include "zor/fmt.h"
 #include "zor/str.h"
 
@@ -117,8 +118,9 @@ int ZOR_init(void *catalogue, ZOR_ENUMERATE enumerate) {
     }
     zor__msg_cat = catalogue;
 
-    // The format defaults come before all that may ask for them.
-    if (FMT_init(catalogue) != 0) {
+    // The defaults come before all that may ask for them. What is up stays up when the start ends
+    // here.
+    if (FMT_init(catalogue) != 0 || CLR_init(catalogue) != 0) {
         if (zor__err == ZOR_OK)
             zor::set_status(ZOR_E_MEMORY);
         return -1;
@@ -155,6 +157,7 @@ int ZOR_exit(void) {
         if (driver.done != nullptr)
             driver.done();
     zor::clear_registry();
+    CLR_exit();
     FMT_exit();
     return 0;
 }

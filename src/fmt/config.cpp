@@ -37,6 +37,7 @@ static_assert(sizeof(void *) != 4 || sizeof(LineRecord) == 84);
 struct Reader {
     bool open;
     dst_list lines; // of LineRecord; its cursor is the next line to hand out
+    int32_t number; // of the line handed out last
     char *path;     // owned; tried last
     void *catalogue;
 } reader;
@@ -127,6 +128,7 @@ int read_lines(FILE *file) {
 int config_open(void *catalogue) {
     if (reader.open) {
         dst_list_rewind(&reader.lines);
+        reader.number = 0;
         return 0;
     }
     reader = {};
@@ -140,7 +142,10 @@ int config_open(void *catalogue) {
 
 const config_line *config_next_line() {
     const auto *record = static_cast<LineRecord *>(dst_list_step(&reader.lines));
-    return record != nullptr ? &record->line : nullptr;
+    if (record == nullptr)
+        return nullptr;
+    ++reader.number;
+    return &record->line;
 }
 
 int config_close() {
@@ -183,4 +188,10 @@ int32_t config_tokenize(int32_t max_count, char *text, char **tokens) {
 
 const char *config_path() { return reader.path != nullptr ? reader.path : ""; }
 
+int32_t config_line_number() { return reader.number; }
+
 void *config_catalogue() { return reader.catalogue; }
+
+void config_report_syntax() {
+    ERR_report_cat(reader.catalogue, FMT_MSG_SYNTAX, config_path(), reader.number);
+}

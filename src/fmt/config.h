@@ -40,6 +40,11 @@ int config_close();
 // empty one.
 int32_t config_tokenize(int32_t max_count, char *text, char **tokens);
 
-// For messages: the path of the file, or the one tried last when there is none, and the catalogue.
+// For messages: the path of the file, or the one tried last when there is none; the number of the
+// line handed out last, from 1, and 0 before the first; the catalogue.
 const char *config_path();
+int32_t config_line_number();
 void *config_catalogue();
+
+// Reports a syntax error in the line handed out last.
+void config_report_syntax();

@@ -2,7 +2,6 @@
 #include "fmt/defaults.h"
 
 #include <algorithm>
-#include <cfloat>
 #include <cstring>
 #include <utility>
 
@@ -11,6 +10,7 @@
 #include "base/base/owned.h"
 #include "err/status.h"
 #include "fmt/config.h"
+#include "fmt/database.h"
 #include "zor/fmt.h"
 #include "zor/messages.h"
 #include "zor/str.h"
@@ -18,8 +18,6 @@
 namespace {
 
 using zor::Owned;
-
-constexpr char database_name[] = "fmt"; // in messages
 
 // Results of a start that failed.
 constexpr int no_record = -1;         // nothing is left of it
@@ -90,7 +88,6 @@ int add_built_in_aspects() {
 
 // What is known of the file so far.
 struct Reading {
-    int32_t line;       // number of the current one, from 1
     bool in_table;      // between fmt__aspect_table and end_aspect_table
     Owned<char> aspect; // wanted default aspect; its entry may come later in the file
 };
@@ -114,9 +111,7 @@ int set_text(Text which, const char *argument) {
 
 // Leaves the setting alone when the text does not begin with a number.
 int set_real(float *setting, const char *argument) {
-    double value;
-    if (zor::parse_real(argument, &value))
-        *setting = static_cast<float>(std::clamp(value, double{-FLT_MAX}, double{FLT_MAX}));
+    zor::read_real(argument, setting);
     return 0;
 }
 
@@ -133,14 +128,11 @@ int set_swatch(const char *argument) {
     return 0;
 }
 
-struct Keyword {
-    const char *word;
-    int32_t num_tokens;                                   // in its line, itself included
-    int (*apply)(Reading &reading, const char *argument); // returns 0 or no_text
-};
+// Returns 0 or no_text.
+using Apply = int (*)(Reading &reading, const char *argument);
 
 // clang-format off
-constexpr Keyword keywords[] = {
+constexpr zor::Keyword<Apply> keywords[] = {
     {"fmt__aspect_default", 2, [](Reading &reading, const char *argument) {
         Owned<char> copy = copy_text(argument);
         if (copy == nullptr)
@@ -188,13 +180,6 @@ constexpr Keyword keywords[] = {
 };
 // clang-format on
 
-const Keyword *find_keyword(const char *word) {
-    for (const Keyword &keyword : keywords)
-        if (std::strcmp(keyword.word, word) == 0)
-            return &keyword;
-    return nullptr;
-}
-
 // Adds an entry, in place of one with the same name. Returns 0, no_record or no_text.
 int add_aspect(char *const *tokens) {
     Owned<AspectNode> node(zor::allocate<AspectNode>());
@@ -221,14 +206,12 @@ int add_aspect(char *const *tokens) {
 // known here.
 int read_line(Reading &reading, const config_line &line) {
     const char *first = line.tokens[0];
-    const Keyword *keyword = find_keyword(first);
+    const auto *keyword = zor::find_keyword(keywords, first);
     if (keyword == nullptr && (!reading.in_table || first[0] == '#'))
         return 0; // a comment, or somebody else's
     constexpr int32_t row_tokens = 4;
-    if (line.count != (keyword != nullptr ? keyword->num_tokens : row_tokens)) {
-        ERR_report_cat(config_catalogue(), FMT_MSG_SYNTAX, config_path(), reading.line);
+    if (!zor::has_tokens(line, keyword != nullptr ? keyword->num_tokens : row_tokens))
         return 0;
-    }
     return keyword != nullptr ? keyword->apply(reading, line.tokens[1]) : add_aspect(line.tokens);
 }
 
@@ -236,7 +219,6 @@ int read_line(Reading &reading, const config_line &line) {
 int read_settings() {
     Reading reading = {};
     while (const config_line *line = config_next_line()) {
-        ++reading.line;
         const int result = line->count > 0 ? read_line(reading, *line) : 0;
         if (result != 0)
             return result;
@@ -250,10 +232,10 @@ int read_settings() {
 bool start_for(const char *operation) {
     if (database.initialised)
         return true;
-    if (FMT_init(nullptr) != 0)
-        return false;
-    ERR_report_cat(config_catalogue(), FMT_MSG_ON_DEMAND_START, database_name, operation);
-    return true;
+    const bool good = FMT_init(nullptr) == 0;
+    if (good)
+        zor::report_start("fmt", operation);
+    return good;
 }
 
 } // namespace

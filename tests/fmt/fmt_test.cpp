@@ -1,7 +1,6 @@
 // fmt_test.cpp - the configuration file and what it does to the format defaults.
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <random>
 #include <set>
 #include <sstream>
@@ -12,6 +11,7 @@
 #include "fmt/config.h"
 #include "fmt/defaults.h"
 #include "support/fault.h"
+#include "support/home.h"
 #include "support/report_log.h"
 #include "zor/fmt.h"
 
@@ -47,21 +47,11 @@ std::string state() {
     return text.str();
 }
 
-void write(const std::string &path, const std::string &text) {
-    std::ofstream(path, std::ios::binary) << text;
-}
-
 class Fmt : public ::testing::Test {
 protected:
-    Fmt() {
-        std::filesystem::create_directories(std::string(mkdtemp(home.data())) + "/userconfig");
-        setenv("HOME", home.c_str(), 1);
-        unsetenv("QK_ROOT");
-    }
     ~Fmt() override {
         start_with(reset);
         FMT_exit();
-        std::filesystem::remove_all(home);
     }
 
     // Starts the database from a text as the user's configuration file.
@@ -71,9 +61,11 @@ protected:
         write(file(), text);
         return FMT_init(nullptr);
     }
-    std::string file() { return home + "/.zorrc"; }
+    static void write(const std::string &path, const std::string &text) { Home::write(path, text); }
+    [[nodiscard]] std::string file() const { return directory.file(); }
 
-    std::string home = ::testing::TempDir() + "zor_fmt_XXXXXX";
+    Home directory;
+    std::string &home = directory.path;
     ReportLog log;
 };
 

@@ -1,6 +1,8 @@
 // number.h - numbers as text, the same in every locale.
 #pragma once
 
+#include <algorithm>
+#include <cfloat>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -18,6 +20,11 @@ bool parse_real(std::string_view text, double *value, const char **end = nullptr
 
 // Sign, digits. 0 when there is no number; cut to 32 bits.
 int32_t parse_integer(std::string_view text);
+
+// The nearest finite float.
+constexpr float to_float(double value) {
+    return static_cast<float>(std::clamp(value, double{-FLT_MAX}, double{FLT_MAX}));
+}
 
 // Prints a number with a fixed number of decimals, at most 64, filled with blanks in front up to
 // the width: "%8.3f" is a width of 8 and 3 decimals. Infinities and NaN print as such. The text is

@@ -1,0 +1,48 @@
+// watch.h - what fuzz targets look at beside crashes: memory taken, and reports.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdlib>
+#include <malloc.h>
+
+#include "err/memory.h"
+#include "zor/err.h"
+
+namespace watch {
+
+// Bytes the library has now, and the most it had since somebody set it.
+inline size_t used;
+inline size_t peak;
+
+inline bool reported; // set by every report
+
+inline void *count(void *block) {
+    used += malloc_usable_size(block);
+    peak = std::max(peak, used);
+    return block;
+}
+
+inline void start() {
+    zor::set_allocator({[](size_t size) { return count(std::malloc(size)); },
+                        [](void *block, size_t size) {
+                            used -= malloc_usable_size(block);
+                            return count(std::realloc(block, size));
+                        },
+                        [](void *block) {
+                            used -= malloc_usable_size(block);
+                            std::free(block);
+                        }});
+    const auto note = [](const char *, int, const char *, ERR_OBJECT *, void *) {
+        reported = true;
+        return 0;
+    };
+    ERR_dcl_handler(nullptr, note, nullptr);
+}
+
+} // namespace watch
+
+inline void check(bool good) {
+    if (!good)
+        std::abort();
+}

@@ -1,0 +1,359 @@
+// clr_test.cpp - colour settings, and the weights of sample spaces.
+#include <algorithm>
+#include <cmath>
+#include <random>
+#include <set>
+#include <sstream>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "clr/observer.h"
+#include "support/fault.h"
+#include "support/home.h"
+#include "support/report_log.h"
+#include "zor/clr.h"
+#include "zor/fmt.h"
+#include "zor/zor.h"
+
+namespace {
+
+using Numbers = std::vector<float>;
+
+const std::string built_in =
+    "3 0.67 0.33 0 0.21 0.71 0.08 0.14 0.08 0.78 0.31 0.316 0.374 380-780 401";
+
+// Makes the database compute its weights, with nothing changed in the end.
+const std::string recompute = "clr__min_wavelength 381\nclr__min_wavelength 380\n";
+
+// Functions that are a triangle, so that integrals can be told: rows out of order, the peak given
+// twice, and rows where nothing counts.
+const std::string triangle =
+    "clr__min_wavelength 400\nclr__max_wavelength 600\nclr__tristimulus_tab_res 201\n"
+    "clr__tristimulus\n600 9 9 9\n500 7 7 7\n550 .5 .5 .5\n500 1 1 1 and more\n450 5e-1 .5 .5\n"
+    "400 9 9 9\n399 9 9 9\nend__tristimulus\n700 is no row\n";
+
+std::string settings() {
+    std::ostringstream text;
+    text << CLR_def_color_samp();
+    for (const float *triple : {CLR_def_red_primary(), CLR_def_green_primary(),
+                                CLR_def_blue_primary(), CLR_def_white_point()})
+        text << ' ' << triple[0] << ' ' << triple[1] << ' ' << triple[2];
+    text << ' ' << CLR_def_min_wavelength() << '-' << CLR_def_max_wavelength() << ' '
+         << CLR_def_xyz_tab_res();
+    return text.str();
+}
+
+Numbers bounds(int32_t n) {
+    const CLR_SAMPLES *space = CLR_find(n);
+    return space != nullptr ? Numbers(space->bounds, space->bounds + n + 1) : Numbers();
+}
+
+Numbers to_xyz(const CLR_SAMPLES *space) { return {space->to_xyz, space->to_xyz + 3 * space->n}; }
+
+// All numbers of all spaces.
+Numbers everything() {
+    Numbers all;
+    for (int32_t n = 1; n <= 4096; ++n)
+        if (const CLR_SAMPLES *space = CLR_find(n); space != nullptr) {
+            all.push_back(static_cast<float>(n));
+            all.insert(all.end(), space->bounds, space->bounds + n + 1);
+            all.insert(all.end(), space->inv_width, space->inv_width + n);
+            all.insert(all.end(), space->to_xyz, space->to_xyz + 3 * n);
+            all.insert(all.end(), space->from_xyz, space->from_xyz + 3 * n);
+        }
+    return all;
+}
+
+// The sum over bins of weight c times another number of the bin.
+double sum(const CLR_SAMPLES *space, const float *weights, int c, const float *divisor = nullptr) {
+    double total = 0;
+    for (int32_t j = 0; j < space->n; ++j)
+        total += double{weights[3 * j + c]} / (divisor != nullptr ? double{divisor[j]} : 1);
+    return total;
+}
+
+class Clr : public ::testing::Test {
+protected:
+    ~Clr() override { CLR_exit(); }
+
+    int start_with(const std::string &text) {
+        CLR_exit();
+        Home::write(home.file(), text);
+        return CLR_init(nullptr);
+    }
+
+    Home home;
+    ReportLog log;
+};
+
+TEST_F(Clr, BuiltInValues) {
+    ASSERT_EQ(CLR_init(nullptr), 0);
+    EXPECT_EQ(settings(), built_in);
+    EXPECT_EQ(bounds(3), (Numbers{414, 492, 568, 657}));
+    EXPECT_EQ(bounds(7), (Numbers{416, 451, 479, 520, 551, 579, 607, 661}));
+    EXPECT_EQ(bounds(10), (Numbers{414, 442, 459, 480, 513, 536, 557, 578, 598, 619, 665}));
+    for (const int32_t n : {0, -1, 11, 4096, 4097, INT32_MAX, INT32_MIN})
+        EXPECT_EQ(CLR_find(n), nullptr) << n;
+
+    const CLR_SAMPLES *space = CLR_find(3);
+    EXPECT_EQ(space->n, 3);
+    EXPECT_EQ(space->uniform, 0);
+    EXPECT_FLOAT_EQ(space->inv_width[1], 1.0F / 76);
+    const float expected[] = {.160363F, .047591F, .906228F, .167547F, .533100F,
+                              .066714F, .637493F, .408520F, .000521F};
+    for (int i = 0; i < 9; ++i)
+        EXPECT_NEAR(space->to_xyz[i], expected[i], 6e-7) << i;
+    EXPECT_EQ(log.text(), "");
+
+    double columns[3] = {};
+    for (const CLR_TRISTIMULUS &row : zor::clr::observer) {
+        columns[0] += row.x;
+        columns[1] += row.y;
+        columns[2] += row.z;
+    }
+    EXPECT_EQ(std::size(zor::clr::observer), 81U);
+    EXPECT_NEAR(columns[0], 21.3714, 1e-5);
+    EXPECT_NEAR(columns[1], 21.3711, 1e-5);
+    EXPECT_NEAR(columns[2], 21.3715, 1e-5);
+}
+
+TEST_F(Clr, ComputedWeightsAreTheBuiltInOnes) {
+    ASSERT_EQ(start_with("clr__min_wavelength 380.0\nclr__tristimulus\nend__tristimulus\n"), 0);
+    const Numbers expected = everything(); // a table without rows counts for nothing
+    std::vector<std::string> rows;
+    for (const CLR_TRISTIMULUS &row : zor::clr::observer) {
+        std::ostringstream text;
+        text << row.wavelength << ' ' << row.x << ' ' << row.y << ' ' << row.z << '\n';
+        rows.push_back(text.str());
+    }
+    std::shuffle(rows.begin(), rows.end(), std::mt19937(1));
+    std::string table = "clr__tristimulus\n";
+    for (const std::string &row : rows)
+        table += row;
+    for (const std::string &text : {recompute, table + "end__tristimulus\n", recompute + table}) {
+        ASSERT_EQ(start_with(text), 0);
+        EXPECT_TRUE(everything() == expected); // to the last bit
+    }
+    ASSERT_EQ(start_with("clr__tristimulus\n500 1 1 1\n"), 0);
+    EXPECT_TRUE(everything() == expected)
+        << "a table without an end, and nothing else, is not used";
+    ASSERT_EQ(start_with("clr__min_wavelength 400"), 0);
+    EXPECT_GT(CLR_find(3)->to_xyz[2], 0.906229F) << "less of Z is in other bins";
+}
+
+TEST_F(Clr, WeightsAreIntegrals) {
+    ASSERT_EQ(start_with(triangle + "clr__sample_bins 4 400 450 \\\n500 525.5 700\n"
+                                    "clr__sample_bins 5 600 450 450 500 300 200 1\n"),
+              0);
+    const auto row = [](double weight) { return Numbers(3, static_cast<float>(weight)); };
+    const auto bin = [](int32_t n, int j) {
+        const Numbers all = to_xyz(CLR_find(n));
+        return Numbers(all.begin() + 3 * j, all.begin() + 3 * j + 3);
+    };
+    const auto near = [](const Numbers &a, const Numbers &b) {
+        return std::abs(a[0] - b[0]) + std::abs(a[1] - b[1]) + std::abs(a[2] - b[2]) < 1e-6F;
+    };
+    EXPECT_TRUE(near(bin(4, 0), row(.125)));
+    EXPECT_TRUE(near(bin(4, 1), row(.375)));
+    EXPECT_TRUE(near(bin(4, 2), row(25.5 * (1 + .745) / 200))); // cuts the cell from 525 to 526
+    EXPECT_TRUE(near(bin(4, 3), row(74.5 * .745 / 200)));
+    EXPECT_TRUE(near(bin(5, 0), row(-.875))); // edges are taken as they stand
+    EXPECT_EQ(bin(5, 1), row(0));
+    EXPECT_EQ(bin(5, 4), row(0));
+    EXPECT_EQ(CLR_find(5)->inv_width[1], 0);
+    EXPECT_EQ(Numbers(CLR_find(3)->from_xyz, CLR_find(3)->from_xyz + 9), Numbers(9))
+        << "three equal functions cannot be told apart";
+    EXPECT_EQ(log.text(), "");
+}
+
+TEST_F(Clr, WeightsOfSpacesAgree) {
+    std::string text = "clr__min_wavelength 390.5\nclr__max_wavelength 730\n"
+                       "clr__tristimulus_tab_res 77\n";
+    for (const int32_t n : {1, 4, 12, 4096})
+        text += "clr__sample_bins " + std::to_string(n) + " uniform\n";
+    ASSERT_EQ(start_with(text), 0);
+    const CLR_SAMPLES *reference = CLR_find(3);
+    for (int c = 0; c < 3; ++c)
+        for (int d = 0; d < 3; ++d) { // from X, Y, Z to samples and back
+            double product = 0;
+            for (int j = 0; j < 3; ++j)
+                product +=
+                    double{reference->to_xyz[3 * j + c]} * double{reference->from_xyz[3 * j + d]};
+            EXPECT_NEAR(product, c == d ? 1 : 0, 1e-6);
+        }
+    const CLR_SAMPLES *coarse = CLR_find(4);
+    const CLR_SAMPLES *fine = CLR_find(12);
+    for (int i = 0; i < 12; ++i) {
+        const float *weights = fine->to_xyz + i / 3 * 9 + i % 3;
+        EXPECT_NEAR(coarse->to_xyz[i], weights[0] + weights[3] + weights[6], 1e-6);
+        weights = fine->from_xyz + i / 3 * 9 + i % 3;
+        EXPECT_NEAR(coarse->from_xyz[i], (weights[0] + weights[3] + weights[6]) / 3, 1e-5);
+    }
+    for (const int32_t n : {1, 4, 12, 4096}) {
+        const CLR_SAMPLES *space = CLR_find(n);
+        EXPECT_EQ(space->uniform, 1);
+        EXPECT_EQ(space->bounds[0], 390.5F);
+        EXPECT_EQ(space->bounds[n], 730.0F);
+        for (int c = 0; c < 3; ++c) {
+            EXPECT_NEAR(sum(space, space->to_xyz, c), 1, 1e-5);
+            // Spread over the whole range, the reference samples keep their integral.
+            const double widths[] = {492 - 390.5, 568 - 492, 730 - 568};
+            double integral = 0;
+            for (int j = 0; j < 3; ++j)
+                integral += widths[j] * double{reference->from_xyz[3 * j + c]};
+            EXPECT_NEAR(sum(space, space->from_xyz, c, space->inv_width), integral, 1e-3);
+        }
+    }
+}
+
+TEST_F(Clr, LinesSetValues) {
+    ASSERT_EQ(start_with("clr__default_samples 5\nclr__default_red_primary .1 2e-1 0.7\r\n"
+                         "clr__default_green_primary 1 2 3\nclr__default_blue_primary 4 5 6x\n"
+                         "clr__default_white_point -1 1e99 0\nclr__sample_bins 4 uniform\n"
+                         "clr__sample_bins 2 \\\n400 \\ 1 2\n500\\ \\\n600 7\n"
+                         "clr__sample_bins 12 uniform x\nclr__sample_bins 12 1 2 3 4 5 6 7 8 9 10 "
+                         "11 12 \\\nclr__default_samples 9 \\\nCLR__DEFAULT_SAMPLES 9\n"),
+              -1);
+    EXPECT_EQ(log.last(), "Invalid configuration file syntax, line 13; expecting a number");
+    EXPECT_EQ(bounds(12), Numbers()) << "the former space is gone, the new one was not finished";
+    EXPECT_EQ(bounds(2), (Numbers{400, 500, 600}));
+    EXPECT_EQ(bounds(4), (Numbers{0, 0, 0, 0, 0})) << "not computed when the start ended";
+    EXPECT_EQ(settings(), "5 0.1 0.2 0.7 1 2 3 4 5 6 -1 3.40282e+38 0 380-780 401");
+
+    log.clear();
+    ASSERT_EQ(start_with("clr__sample_bins 4 uniform\nclr__min_wavelength 400 nm\n\n"
+                         "clr__default_white_point 1 2\nclr__tristimulus 1\nend__tristimulus x\n"
+                         "clr__default_samples\n# clr__default_samples 9\nother 9\n"
+                         "clr__default_samples nine"),
+              0);
+    EXPECT_EQ(bounds(4), (Numbers{380, 480, 580, 680, 780}));
+    EXPECT_EQ(settings(), "0" + built_in.substr(1));
+    std::string reports;
+    for (const char *line : {"2", "4", "5", "6", "7"})
+        reports += home.file() + ": Invalid configuration file syntax, line " + line + "\n";
+    EXPECT_EQ(log.text(), reports);
+    EXPECT_EQ(start_with(""), 0);
+    EXPECT_EQ(settings(), built_in) << "nothing outlives the exit";
+}
+
+TEST_F(Clr, BadFilesEndTheStart) {
+    const std::string syntax = home.file() + ": Invalid configuration file syntax, line ";
+    const std::string range = "Invalid wavelength sampling range, ";
+    const std::string check = "; (check the configuration file)";
+    const std::string function = "Invalid matching function (check the configuration file color "
+                                 "matching function)";
+    const std::string resolution = "Invalid table resolution ";
+    const std::pair<std::string, std::string> cases[] = {
+        {"clr__max_wavelength 300", range + "(380.000000, 300.000000)" + check},
+        {"clr__max_wavelength 380", range + "(380.000000, 380.000000)" + check},
+        {"clr__min_wavelength 0", range + "(0.000000, 780.000000)" + check},
+        {"clr__tristimulus_tab_res 1", resolution + "(1)" + check},
+        {"clr__tristimulus_tab_res x", resolution + "(0)" + check},
+        {"clr__tristimulus_tab_res 2147483647", resolution + "(2147483647)" + check},
+        {"clr__tristimulus\n500 1 0 1\nend__tristimulus\n", function},
+        {"clr__tristimulus\n380 1 1 1\n780 1 1 1\nend__tristimulus\n", function},
+        {recompute + "clr__tristimulus", function}, // no built-in rows then
+        {recompute + "end__tristimulus\nclr__tristimulus\n500 1 1 1", function},
+        {"clr__sample_bins", syntax + "1"},
+        {"\nclr__sample_bins x uniform", syntax + "2"},
+        {"clr__sample_bins 0 uniform", syntax + "1"},
+        {"clr__sample_bins 4097 uniform", syntax + "1"},
+        {"clr__sample_bins 2 400 500\n600", syntax + "1"},
+        {"clr__sample_bins 2 400 500 \\\n\n600", syntax + "2"},
+        {"clr__sample_bins 2 400 500\\\n600", syntax + "1"},
+        {"clr__sample_bins 2 400 500 \\", syntax + "1"},
+        {"clr__sample_bins 2", syntax + "1"},
+        {"clr__sample_bins 15 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16", syntax + "1"},
+    };
+    for (const auto &[text, report] : cases) {
+        log.clear();
+        zor__err = 0;
+        EXPECT_EQ(start_with(text), -1) << text;
+        EXPECT_EQ(log.text(), report + "\n") << text;
+        EXPECT_EQ(zor__err, ZOR_E_MEMORY);
+        EXPECT_EQ(CLR_init(nullptr), -1) << "down again: " << text;
+    }
+}
+
+TEST_F(Clr, WordsForNumbersLeaveAHalfStartedDatabase) {
+    for (const std::string text :
+         {"clr__default_red_primary 1 2 z", "clr__min_wavelength nm", "clr__max_wavelength inf",
+          "clr__sample_bins 2 1 2 Uniform", "clr__tristimulus\n1 2 3", "clr__tristimulus\n# 1 2 3",
+          "clr__tristimulus\nfmt__gamma_default 2"}) {
+        log.clear();
+        EXPECT_EQ(start_with(text), -1) << text;
+        EXPECT_TRUE(log.has_only(CLR_MSG_NOT_A_NUMBER)) << text << '\n' << log.text();
+        EXPECT_EQ(CLR_init(nullptr), 0) << "up already";
+        EXPECT_EQ(settings(), built_in);
+        EXPECT_EQ(to_xyz(CLR_find(3)), Numbers(9));
+    }
+}
+
+TEST_F(Clr, StartsOnDemand) {
+    ERR_unmask_s(ERR_DEBUG);
+    EXPECT_EQ(CLR_find(3)->n, 3);
+    EXPECT_EQ(log.text(), "clr, initializing database for CLR_find request\n");
+    CLR_exit();
+    EXPECT_EQ(CLR_def_color_samp(), 3);
+    EXPECT_EQ(log.last(), "clr, initializing database for CLR_def_color_samp request");
+    start_with("clr__max_wavelength 300");
+    log.clear();
+    EXPECT_EQ(CLR_find(3), nullptr);
+    EXPECT_TRUE(log.has_only(CLR_MSG_RANGE));
+    EXPECT_EQ(CLR_def_max_wavelength(), 300) << "bad as it is";
+    EXPECT_EQ(log.last(), "clr, initializing database for CLR_def_max_wavelength request");
+    ERR_mask_s(ERR_DEBUG);
+}
+
+TEST_F(Clr, SharesTheFileAndTheLibrarysStart) {
+    Home::write(home.file(), "fmt__frame_rate 7\nclr__default_samples 7\nclr__default_samples\n");
+    ASSERT_EQ(ZOR_init(&home, nullptr), 0);
+    Home::write(home.file(), "clr__default_samples 8\n");
+    EXPECT_EQ(CLR_def_color_samp(), 7);
+    EXPECT_EQ(log.last(), home.file() + ": Invalid configuration file syntax, line 3")
+        << "lines count from 1 for each database";
+    CLR_exit();
+    EXPECT_EQ(CLR_def_color_samp(), 8) << "the first exit closes the file for all";
+    EXPECT_EQ(FMT_def_frame_rate(), 7U);
+    ZOR_exit();
+    const auto start_library = [this](const std::string &text) {
+        FMT_exit();
+        CLR_exit();
+        Home::write(home.file(), text);
+        return ZOR_init(nullptr, nullptr);
+    };
+    EXPECT_EQ(start_library("clr__max_wavelength 1"), -1);
+    EXPECT_EQ(zor__err, ZOR_E_MEMORY);
+    EXPECT_EQ(start_library("clr__max_wavelength one"), -1);
+    EXPECT_EQ(ZOR_init(nullptr, nullptr), 0) << "with what there is";
+    ZOR_exit();
+    testing::internal::CaptureStderr();
+    CLR_symbols();
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "CLR_symbols: should not be called by the application\n");
+}
+
+TEST_F(Clr, FailingAllocations) {
+    Home::write(home.file(), triangle + "clr__sample_bins 20 uniform\n");
+    ASSERT_EQ(CLR_init(nullptr), 0);
+    const Numbers expected = everything();
+    CLR_exit();
+    std::set<int> results;
+    const long points = for_each_failing_allocation([&](Fault &fault) {
+        zor__err = 0;
+        log.clear();
+        const int result = CLR_init(nullptr);
+        results.insert(result);
+        EXPECT_EQ(log.count(FMT_MSG_NO_MEMORY), fault.struck() ? 1 : 0);
+        EXPECT_EQ(zor__err, result == 0 ? 0 : ZOR_E_MEMORY);
+        EXPECT_EQ(result == -1, fault.live() == 0);
+        EXPECT_TRUE(fault.struck() || everything() == expected);
+        CLR_exit();
+        EXPECT_EQ(fault.live(), 0);
+    });
+    EXPECT_GT(points, 40);
+    EXPECT_EQ(results, (std::set<int>{-1, 0}));
+}
+
+} // namespace
