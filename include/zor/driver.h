@@ -73,7 +73,12 @@
  *     colour channels first, then mattes, then auxiliaries, each the full window wide. The rows
  *     handed out on reading stay valid until the next scan call on the handle and are scratch:
  *     operators convert them in place, so a driver never hands out rows that it keeps.
- *   - Calls on one handle never overlap; calls on different handles may.
+ *   - Calls on one handle never overlap, those for frames and playback excepted; calls on different
+ *     handles may.
+ *   - A module with imageMultiFrame has its reading handles kept open after they were closed, and
+ *     given out again as they were left: at whatever frame and line. It does best to read the lines
+ *     of a frame in any order, or at least to start over at the first one; and to offer seek, since
+ *     what the library does without it opens the file again, at its first frame.
  */
 #ifndef ZOR_DRIVER_H
 #define ZOR_DRIVER_H
@@ -131,7 +136,8 @@ typedef int (*ZOR_RASTER_FUNCTION)(void *state, ZOR_WORD channels, ZOR_WORD left
 /* Makes the next sequential transfer start at a scanline; -1 is the first one in file order. */
 typedef int (*ZOR_SEEK_FUNCTION)(void *state, int y);
 
-/* Frames of a multi-frame file, and playback. The words are between application and driver. */
+/* Frames of a multi-frame file, and playback. They are called for files whose num_frames is
+ * positive. The words are between application and driver. */
 typedef int (*ZOR_FRAME_FUNCTION)(void *state, ZOR_WORD frame);
 typedef int (*ZOR_PLAYBACK_BIND_FUNCTION)(void *state, ZOR_WORD a, ZOR_WORD b);
 typedef int (*ZOR_PLAYBACK_PLAY_FUNCTION)(void *state, ZOR_WORD a, ZOR_WORD b, ZOR_WORD c,
@@ -169,7 +175,7 @@ struct ZOR_IMAGE {
     int32_t job_number;
     int32_t add_extension;
     int32_t reserved9;
-    ZOR_CAP_SETTING **cap_settings; /* the application's */
+    ZOR_CAP_SETTING **cap_settings; /* the application's, or own_settings */
     int32_t num_images;
     ZOR_IMAGE_DESC *images;
     int32_t num_frames; /* positive in a multi-frame file */
@@ -201,7 +207,8 @@ struct ZOR_IMAGE {
     int32_t num_slots;  /* slots data had when it was made; selecting a sub-image keeps it */
     void *chan_buffers; /* buffers from ZOR_chan_alloc, freed with the handle */
     char *open_name;    /* the file name the application gave */
-    ZOR_WORD reserved[2];
+    ZOR_CAP_SETTING **own_settings; /* the library's copy, in a handle that it keeps open */
+    ZOR_WORD reserved;
 };
 
 /* A driver record, as built from a module's symbols. 128 bytes. */
@@ -288,6 +295,27 @@ ZOR_API void zor__chan_free(void **channels);
 ZOR_API unsigned char ZOR_mox_is_file(void *name, void *stream);
 ZOR_API int ZOR_mox_r_open(ZOR_IMAGE *image);
 ZOR_API int ZOR_mox_w_open(ZOR_IMAGE *image);
+
+/* The core's own machinery ------------------------------------------------------------------------
+ *
+ * The cache of open multi-frame files, as start-up, ZOR_open and ZOR_close work it. Applications
+ * and drivers have no use for these.
+ */
+
+/* Empties the cache without closing what is in it, and turns it off, with the limit 0. */
+ZOR_API void ZOR_multiframe_init(void);
+
+/* A kept handle for a request, counted as one more use of it, or null: open the file. */
+ZOR_API ZOR_IMAGE *ZOR_multiframe_open(const ZOR_INFO *info);
+
+/* Keeps a handle that has just been opened, if its format is a multi-frame one; makes room by
+ * closing the unused handle that is oldest. A handle that cannot be kept (reported) is none the
+ * worse for it. */
+ZOR_API void ZOR_multiframe_add(ZOR_IMAGE *image, const ZOR_INFO *info);
+
+/* Ends one use of a kept handle and closes unused ones above the limit; closes any other handle.
+ * Returns 0, or what closing returned; 0 without doing anything when the cache is off. */
+ZOR_API int ZOR_multiframe_set_closed(ZOR_IMAGE *image);
 
 /* A module's symbols ------------------------------------------------------------------------------
  *

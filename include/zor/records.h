@@ -129,21 +129,26 @@ typedef struct ZOR_CAP_LIST {
     ZOR_CAP_ENTRY *entries;
 } ZOR_CAP_LIST;
 
+/* Flags of an option. */
+enum { ZOR_CAP_UNAVAILABLE = 4 }; /* cannot be chosen at present */
+
 /* An option a driver offers. 32 bytes; owned by the driver. */
 typedef struct ZOR_CAPABILITY {
     int32_t code;
     const char *name; /* may be null when the triple below gives it */
-    int32_t name_set; /* non-zero: the name is taken from name_default */
+    int32_t name_set; /* non-zero: the name is taken from name_default, if that is given */
     int32_t name_number;
     const char *name_default;
     uint8_t kind; /* 0: a choice from a list */
     uint8_t padding[3];
     ZOR_CAP_LIST *list;
-    int32_t flags; /* bit value 4: unavailable at present */
+    int32_t flags; /* ZOR_CAP_UNAVAILABLE */
 } ZOR_CAPABILITY;
 
 /* A driver's capability function: fills in its descriptors, two numbers of its own and the number
- * of descriptors. */
+ * of descriptors. They are the same descriptors each time: ZOR_init completes names and counts the
+ * entries of lists in place, and ZOR_exit gives the names back before it calls the done function.
+ * ZOR_init ends the process when no entry of a list has its default value. */
 typedef void (*ZOR_CAPABILITY_FUNCTION)(ZOR_CAPABILITY **list, int32_t *first, int32_t *second,
                                         int32_t *count);
 

@@ -82,9 +82,9 @@ typedef unsigned char (*ZOR_ENUMERATE)(void **module, const char **name);
  * Returns 0, or a negative value with zor__err set. */
 ZOR_API int ZOR_init(void *catalogue, ZOR_ENUMERATE enumerate);
 
-/* Takes the library down again. All images must be closed; modules stay loaded until the
- * application unloads them, which it may do afterwards. Does nothing when the library is down, or
- * is just being started. Returns 0. */
+/* Takes the library down again. All images must be closed, and those that are kept open are closed
+ * now; modules stay loaded until the application unloads them, which it may do afterwards. Does
+ * nothing when the library is down, or is just being started. Returns 0. */
 ZOR_API int ZOR_exit(void);
 
 /* Does nothing; for module loaders that expect an entry to call. */
@@ -142,7 +142,8 @@ ZOR_API int ZOR_info_from_image(ZOR_INFO *info, const ZOR_IMAGE *image);
 ZOR_API ZOR_IMAGE *ZOR_open(const ZOR_INFO *info, const char *mode);
 
 /* Closes an image; the handle is gone even when it fails. What is written is safe only when closing
- * returned 0. A handle whose driver gave it no close function stays: ZOR_E_UNSUPPORTED. */
+ * returned 0. A handle whose driver gave it no close function stays: ZOR_E_UNSUPPORTED. Files of
+ * several frames are kept open for a while: see there. */
 ZOR_API int ZOR_close(ZOR_IMAGE *image);
 
 /* Closes an image without taking the library's lock: for code that holds it. Nobody may hold the
@@ -202,8 +203,8 @@ ZOR_API int ZOR_get_region(ZOR_IMAGE *image, ZOR_WORD channels, ZOR_WORD left, Z
 /* Makes the target the scanline to be read next, in drivers that read in file order too: going back
  * closes the file and opens it again, going forward reads and drops what lies between.
  * Descriptions, rows, buffers and operators of the old handle are gone then, and no other thread
- * may be using it. Standard input cannot be opened again. Drivers that read in any order have
- * nothing to do.
+ * may be using it; a file of several frames is at its first one again. Standard input cannot be
+ * opened again. Drivers that read in any order have nothing to do.
  *   image   address of the handle variable, which may hold another handle afterwards, or null when
  *           the file could not be opened again
  *   target  a scanline, or -1 for the first one in file order; the scan call that follows tells
@@ -222,21 +223,31 @@ ZOR_API void ZOR_chan_free(ZOR_IMAGE *image, void **channels);
  *
  * In a format that declares it (multi_frame in ZOR_FORMAT) one file may hold several frames.
  * Reading handles of such files are kept open after ZOR_close, so that opening the same file with
- * the same capability settings again is quick; opening it while it is open gives the same handle.
- * A file that changed in between is opened afresh once nobody uses the kept handle. Operators must
- * be undone before ZOR_close: a kept handle keeps those it has.
+ * the same capability settings again is quick. A file that changed in between is opened afresh once
+ * nobody uses the kept handle.
+ *
+ * A file that is open already is not opened twice: both get the same handle, which has one frame,
+ * one place in the file and one set of rows, and is to be closed by both. A handle given out again
+ * is at the frame it was left at, so set the frame; and operators must be undone before ZOR_close,
+ * since a kept handle keeps those it has.
  *
  * The calls on a handle need a driver that offers them and a file with several frames; otherwise
  * they report a warning with the file's name and the format's key, return ZOR_E_UNSUPPORTED and
  * leave zor__err alone. Frames and words are between application and driver, which also says what
- * the results mean: 0 or a negative status for set_frame. They take no lock.
+ * the results mean: 0 or a negative status for set_frame. They take no lock: do not set the frame
+ * while another thread moves scanlines of the same handle.
  */
 
-/* How many unused handles are kept. Forgets what is kept now, without closing it.
+/* How many handles are kept. What is kept now is forgotten without being closed: unused handles
+ * stay open until the process ends, and one that was opened several times goes with its first
+ * ZOR_close. So call it before images are opened.
  *   enabled  0 to keep none
- *   limit    number of kept handles above which unused ones are closed; ZOR_init sets the
- *            environment's QK_ZOR_MULTIFRAME_OPEN, or 15 */
+ *   limit    number of handles, those in use included, above which unused ones are closed, the one
+ *            not opened for longest first; ZOR_init sets the environment's QK_ZOR_MULTIFRAME_OPEN,
+ *            or 15 */
 ZOR_API void ZOR_multiframe_set(unsigned char enabled, int32_t limit);
+
+/* The flag set last: 0 while no handles are kept. */
 ZOR_API unsigned char ZOR_multiframe_used(void);
 
 /* The frame that scan calls are about. frame is an int32_t * for ZOR_get_frame to fill in, and the
@@ -316,11 +327,11 @@ ZOR_API int32_t ZOR_info_num_specific(int32_t *first, int32_t *second);
  *     ZOR_CAP_SETTING *settings[] = {&compression, NULL};
  *     info->cap_settings = settings;
  *
- * The list stays the application's and must live as long as the handle does.
+ * The list stays the application's and must live as long as the image is open.
  */
 
 /* count settings in one block, each with code 65535 and value 0; free them with ERR_free. Null when
- * memory ran out (reported) or for a negative count. */
+ * memory ran out (ZOR_MSG_NO_MEMORY) or, with ZOR_E_ARGUMENT, for a negative count. */
 ZOR_API ZOR_CAP_SETTING *ZOR_cap_setting_alloc(int32_t count);
 
 /* A new list with new settings, each a block of its own: free every element, then the list, with

@@ -19,7 +19,12 @@ int ZOR_close_do_it(ZOR_IMAGE *image) {
     if (image == nullptr || image->close == nullptr)
         return zor::set_status(ZOR_E_UNSUPPORTED);
     auto *lock = static_cast<Mutex *>(image->lock);
+    // The driver may take it, to free channel buffers, and the caller may hold the library's: not
+    // waiting for it keeps that from being the wrong order. There is nobody to wait for.
+    const bool held = zor::platform::mutex_try_lock(lock);
     const int result = image->close(image);
+    if (held)
+        zor::platform::mutex_unlock(lock);
     zor::platform::mutex_destroy(lock);
     return result;
 }
@@ -30,6 +35,11 @@ int ZOR_close(ZOR_IMAGE *image) {
     auto *handle_lock = static_cast<Mutex *>(image->lock);
     zor::platform::mutex_lock(handle_lock);
     const zor::platform::Lock lock(zor::platform::library_mutex());
+    if (ZOR_multiframe_used() != 0) {
+        // First, for the handle may be gone afterwards, or be somebody else's.
+        zor::platform::mutex_unlock(handle_lock);
+        return ZOR_multiframe_set_closed(image);
+    }
     if (image->close == nullptr) {
         zor::platform::mutex_unlock(handle_lock);
         return zor::set_status(ZOR_E_UNSUPPORTED);

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "base/base/owned.h"
+#include "core/capabilities.h"
 #include "core/channels.h"
 #include "core/description.h"
 #include "err/status.h"
@@ -89,6 +90,7 @@ void zor__free_obj(ZOR_IMAGE *image) {
     for (const zor::SharedText &text : zor::shared_texts)
         ERR_free(image->*text.of_image);
     ERR_free(image->open_name);
+    zor::free_settings(image->own_settings);
     for (int32_t i = 0; i < ZOR_image_count(image); ++i) {
         zor::free_description_texts(&image->images[i]);
         ZOR_response_curve_done(&image->images[i].curve);

@@ -46,6 +46,7 @@ ZOR_WORD_AT(ZOR_IMAGE, lock, 40);
 ZOR_WORD_AT(ZOR_IMAGE, name, 53);
 ZOR_WORD_AT(ZOR_IMAGE, own_slot, 62);
 ZOR_WORD_AT(ZOR_IMAGE, open_name, 65);
+ZOR_WORD_AT(ZOR_IMAGE, own_settings, 66);
 ZOR_WORD_AT(ZOR_IMAGE_DESC, win_left, 9);
 ZOR_WORD_AT(ZOR_IMAGE_DESC, orientation, 17);
 ZOR_WORD_AT(ZOR_IMAGE_DESC, image, 20);

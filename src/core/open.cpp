@@ -137,27 +137,29 @@ ZOR_IMAGE *open_for_reading(const ZOR_INFO &info) {
     if (!adopt_driver(image.get(), *driver) || driver->read_open(image.get()) <= 0)
         return nullptr;
     if (!complete_descriptions(image.get())) {
-        const int32_t status = zor__err;
+        const int32_t reason = status();
         if (image->close != nullptr)
             close_held_handle(image.release()); // an opened handle is the driver's to free
-        set_status(status);
+        set_status(reason);
         return nullptr;
     }
     image->last_scanline = before_first_line(*image);
+    ZOR_multiframe_add(image.get(), &info);
     return image.release();
 }
 
-} // namespace zor
+namespace {
 
-ZOR_IMAGE *ZOR_open(const ZOR_INFO *info, const char *mode) {
-    zor::set_status(ZOR_OK);
-    if (!zor::start_on_demand("ZOR_open"))
-        return nullptr;
-    const zor::platform::Lock lock(zor::platform::library_mutex());
-    const zor::platform::BinaryMode binary;
+enum class Reuse { kept_handles, nothing };
+
+// All of ZOR_open that happens under the library's lock.
+//   is_kept  receives whether the handle is one the cache gave out, which others may be using
+ZOR_IMAGE *open_image(const ZOR_INFO *info, const char *mode, Reuse reuse, bool *is_kept) {
+    const platform::Lock lock(platform::library_mutex());
+    const platform::BinaryMode binary;
 
     if (info != nullptr)
-        zor::warn_uninitialised(*info);
+        warn_uninitialised(*info);
     const bool reading = mode != nullptr && std::strcmp(mode, "r") == 0;
     const bool writing = mode != nullptr && std::strcmp(mode, "w") == 0;
     if (!reading && !writing) {
@@ -169,10 +171,43 @@ ZOR_IMAGE *ZOR_open(const ZOR_INFO *info, const char *mode) {
         return nullptr;
     }
 
-    ZOR_IMAGE *image = reading ? zor::open_for_reading(*info) : zor::open_for_writing(*info);
-    if (image != nullptr) {
-        image->format = ZOR_find(image->key); // extensions count too, as in every such search
-        zor::platform::mutex_unlock(static_cast<zor::platform::Mutex *>(image->lock));
+    ZOR_IMAGE *image = nullptr;
+    if (reading && reuse == Reuse::kept_handles)
+        image = ZOR_multiframe_open(info);
+    *is_kept = image != nullptr;
+    if (!*is_kept)
+        image = reading ? open_for_reading(*info) : open_for_writing(*info);
+    if (image == nullptr)
+        return nullptr;
+    const ZOR_FORMAT *format = ZOR_find(image->key); // extensions count too, as in every search
+    if (!*is_kept) {
+        image->format = format;
+        platform::mutex_unlock(static_cast<platform::Mutex *>(image->lock));
     }
     return image;
+}
+
+ZOR_IMAGE *open_image(const ZOR_INFO *info, const char *mode, Reuse reuse) {
+    set_status(ZOR_OK);
+    if (!start_on_demand("ZOR_open"))
+        return nullptr;
+    bool is_kept = false;
+    ZOR_IMAGE *image = open_image(info, mode, reuse, &is_kept);
+    if (is_kept) {
+        // Starts over, and is otherwise as it was left. Its lock is taken here only, because it
+        // comes before the library's.
+        const platform::Lock lock(static_cast<platform::Mutex *>(image->lock));
+        image->last_scanline = before_first_line(*image);
+    }
+    return image;
+}
+
+} // namespace
+
+ZOR_IMAGE *open_again(const ZOR_INFO &info) { return open_image(&info, "r", Reuse::nothing); }
+
+} // namespace zor
+
+ZOR_IMAGE *ZOR_open(const ZOR_INFO *info, const char *mode) {
+    return zor::open_image(info, mode, zor::Reuse::kept_handles);
 }

@@ -9,6 +9,9 @@ namespace zor {
 ZOR_IMAGE *open_for_reading(const ZOR_INFO &info);
 ZOR_IMAGE *open_for_writing(const ZOR_INFO &info);
 
+// Opens a file for reading as ZOR_open does, except that a handle that is kept is not given out.
+ZOR_IMAGE *open_again(const ZOR_INFO &info);
+
 // Chooses the driver of a handle: by key when it has one, else by the file name's extension, else
 // the one of the default key, which then becomes the handle's. Null when there is none: reported,
 // ZOR_E_KEY or ZOR_E_MEMORY.

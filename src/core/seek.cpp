@@ -2,7 +2,10 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "core/capabilities.h"
 #include "core/description.h"
+#include "core/multiframe.h"
+#include "core/open.h"
 #include "err/status.h"
 #include "platform/platform.h"
 #include "zor/driver.h"
@@ -23,24 +26,56 @@ int64_t next_line(const ZOR_IMAGE &image) {
     return last - 1;
 }
 
+// Fills a request for the file of a handle; settings apart. False when memory ran out.
+bool ask_again(ZOR_INFO *info, const ZOR_IMAGE &image) {
+    ZOR_info_init(info);
+    info->complete_path = 1;
+    return zor::save_text(&info->key, image.format->key) &&
+           zor::save_text(&info->file_name, image.file_name);
+}
+
+// Moves the settings list of a handle that is about to be closed into a request. A handle that
+// stays, because others use it too, keeps its own, which is then copied.
+//   own  receives the list when it is not the application's
+// False when memory ran out (reported).
+bool hand_settings_on(ZOR_INFO *info, ZOR_IMAGE *image, ZOR_CAP_SETTING ***own) {
+    if (!zor::multiframe_withdraw(image)) {
+        const bool good = zor::copy_settings(own, image->cap_settings);
+        info->cap_settings = *own;
+        return good;
+    }
+    info->cap_settings = image->cap_settings;
+    *own = image->own_settings;
+    image->cap_settings = nullptr;
+    image->own_settings = nullptr;
+    return true;
+}
+
 // Closes the file and opens it again, at its first line. The handle variable then holds the new
 // handle, or null. Returns 0 or a negative status.
 int reopen(ZOR_IMAGE **image) {
     ZOR_INFO info;
-    ZOR_info_init(&info);
-    info.complete_path = 1;
-    if (!zor::save_text(&info.key, (*image)->format->key) ||
-        !zor::save_text(&info.file_name, (*image)->file_name)) {
+    ZOR_CAP_SETTING **own = nullptr;
+    int32_t status = ZOR_OK;
+    if (!ask_again(&info, **image))
+        status = zor__fail(ZOR_E_MEMORY, ZOR_MSG_NO_MEMORY);
+    else if (!hand_settings_on(&info, *image, &own))
+        status = zor::set_status(ZOR_E_MEMORY);
+    if (status != ZOR_OK) {
         ZOR_info_cleanup(&info, 1);
-        return zor__fail(ZOR_E_MEMORY, ZOR_MSG_NO_MEMORY);
+        return status;
     }
-    info.cap_settings = (*image)->cap_settings;
-    (*image)->cap_settings = nullptr;
     ZOR_close(*image);
-    *image = ZOR_open(&info, "r");
+    *image = zor::open_again(info);
     ZOR_info_cleanup(&info, 1);
+    // The list goes with the new handle, unless the cache has made one for it.
+    if (*image != nullptr && own != nullptr && (*image)->own_settings == nullptr)
+        (*image)->own_settings = own;
+    else
+        zor::free_settings(own);
+    status = zor::status();
     if (*image == nullptr)
-        return zor__err < 0 ? zor__err : zor::set_status(ZOR_E_OPEN);
+        return status < 0 ? status : zor::set_status(ZOR_E_OPEN);
     return (*image)->images != nullptr ? 0 : zor::set_status(ZOR_E_UNSUPPORTED);
 }
 

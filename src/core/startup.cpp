@@ -1,6 +1,11 @@
 // startup.cpp - brings the library up and takes it down.
+#include <cstdlib>
+
 #include "base/base/dst_array.h"
+#include "base/base/number.h"
 #include "base/base/owned.h"
+#include "core/capabilities.h"
+#include "core/multiframe.h"
 #include "core/registry.h"
 #include "err/status.h"
 #include "zor/clr.h"
@@ -98,6 +103,14 @@ bool register_modules(ZOR_ENUMERATE enumerate) {
     return true;
 }
 
+// Sets the cache of multi-frame files up.
+void start_multiframe() {
+    constexpr int32_t usual_limit = 15;
+    ZOR_multiframe_init();
+    const char *limit = std::getenv("QK_ZOR_MULTIFRAME_OPEN");
+    ZOR_multiframe_set(1, limit != nullptr ? parse_integer(limit) : usual_limit);
+}
+
 int fail_start() {
     registry.starting = false;
     ZOR_exit();
@@ -139,15 +152,21 @@ int ZOR_init(void *catalogue, ZOR_ENUMERATE enumerate) {
         if (zor::register_format(driver, true) != 0)
             return zor::fail_start();
     }
-    registry.starting = false;
-    zor::set_status(ZOR_OK); // what modules' own functions left there does not count
     dst_list_rewind(registry.formats);
-    return zor__err;
+    const int32_t status = zor::check_capabilities();
+    registry.starting = false;
+    zor::set_status(status); // what modules' own functions left there does not count
+    dst_list_rewind(registry.formats);
+    zor::start_multiframe();
+    return status;
 }
 
 int ZOR_exit(void) {
     if (!zor::registry.up || zor::registry.starting)
         return 0;
+    // Open files and completed descriptors go while their drivers are still in working order.
+    zor::multiframe_shut();
+    zor::drop_capability_names();
     // The table is taken out first, in case a done function comes back here.
     const auto drivers = zor::module_drivers();
     const zor::Owned<ZOR_DRIVER> table(zor::registry.drivers);

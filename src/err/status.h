@@ -15,4 +15,9 @@ inline int32_t set_status(int32_t status) {
     return status;
 }
 
+// Reads it, while other threads may set it.
+inline int32_t status() {
+    return std::atomic_ref<int32_t>(zor__err).load(std::memory_order_relaxed);
+}
+
 } // namespace zor

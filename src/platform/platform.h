@@ -16,7 +16,8 @@ namespace zor::platform {
 struct Mutex;
 Mutex *mutex_create();
 void mutex_destroy(Mutex *mutex);
-void mutex_lock(Mutex *mutex); // waits without time-out
+void mutex_lock(Mutex *mutex);     // waits without time-out
+bool mutex_try_lock(Mutex *mutex); // does not wait; false when another thread holds it
 void mutex_unlock(Mutex *mutex);
 
 // The one lock of the library. It exists from load to unload, so that it may be taken before the
@@ -67,6 +68,17 @@ void make_binary(FILE *file);
 
 // Whether a file exists: 1 it does, 0 it does not (no such file), -1 the system cannot tell.
 int file_exists(const char *path);
+
+// Tells one state of a file from another: its status-change time as finely as the system keeps it,
+// or on Windows, where that is when the file was made, both that and when it was written.
+struct FileStamp {
+    int64_t changed;
+    int64_t detail;
+    bool operator==(const FileStamp &) const = default;
+};
+
+// Reads a file's stamp; false when the system cannot tell, errno saying why.
+bool file_stamp(const char *path, FileStamp *stamp);
 
 // Whether a path starts at a root of its own: a leading '/', and on Windows a leading backslash or
 // a drive letter.

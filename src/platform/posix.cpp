@@ -31,13 +31,15 @@ void init_recursive(pthread_mutex_t *handle) {
 
 } // namespace
 
+bool mutex_try_lock(Mutex *mutex) { return pthread_mutex_trylock(&mutex->handle) == 0; }
+
 Mutex *mutex_create() {
     auto *mutex = static_cast<Mutex *>(ERR_malloc(sizeof(Mutex)));
     if (mutex == nullptr)
         return nullptr;
     init_recursive(&mutex->handle);
     // Nobody else knows it, so there is no wait, and no order to keep with locks already held.
-    pthread_mutex_trylock(&mutex->handle);
+    mutex_try_lock(mutex);
     return mutex;
 }
 
@@ -95,6 +97,14 @@ int file_exists(const char *path) {
     if (stat(path, &status) == 0)
         return 1;
     return errno == ENOENT ? 0 : -1;
+}
+
+bool file_stamp(const char *path, FileStamp *stamp) {
+    struct stat status;
+    if (stat(path, &status) != 0)
+        return false;
+    *stamp = {status.st_ctim.tv_sec, status.st_ctim.tv_nsec};
+    return true;
 }
 
 bool is_absolute(const char *path) { return path[0] == '/'; }

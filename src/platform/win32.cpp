@@ -44,6 +44,11 @@ void mutex_destroy(Mutex *mutex) {
 
 void mutex_lock(Mutex *mutex) { WaitForSingleObject(mutex->handle, INFINITE); }
 
+bool mutex_try_lock(Mutex *mutex) {
+    const DWORD result = WaitForSingleObject(mutex->handle, 0);
+    return result == WAIT_OBJECT_0 || result == WAIT_ABANDONED;
+}
+
 void mutex_unlock(Mutex *mutex) { ReleaseMutex(mutex->handle); }
 
 Mutex *library_mutex() {
@@ -76,6 +81,14 @@ int file_exists(const char *path) {
     if (_stat64(path, &status) == 0)
         return 1;
     return errno == ENOENT ? 0 : -1;
+}
+
+bool file_stamp(const char *path, FileStamp *stamp) {
+    struct __stat64 status;
+    if (_stat64(path, &status) != 0)
+        return false;
+    *stamp = {status.st_ctime, status.st_mtime};
+    return true;
 }
 
 bool is_absolute(const char *path) {

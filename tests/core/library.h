@@ -21,7 +21,7 @@ public:
             modules_.push_back({name, *name == '\0' ? nullptr : zor::load_module(path, error)});
         }
         active_ = this;
-        result = ZOR_init(this, &Library::next_module);
+        restart();
     }
     ~Library() {
         ZOR_exit();
@@ -31,6 +31,13 @@ public:
     }
     Library(const Library &) = delete;
     Library &operator=(const Library &) = delete;
+
+    // Down, and up again with the same modules.
+    void restart() {
+        ZOR_exit();
+        next_ = 0;
+        result = ZOR_init(this, &Library::next_module);
+    }
 
     // A variable that the i-th module exports.
     template<class T>

@@ -1,18 +1,33 @@
 // tape_module.cpp - a driver for tests: lines come strictly in file order, and each holds its own
 // number. The file's name picks what it is like: "rising" for that order, "random" or "seeks" for
 // handles with such functions, "mute" for one without a scan function, "refused" for a failing open,
-// "below" for lines from -5 to 5, "huge" and "empty" for windows that cannot be.
+// "below" for lines from -5 to 5, "huge" and "empty" for windows that cannot be, "plays" for frames
+// and playback. The module is built a second time as "reel", whose files hold frames: the lines of
+// those named "any" come in any order.
 #include <cstring>
 
 #include <zor/driver.h>
 
 #include "tape.h"
 
-ZOR_MODULE("tape", ".tape", "Tape", 0);
+#ifndef TAPE_KEY
+#    define TAPE_KEY "tape"
+#    define TAPE_FRAMES 0
+#endif
+
+ZOR_MODULE(TAPE_KEY, "." TAPE_KEY, "Tape", 0);
+ZOR_MODULE_NUMBER(imageMultiFrame, TAPE_FRAMES);
 ZOR_MODULE_NUMBER(imageNumberOfMattes, 1);
 ZOR_MODULE_NUMBER(imageBitsPerMatte, 1);
 ZOR_MODULE_EXPORT TapeState tape_state;
 TapeState tape_state = {0, {0}, never, 0, 0, 0, {}};
+ZOR_MODULE_EXPORT ZOR_CAP_ENTRY tape_entries[4];
+ZOR_CAP_ENTRY tape_entries[4] = {
+    {4, 0, "none", 0, 0, nullptr}, {7, 0, nullptr, 1, 2, "some"}, {9, 0, "all", 0, 0, nullptr}, {}};
+ZOR_CAP_LIST tape_list = {7, 0, 0, tape_entries};
+ZOR_MODULE_EXPORT ZOR_CAPABILITY tape_capabilities[2];
+ZOR_CAPABILITY tape_capabilities[2] = {{0, "press", 1, 1, "squeeze", 0, {}, &tape_list, 0},
+                                       {1, "quality", 0, 0, nullptr, 1, {}, nullptr, 4}};
 
 namespace {
 
@@ -29,7 +44,7 @@ bool is_named(const ZOR_IMAGE *image, const char *word) {
 
 int transfer(void *state, int y, void **rows) {
     auto *tape = static_cast<Tape *>(state);
-    if (y != tape->next)
+    if (y != tape->next && !is_named(tape->image, "any"))
         return zor__fail(ZOR_E_SCANLINE, ZOR_MSG_BAD_SCANLINE, y);
     if (y == tape_state.fail_at)
         return zor__fail(ZOR_E_READ, ZOR_MSG_CANNOT_READ, y, "torn");
@@ -42,6 +57,14 @@ int transfer(void *state, int y, void **rows) {
     std::memset(tape->rows[0], y, tape_width);
     *rows = tape->rows;
     return 0;
+}
+
+// What playback was asked for, as a decimal number.
+template<class... Words>
+int play(void *, Words... words) {
+    ZOR_WORD number = 0;
+    ((number = number * 10 + words), ...);
+    return static_cast<int>(number);
 }
 
 int close_tape(ZOR_IMAGE *image) {
@@ -99,6 +122,15 @@ int open_tape(ZOR_IMAGE *image) {
         image->images[0].win_top = INT32_MAX;
     if (is_named(image, "empty"))
         image->images[0].win_right = -1;
+    image->num_frames = TAPE_FRAMES;
+    if (is_named(image, "plays")) {
+        using W = ZOR_WORD;
+        image->get_frame = image->set_frame = image->playback_goto = play<W>;
+        image->playback_bind = play<W, W>;
+        image->playback_play = play<W, W, W, W, W>;
+        image->playback_params = play<W, W, W, W, W, W, W, W>;
+        image->playback_stop = play<W>;
+    }
     if (!is_named(image, "mute"))
         image->scan = transfer;
     if (is_named(image, "seeks"))
@@ -119,3 +151,14 @@ int imageReadOpen(ZOR_IMAGE *image) {
 }
 
 int imageWriteOpen(ZOR_IMAGE *image) { return open_tape(image); }
+
+void imageCapability(ZOR_CAPABILITY **list, int32_t *first, int32_t *second, int32_t *count) {
+    *list = tape_capabilities;
+    *first = 3;
+    *second = -2;
+    *count = 2;
+}
+
+unsigned char imageCapsAvailUpdate(ZOR_WORD x, ZOR_WORD y) {
+    return ZOR_set_available(&tape_capabilities[x], static_cast<unsigned char>(y));
+}

@@ -1,0 +1,211 @@
+// multiframe_test.cpp - files of several frames stay open after they were closed, and are given out
+// again; frames and playback reach the driver.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+#include "core/library.h"
+#include "core/tape.h"
+#include "zor/driver.h"
+
+namespace {
+
+class MultiFrame : public testing::Test {
+protected:
+    MultiFrame() : reel(*library.variable<TapeState>(0, "tape_state")) {
+        EXPECT_NE(mkdtemp(directory.data()), nullptr);
+        directory += '/';
+        for (const char *name : {"a", "b", "c", "any", "many", "plays"})
+            std::ofstream(path(name)) << name;
+    }
+    ~MultiFrame() override {
+        ZOR_exit();
+        EXPECT_EQ(reel.closes, reel.opens) << "nothing stays open in the end";
+        unsetenv("QK_ZOR_MULTIFRAME_OPEN");
+        std::filesystem::remove_all(directory);
+    }
+
+    std::string path(const char *name) { return directory + name + ".reel"; }
+    ZOR_IMAGE *open(const char *name, ZOR_CAP_SETTING **settings = nullptr) {
+        Info info(path(name).c_str());
+        info.record.cap_settings = settings;
+        return ZOR_open(info.get(), "r");
+    }
+    // Whether the file was opened for it.
+    bool opens_and_closes(const char *name) {
+        const int before = reel.opens;
+        EXPECT_EQ(ZOR_close(open(name)), 0);
+        return reel.opens != before;
+    }
+    void touch(const char *name) { // time has passed, even on the coarsest clock
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        const auto time = std::filesystem::last_write_time(path(name));
+        std::filesystem::last_write_time(path(name), time + std::chrono::seconds(10));
+    }
+
+    std::string directory = testing::TempDir() + "frames_XXXXXX";
+    Library library{"reel"};
+    TapeState &reel;
+};
+
+TEST_F(MultiFrame, StayOpenUpToTheLimit) {
+    setenv("QK_ZOR_MULTIFRAME_OPEN", "2", 1);
+    library.restart();
+    for (const char *name : {"a", "b", "c"})
+        EXPECT_TRUE(opens_and_closes(name));
+    EXPECT_EQ(reel.closes, 1);
+    EXPECT_FALSE(opens_and_closes("c") || opens_and_closes("b")) << "a was the oldest";
+    EXPECT_TRUE(opens_and_closes("a"));
+    EXPECT_FALSE(opens_and_closes("b")) << "used later than c";
+
+    ZOR_IMAGE *used[] = {open("a"), open("b"), open("c")};
+    EXPECT_EQ(reel.closes, 2) << "what is in use is never closed";
+    for (const int i : {1, 2, 0})
+        EXPECT_EQ(ZOR_close(used[i]), 0);
+    EXPECT_EQ(reel.closes, 3) << "one too many";
+    EXPECT_TRUE(opens_and_closes("b")) << "the first that might go";
+
+    setenv("QK_ZOR_MULTIFRAME_OPEN", "many", 1); // no number: 0
+    library.restart();
+    EXPECT_EQ(reel.closes, reel.opens);
+    EXPECT_TRUE(opens_and_closes("a") && opens_and_closes("a"));
+    ZOR_multiframe_set(0, 5);
+    EXPECT_EQ(ZOR_multiframe_used(), 0);
+    EXPECT_TRUE(opens_and_closes("a") && opens_and_closes("a"));
+}
+
+TEST_F(MultiFrame, ShareOneHandle) {
+    ZOR_IMAGE *image = open("a");
+    void **rows;
+    EXPECT_EQ(ZOR_scan_read(image, tape_top, &rows), 0);
+    EXPECT_EQ(open("a"), image);
+    EXPECT_EQ(image->last_scanline, tape_top + 1) << "rewound";
+    EXPECT_EQ(ZOR_close(image), 0);
+    EXPECT_EQ(ZOR_scan_read(image, tape_top - 1, &rows), 0) << "still in use";
+    EXPECT_EQ(ZOR_close(image), 0);
+    EXPECT_EQ(ZOR_close(image), 0) << "once too often";
+    EXPECT_EQ(open("a"), image);
+
+    // Forgotten while it is in use: closing is closing again.
+    ZOR_multiframe_set(1, 3);
+    EXPECT_EQ(ZOR_close(image), 0);
+    EXPECT_EQ(reel.closes, 1);
+}
+
+TEST_F(MultiFrame, TellRequestsApart) {
+    ZOR_CAP_SETTING chosen = {0, 0, {1}};
+    ZOR_CAP_SETTING more = {1, 0, {0}};
+    ZOR_CAP_SETTING *one[] = {&chosen, nullptr};
+    ZOR_CAP_SETTING *both[] = {&chosen, &more, nullptr};
+    Info info(path("a").c_str(), "reel");
+    info.record.complete_path = 1;
+    ZOR_IMAGE *images[] = {open("a"), open("a", one), open("a", both), ZOR_open(info.get(), "r")};
+    EXPECT_EQ(reel.opens, 4);
+    for (ZOR_IMAGE *image : images)
+        ZOR_close(image);
+    info.record.complete_path = 0;
+    EXPECT_EQ(ZOR_open(info.get(), "r"), images[0]) << "the key is the one that was found";
+    EXPECT_EQ(open("a", one), images[1]);
+    chosen.value.number = 2; // the list is the application's again: the handle has a copy
+    EXPECT_EQ(images[1]->cap_settings[0]->value.number, 1);
+    info.record.key[0] = 'x';
+    EXPECT_EQ(ZOR_open(info.get(), "r"), nullptr);
+    ZOR_close(images[0]);
+    ZOR_close(images[1]);
+}
+
+TEST_F(MultiFrame, AreOpenedAfreshWhenTheFileChanged) {
+    EXPECT_TRUE(opens_and_closes("a"));
+    touch("a");
+    EXPECT_TRUE(opens_and_closes("a"));
+    EXPECT_EQ(reel.closes, 1);
+
+    ZOR_IMAGE *image = open("a");
+    touch("a");
+    EXPECT_EQ(open("a"), image) << "shared all the same while in use";
+    std::filesystem::remove(path("a"));
+    EXPECT_EQ(open("a"), image);
+    EXPECT_NE(library.log.last().find(path("a")), std::string::npos);
+    for (int i = 0; i < 3; ++i)
+        ZOR_close(image);
+    EXPECT_TRUE(opens_and_closes("a")); // the driver itself needs no file
+    EXPECT_EQ(reel.closes, 3) << "one that cannot be looked at is not kept";
+    EXPECT_EQ(library.log.reports.size(), 3U);
+}
+
+TEST_F(MultiFrame, AreReopenedForASeek) {
+    ZOR_CAP_SETTING chosen = {0, 0, {1}};
+    ZOR_CAP_SETTING *settings[] = {&chosen, nullptr};
+    ZOR_IMAGE *image = open("a", settings);
+    const auto rewind = [&image] { return ZOR_seek(&image, tape_bottom) + ZOR_seek(&image, -1); };
+    void **rows;
+    EXPECT_EQ(rewind(), 0);
+    EXPECT_EQ(reel.closes, 1) << "the handle is not given out as it was";
+    EXPECT_EQ(ZOR_scan_read(image, tape_top, &rows), 0);
+    ZOR_close(image);
+
+    // One that others use too stays with them.
+    ZOR_IMAGE *shared = open("b", settings);
+    image = open("b", settings);
+    EXPECT_EQ(rewind(), 0);
+    EXPECT_NE(image, shared);
+    EXPECT_EQ(reel.closes, 1);
+    EXPECT_EQ(ZOR_scan_read(shared, tape_bottom, &rows), 0);
+    for (ZOR_IMAGE *one : {image, shared}) {
+        EXPECT_EQ(one->cap_settings[0]->value.number, 1);
+        ZOR_close(one);
+    }
+}
+
+TEST_F(MultiFrame, ArePlayedByTheDriver) {
+    const auto play = [](ZOR_IMAGE *image) {
+        return std::vector<int>{ZOR_get_frame(image, 8),
+                                ZOR_set_frame(image, 7),
+                                ZOR_playback_bind(image, 1, 2),
+                                ZOR_playback_goto(image, 3),
+                                ZOR_playback_play(image, 1, 2, 3, 4, 5),
+                                ZOR_playback_params(image, 1, 2, 3, 4, 5, 6, 7, 8),
+                                ZOR_playback_stop(image, 6)};
+    };
+    ZOR_IMAGE *player = open("plays");
+    EXPECT_EQ(play(player), (std::vector{8, 7, 12, 3, 12345, 12345678, 6}));
+    EXPECT_TRUE(library.log.reports.empty());
+    for (ZOR_IMAGE *image : {player, open("a")}) { // a file of one image; a driver that cannot
+        image->num_frames = image == player ? 0 : 3;
+        library.log.clear();
+        zor__err = ZOR_E_DECODE;
+        EXPECT_EQ(play(image), std::vector(7, ZOR_E_UNSUPPORTED + 0));
+        EXPECT_EQ(zor__err, ZOR_E_DECODE) << "refusals leave it alone";
+        EXPECT_EQ(library.log.count(ZOR_MSG_NO_SET_FRAME), 2);
+        EXPECT_EQ(library.log.count(ZOR_MSG_NO_BIND) + library.log.count(ZOR_MSG_NO_GOTO) +
+                      library.log.count(ZOR_MSG_NO_PLAY) + library.log.count(ZOR_MSG_NO_PARAMS),
+                  4);
+        EXPECT_EQ(library.log.last().find(image->file_name + std::string(": cannot stop ")), 0U);
+        ZOR_close(image);
+    }
+}
+
+TEST_F(MultiFrame, AreOpenedAndClosedByThreadsAtOnce) {
+    ZOR_multiframe_set(1, 1);
+    const auto work = [this] {
+        for (int i = 0; i < 200; ++i) {
+            ZOR_IMAGE *image = open(i % 3 != 0 ? "any" : "many");
+            ASSERT_NE(image, nullptr);
+            void **rows = nullptr;
+            EXPECT_EQ(ZOR_scan_read(image, tape_bottom, &rows), 0);
+            ZOR_chan_free(image, ZOR_chan_alloc(image, 0));
+            EXPECT_EQ(ZOR_close(image), 0);
+        }
+    };
+    std::thread other(work);
+    work();
+    other.join();
+    EXPECT_EQ(reel.opens - reel.closes, 1);
+    EXPECT_LT(reel.opens, 400);
+}
+
+} // namespace
