@@ -154,6 +154,7 @@ int ZOR_exit(void) {
     for (const ZOR_DRIVER &driver : drivers)
         if (driver.done != nullptr)
             driver.done();
+    zor::release_builtin_drivers();
     zor::clear_registry();
     FMT_exit();
     return 0;
