@@ -1,8 +1,9 @@
 /* zor.h - one interface to read and write raster images of many formats.
  *
- * Formats come from driver modules. The application loads the modules it wants and hands them to
- * ZOR_init; from then on a file is opened for reading or writing, its scanlines are moved one by
- * one, and it is closed again:
+ * Formats come from driver modules, all but two that the library carries: "pipe" streams an image
+ * to the standard output, "mem" keeps images in memory. The application loads the modules it wants
+ * and hands them to ZOR_init; from then on a file is opened for reading or writing, its scanlines
+ * are moved one by one, and it is closed again:
  *
  *     ZOR_init(NULL, next_module);                 // which delivers one loaded module a call
  *
@@ -38,10 +39,11 @@
  *   - Integer results are 0 or more for success and a negative status for failure; pointers are
  *     null on failure. The reason has been reported by then (err.h) and left in zor__err.
  *   - Texts and records the library returns stay its own unless a comment says otherwise.
- *   - Rows count upward: y runs from win_bottom to win_top, both included. Many formats can only be
- *     moved in their file's order: rising when the description's orientation has
- *     ZOR_ORIENTATION_RISING, else falling. Formats whose access has ZOR_ACCESS_RANDOM_READ can be
- *     read in any order, and ZOR_seek moves within the others.
+ *   - Rows count upward: y runs from win_bottom to win_top, both included; in "mem" alone it runs
+ *     from 0, wherever the window lies. Many formats can only be moved in their file's order:
+ *     rising when the description's orientation has ZOR_ORIENTATION_RISING, else falling. Formats
+ *     whose access has ZOR_ACCESS_RANDOM_READ can be read in any order, and ZOR_seek moves within
+ *     the others.
  *   - Samples: records.h tells how channels are held in memory.
  *
  * Threads: opening, closing and probing take one lock of the library's, calls on an open image a

@@ -103,6 +103,12 @@ int32_t check_channels(const ZOR_IMAGE_DESC &desc, const ChannelLimits &limits, 
     return 0;
 }
 
+void settle_float_widths(ZOR_IMAGE_DESC *desc) {
+    for (ZOR_CHANNELS *group : {&desc->image, &desc->matte, &desc->aux})
+        if (group->type == ZOR_C_FLOAT || group->type == ZOR_C_DOUBLE)
+            group->bits = group->type == ZOR_C_FLOAT ? 32 : 64;
+}
+
 void **latest_channels(const ZOR_IMAGE &image) {
     auto *block = static_cast<ChannelBlock *>(image.chan_buffers);
     return block != nullptr ? channels_of(block) : nullptr;

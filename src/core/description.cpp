@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "err/status.h"
 #include "zor/fmt.h"
 #include "zor/str.h"
 
@@ -36,6 +37,15 @@ bool copy_description(ZOR_IMAGE_DESC *copy, const ZOR_IMAGE_DESC &desc) {
     free_description_texts(copy);
     copy->curve.tables = nullptr;
     return false;
+}
+
+int32_t copy_whole_description(ZOR_IMAGE_DESC *copy, const ZOR_IMAGE_DESC &desc) {
+    if (!copy_description(copy, desc))
+        return zor__fail(ZOR_E_MEMORY, ZOR_MSG_NO_MEMORY);
+    copy->curve.tables = nullptr; // shared so far
+    if (desc.curve.kind == 2 && ZOR_response_curve_copy(&copy->curve, &desc.curve) != 0)
+        return zor__err == ZOR_E_MEMORY ? ZOR_E_MEMORY : set_status(ZOR_E_UNSUPPORTED);
+    return 0;
 }
 
 bool complete_description(ZOR_IMAGE_DESC *desc, float default_gamma) {

@@ -19,6 +19,10 @@ void free_description_texts(ZOR_IMAGE_DESC *desc);
 // ran out, with nothing left to free.
 bool copy_description(ZOR_IMAGE_DESC *copy, const ZOR_IMAGE_DESC &desc);
 
+// The same with tables of its own too, which go with the handle that the copy belongs to. Returns
+// 0, or a negative status, reported, with a copy that may be freed like any other.
+int32_t copy_whole_description(ZOR_IMAGE_DESC *copy, const ZOR_IMAGE_DESC &desc);
+
 // Fills in what a description with sound windows leaves open: channel format, picture size and
 // aspect, and the gamma of a curve that says nothing. False when memory ran out.
 bool complete_description(ZOR_IMAGE_DESC *desc, float default_gamma);
@@ -27,9 +31,12 @@ bool complete_description(ZOR_IMAGE_DESC *desc, float default_gamma);
 // height within 31 bits.
 bool has_sound_windows(const ZOR_IMAGE_DESC &desc);
 
-// Samples in a row of the window.
+// Samples in a row of the window, and in the stored part of it.
 inline int32_t window_width(const ZOR_IMAGE_DESC &desc) {
     return desc.win_right - desc.win_left + 1;
+}
+inline int32_t active_width(const ZOR_IMAGE_DESC &desc) {
+    return desc.act_right - desc.act_left + 1;
 }
 
 } // namespace zor

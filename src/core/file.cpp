@@ -1,4 +1,6 @@
 // file.cpp - the files behind images, for drivers.
+#include "core/file.h"
+
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -32,9 +34,7 @@ const char *extension_to_add(const ZOR_IMAGE &image) {
 // Opens the name in a directory, null for the current one. The path tried becomes the handle's file
 // name, for messages and for whoever asks what was opened.
 FILE *open_in(ZOR_IMAGE *image, const char *directory, const char *name) {
-    char *path = image->complete_path != 0
-                     ? STR_save(name)
-                     : ZOR_pathname_build_no_name_syntax(directory, name, extension_to_add(*image));
+    char *path = zor::path_in(*image, directory, name);
     if (path == nullptr) {
         errno = ENOMEM;
         return nullptr;
@@ -58,6 +58,20 @@ FILE *try_paths(ZOR_IMAGE *image, const char *name) {
 
 } // namespace
 
+char *zor::path_in(const ZOR_IMAGE &image, const char *directory, const char *name) {
+    if (image.complete_path != 0)
+        return STR_save(name);
+    return ZOR_pathname_build_no_name_syntax(directory, name, extension_to_add(image));
+}
+
+void zor::fail_open(const ZOR_IMAGE &image, int reason) {
+    if (reason == ENOMEM)
+        zor__fail(ZOR_E_MEMORY, ZOR_MSG_NO_MEMORY);
+    else
+        zor__fail(ZOR_E_OPEN, ZOR_MSG_CANNOT_OPEN,
+                  image.file_name != nullptr ? image.file_name : "(null)", std::strerror(reason));
+}
+
 FILE *zor__open_file(ZOR_IMAGE *image) {
     if (FILE *stream = standard_stream(*image)) {
         zor::platform::make_binary(stream);
@@ -70,11 +84,8 @@ FILE *zor__open_file(ZOR_IMAGE *image) {
         file = name != nullptr ? try_paths(image, name.get()) : nullptr;
         reason = name != nullptr ? errno : ENOMEM;
     }
-    if (file == nullptr && reason == ENOMEM)
-        zor__fail(ZOR_E_MEMORY, ZOR_MSG_NO_MEMORY);
-    else if (file == nullptr)
-        zor__fail(ZOR_E_OPEN, ZOR_MSG_CANNOT_OPEN,
-                  image->file_name != nullptr ? image->file_name : "(null)", std::strerror(reason));
+    if (file == nullptr)
+        zor::fail_open(*image, reason);
     return file;
 }
 

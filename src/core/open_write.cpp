@@ -152,11 +152,8 @@ bool has_sound_curve(const ZOR_RESPONSE_CURVE &curve) {
 // negative status, reported.
 int32_t take_description(ZOR_IMAGE_DESC *copy, const ZOR_IMAGE_DESC &desc,
                          const ZOR_DRIVER &driver) {
-    if (!copy_description(copy, desc))
-        return zor__fail(ZOR_E_MEMORY, ZOR_MSG_NO_MEMORY);
-    copy->curve.tables = nullptr; // shared so far
-    if (desc.curve.kind == 2 && ZOR_response_curve_copy(&copy->curve, &desc.curve) != 0)
-        return zor__err == ZOR_E_MEMORY ? ZOR_E_MEMORY : set_status(ZOR_E_UNSUPPORTED);
+    if (const int32_t status = copy_whole_description(copy, desc); status != 0)
+        return status;
     // The driver's order, until its open function says otherwise.
     copy->orientation = driver.orientation;
     if ((copy->picture_format == nullptr && !save_text(&copy->picture_format, FMT_def_aspect())) ||

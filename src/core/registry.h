@@ -40,6 +40,10 @@ bool start_on_demand(const char *query);
 std::span<const ZOR_DRIVER> module_drivers();
 std::span<const ZOR_DRIVER> builtin_drivers();
 
+// Frees what the drivers that the library carries still hold. For ZOR_exit, which calls the done
+// functions of modules only.
+void release_builtin_drivers();
+
 // The driver of that key, of some or of all with the modules' first; null when there is none. Leave
 // the cursor of the registry alone.
 const ZOR_DRIVER *find_by_key(std::span<const ZOR_DRIVER> drivers, const char *key);

@@ -175,6 +175,7 @@ int ZOR_exit(void) {
     for (const ZOR_DRIVER &driver : drivers)
         if (driver.done != nullptr)
             driver.done();
+    zor::release_builtin_drivers();
     zor::clear_registry();
     CLR_exit();
     FMT_exit();

@@ -63,8 +63,10 @@ int seek_file(FILE *file, int64_t position, int origin);
 int64_t tell_file(FILE *file);
 int remove_file(const char *path);
 
-// Puts a standard stream into binary mode, where there is such a thing.
-void make_binary(FILE *file);
+// Puts a standard stream into binary mode, where there is such a thing. Returns the mode it was in,
+// for restore_mode; what was written to it must have been flushed both times.
+int make_binary(FILE *file);
+void restore_mode(FILE *file, int mode);
 
 // Whether a file exists: 1 it does, 0 it does not (no such file), -1 the system cannot tell.
 int file_exists(const char *path);

@@ -90,7 +90,9 @@ int remove_file(const char *path) {
     return std::remove(path);
 }
 
-void make_binary(FILE *) {}
+int make_binary(FILE *) { return 0; }
+
+void restore_mode(FILE *, int) {}
 
 int file_exists(const char *path) {
     struct stat status;

@@ -74,7 +74,12 @@ int remove_file(const char *path) {
     return std::remove(path);
 }
 
-void make_binary(FILE *file) { _setmode(_fileno(file), _O_BINARY); }
+int make_binary(FILE *file) { return _setmode(_fileno(file), _O_BINARY); }
+
+void restore_mode(FILE *file, int mode) {
+    if (mode != -1) // the stream has no file behind it
+        _setmode(_fileno(file), mode);
+}
 
 int file_exists(const char *path) {
     struct __stat64 status;

@@ -90,6 +90,47 @@ TEST_F(Tool, StandardStreamsCarryPictures) {
     EXPECT_THAT(good("zor info --from mox - <b.mox"), HasSubstr("500 x 400"));
 }
 
+// The reader is this process: it knows nothing of the stream but what the documentation says.
+TEST_F(Tool, APipeCarriesAPictureToAnotherProcess) {
+    write_file("a.pam", pam(37, 11, 4, 2));
+    good("zor convert a.pam a.mox");
+    std::FILE *stream = popen("zor convert a.mox --to pipe -", "r");
+    ASSERT_NE(stream, nullptr);
+    int width, height, colours, mattes, others, type, bits, matte_bits;
+    ASSERT_EQ(std::fscanf(stream, "ZORPIPE 1 %d %d %d %d %d %d %d %*d %d %*d %*d%*1[\n]", &width,
+                          &height, &colours, &mattes, &others, &type, &bits, &matte_bits),
+              8);
+    EXPECT_EQ((std::array{width, height, colours, mattes, others, type, bits, matte_bits}),
+              (std::array{37, 11, 3, 1, 0, 1, 16, 16}));
+    std::string samples(static_cast<size_t>(width * height * 4 * 2), '\0');
+    std::string row(static_cast<size_t>(width * 2), '\0');
+    for (int y = height - 1; y >= 0; --y)
+        for (int channel = 0; channel < 4; ++channel) {
+            ASSERT_EQ(std::fread(row.data(), 1, row.size(), stream), row.size());
+            for (int x = 0; x < width; ++x)
+                for (int byte = 0; byte < 2; ++byte) // low byte first here, last in the file
+                    samples[static_cast<size_t>(((y * width + x) * 4 + channel) * 2 + 1 - byte)] =
+                        row[static_cast<size_t>(2 * x + byte)];
+        }
+    EXPECT_EQ(std::fgetc(stream), EOF);
+    EXPECT_EQ(pclose(stream), 0);
+    EXPECT_EQ(samples, raster(37, 11, 4, 2));
+    EXPECT_EQ(files(), (std::set<std::string>{"a.mox", "a.pam"}));
+}
+
+TEST_F(Tool, AReaderThatGoesAwayIsAFailureLikeOthers) {
+    write_file("a.ppm", "P6\n500 400\n255\n" + raster(500, 400, 3, 1)); // more than a pipe holds
+    for (const char *format : {"pipe", "ppm"}) {
+        const Run result = run(std::string("(zor convert a.ppm - --to ") + format +
+                               "; echo $? >code) | head -c 10");
+        EXPECT_EQ(result.out.size(), 10U);
+        EXPECT_EQ(read_file("code"), "4\n");
+        EXPECT_THAT(result.err,
+                    AllOf(HasSubstr("zor: standard output: "), testing::EndsWith("Broken pipe\n")));
+        EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
+    }
+}
+
 TEST_F(Tool, InfoTellsWhatAFileHolds) {
     good("render_frame f.mox 7 32 24");
     const json result = json::parse(good("zor info --json f.mox"))["files"][0];
@@ -157,7 +198,7 @@ TEST_F(Tool, ModulesAreFoundAndTheirFateIsTold) {
     }
     const Run table = run("zor -v formats");
     EXPECT_EQ(table.code, 2) << "the option is the command's";
-    EXPECT_THAT(good("zor formats -v"), AllOf(HasSubstr("mox  .mox"), HasSubstr("png.so")));
+    EXPECT_THAT(good("zor formats -v"), AllOf(HasSubstr("mox   .mox"), HasSubstr("png.so")));
 
     const Run none = run("zor formats -v --modules " OLD_MODULES);
     EXPECT_EQ(none.code, 3);
@@ -198,6 +239,11 @@ TEST_F(Tool, FailuresLeaveNothingBehind) {
         {"zor convert --to tiff a.pam target.png", 2, "mox (.mox)"},
         {"zor convert - target.png <a.png", 2, "--from"},
         {"zor convert a.pam -", 2, "--to"},
+        {"zor convert a.pam --to pipe target.png", 2, "standard output"},
+        {"zor convert a.pam --to mem target.png", 2, "do not outlive"},
+        {"zor convert a.pam target.pipe", 2, "mox (.mox)"},
+        {"zor convert --from pipe - target.png <a.png", 1, "no file is of the format 'pipe'"},
+        {"zor info --from mem a.png", 1, "no file is of the format 'mem'"},
         {"zor convert missing.png target.png", 1, "zor: missing.png: No such file"},
         {"zor convert . target.png", 1, "directory"},
         {"zor convert a.pam target.png --from png", 1, "zor: a.pam: "},
@@ -208,6 +254,7 @@ TEST_F(Tool, FailuresLeaveNothingBehind) {
         {"zor convert a.pam absent/new.png", 4, "zor: absent/new.png: No such file"},
         {"zor convert a.pam --to png /dev/full", 4, "zor: /dev/full: No space left"},
         {"zor convert a.pam --to mox - >/dev/full", 4, "zor: standard output: No space left"},
+        {"zor convert a.pam --to pipe - >/dev/full", 4, "Cannot write scanline 0; No space left"},
         {"zor info a.png >/dev/full", 4, "standard output: No space left"},
         // A disk that fills up, at last before anything could be written, messages included.
         {"trap '' XFSZ; ulimit -f 4; zor convert a.pam target.png", 4, "zor: target.png: "},

@@ -1,6 +1,7 @@
 // convert_image.cpp - opening both sides of a conversion and agreeing on what is carried over.
 #include "convert_image.h"
 
+#include <cstring>
 #include <utility>
 #include <vector>
 
@@ -33,11 +34,26 @@ const ZOR_FORMAT *find_key(const std::string &key, Reports &reports) {
     return format;
 }
 
+// Whether a format can be written where the user wants it. Of those that the library carries one
+// makes a stream, and images of the other end with the command.
+bool has_place(const ZOR_FORMAT &format, const ConvertRequest &request, Reports &reports) {
+    if (!is_built_in(format))
+        return true;
+    const bool streams = std::strcmp(format.key, "pipe") == 0;
+    if (!streams)
+        reports.error("images of the format '" + request.to + "' do not outlive the command");
+    else if (!is_standard_output(request.output))
+        reports.error("the format 'pipe' goes to the standard output: name it, as -");
+    return streams && is_standard_output(request.output);
+}
+
 // The output's format, by key or by extension; null after a message.
 const ZOR_FORMAT *choose_output(const ConvertRequest &request, Reports &reports) {
-    if (!request.to.empty())
-        return find_key(request.to, reports);
     const ZOR_FORMAT *format = nullptr;
+    if (!request.to.empty()) {
+        format = find_key(request.to, reports);
+        return format != nullptr && has_place(*format, request, reports) ? format : nullptr;
+    }
     if (is_standard_output(request.output))
         reports.error("name the format with --to; there are " + known_formats());
     else if (format = format_of_name(request.output); format == nullptr)
@@ -148,14 +164,16 @@ bool fit_to_format(Plan &plan, const ZOR_FORMAT &format, const ConvertRequest &r
 }
 
 // Writes the picture to the output's temporary file and gives that its name.
-ExitCode write_output(const End &input, const Plan &plan, bool any_order, OutputFile &file,
+//   file  null for a format that makes a stream, which needs none
+ExitCode write_output(const End &input, const Plan &plan, bool any_order, OutputFile *file,
                       const std::string &name, Reports &reports) {
     const auto failed = [&] { return reports.explain(zor__err), EXIT_OUTPUT_FAILED; };
-    reports.about(name, file.path());
+    const std::string path = plan.info->file_name;
+    reports.about(name, path);
     Image image(ZOR_open(plan.info.get(), "w"));
     if (image == nullptr)
         return failed();
-    const End output = {image.get(), name, file.path()};
+    const End output = {image.get(), name, path};
     if (const ExitCode code = copy_rows(input, output, plan.channels, any_order, reports);
         code != EXIT_FINE) {
         // The reason has been told; that the file is incomplete goes without saying.
@@ -166,7 +184,7 @@ ExitCode write_output(const End &input, const Plan &plan, bool any_order, Output
     }
     if (ZOR_close(image.release()) != 0)
         return failed();
-    return file.commit(reports) ? EXIT_FINE : EXIT_OUTPUT_FAILED;
+    return file == nullptr || file->commit(reports) ? EXIT_FINE : EXIT_OUTPUT_FAILED;
 }
 
 } // namespace
@@ -195,13 +213,16 @@ ExitCode convert_image(const ConvertRequest &request, Reports &reports) {
         return EXIT_INPUT_FAILED;
 
     reports.about(output_name);
+    const bool streamed = is_built_in(*format);
     OutputFile file(request.output);
     if (!fit_to_format(plan, *format, request, reports) ||
-        !file.create(format->extension, reports) || !set_text(plan.info->file_name, file.path()))
+        (!streamed && !file.create(format->extension, reports)) ||
+        !set_text(plan.info->file_name, streamed ? "/dev/stdout" : file.path()))
         return EXIT_OUTPUT_FAILED;
     const bool any_order = is_plain_file(request.input) &&
                            (ZOR_image_format(input.get())->access & ZOR_ACCESS_RANDOM_READ) != 0;
-    return write_output({input.get(), input_name, {}}, plan, any_order, file, output_name, reports);
+    return write_output({input.get(), input_name, {}}, plan, any_order, streamed ? nullptr : &file,
+                        output_name, reports);
 }
 
 } // namespace zor

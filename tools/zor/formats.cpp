@@ -3,6 +3,7 @@
 
 #include <zor/zor.h>
 
+#include "input.h"
 #include "json.h"
 #include "text.h"
 
@@ -78,6 +79,7 @@ Json to_json(const ZOR_FORMAT &format) {
             {"description", json_text(format.description)},
             {"read", (format.access & ZOR_ACCESS_READ) != 0},
             {"write", (format.access & ZOR_ACCESS_WRITE) != 0},
+            {"built_in", is_built_in(format)},
             {"random_read", (format.access & ZOR_ACCESS_RANDOM_READ) != 0},
             {"rising", (format.orientation & ZOR_ORIENTATION_RISING) != 0},
             {"sub_images", (format.usage & ZOR_USAGE_SUB_IMAGES) != 0},
@@ -121,6 +123,11 @@ ExitCode list_formats(const RuntimeOptions &options, bool verbose, bool json) {
     std::vector<const ZOR_FORMAT *> formats;
     while (const ZOR_FORMAT *format = ZOR_info())
         formats.push_back(format);
+    for (const char *key : {"pipe", "mem"}) { // a module may have brought a format of that key
+        const ZOR_FORMAT *format = ZOR_find(key);
+        if (format != nullptr && is_built_in(*format))
+            formats.push_back(format);
+    }
     if (json) {
         Json result = {{"formats", Json::array()}, {"modules", Json::array()}};
         for (const ZOR_FORMAT *format : formats)

@@ -91,6 +91,15 @@ const ZOR_FORMAT *format_of_name(const std::string &file) {
     return best;
 }
 
+bool is_built_in(const ZOR_FORMAT &format) {
+    const ZOR_FORMAT *module = nullptr;
+    ZOR_init(nullptr, nullptr); // rewinds ZOR_info
+    do
+        module = ZOR_info();
+    while (module != nullptr && module != &format);
+    return module == nullptr;
+}
+
 bool set_text(char *&field, const std::string &text) {
     ERR_free(field);
     field = STR_save(text.c_str());
@@ -104,6 +113,11 @@ Image open_input(const std::string &file, const std::string &key, Reports &repor
     const std::string format = key.empty() ? recognise(file, reports) : key;
     if (format.empty())
         return nullptr;
+    const ZOR_FORMAT *named = key.empty() ? nullptr : ZOR_find(key.c_str());
+    if (named != nullptr && is_built_in(*named)) {
+        reports.error("no file is of the format '" + key + "'");
+        return nullptr;
+    }
     const Info info(ZOR_info_alloc());
     if (info == nullptr || !set_text(info->key, format) ||
         !set_text(info->file_name, is_standard_input(file) ? "/dev/stdin" : file))

@@ -25,6 +25,9 @@ Image open_input(const std::string &file, const std::string &key, Reports &repor
 // the longest. Null when there is none.
 const ZOR_FORMAT *format_of_name(const std::string &file);
 
+// Whether a format is one that the library carries. None of these is a kind of file.
+bool is_built_in(const ZOR_FORMAT &format);
+
 // Replaces an owned text. Returns false when memory ran out (reported); the text is null then.
 bool set_text(char *&field, const std::string &text);
 

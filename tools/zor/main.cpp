@@ -69,7 +69,8 @@ int run(int argc, char **argv) {
     } catch (const CLI::ParseError &error) {
         return app.exit(error) == 0 ? EXIT_FINE : EXIT_WRONG_USAGE;
     }
-    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+    // A command that could not write its result has said so.
+    if ((std::fflush(stdout) != 0 || std::ferror(stdout) != 0) && code != EXIT_OUTPUT_FAILED) {
         std::fprintf(stderr, "zor: standard output: %s\n", std::strerror(errno));
         return EXIT_OUTPUT_FAILED;
     }

@@ -134,7 +134,7 @@ bool OutputFile::commit(Reports &reports) {
 
 bool OutputFile::copy_out(Reports &reports) {
     const File from(std::fopen(path_.c_str(), "rb"));
-    // Gone at once where the system allows it: a broken pipe ends the program in mid-copy.
+    // Gone at once where the system allows it: copying may take as long as the reader likes.
     if (std::remove(path_.c_str()) == 0)
         forget();
     const bool standard = target_.empty();

@@ -12,4 +12,7 @@ int create_new_file(const std::string &path, bool confidential);
 // The standard output stream, for binary data from now on.
 std::FILE *binary_standard_output();
 
+// From now on a reader that goes away makes writing fail instead of ending the program.
+void ignore_broken_pipes();
+
 } // namespace zor

@@ -22,4 +22,6 @@ std::FILE *binary_standard_output() {
     return stdout;
 }
 
+void ignore_broken_pipes() {} // there is no such signal
+
 } // namespace zor

@@ -1,0 +1,252 @@
+// mem_test.cpp - images in memory: what goes in comes out, under its name, for as long as it is
+// used.
+#include <algorithm>
+#include <random>
+#include <thread>
+
+#include "core/registry.h"
+#include "support/driver_test.h"
+#include "support/fault.h"
+
+namespace {
+
+class MemTest : public DriverTest {
+protected:
+    static void SetUpTestSuite() { ASSERT_EQ(ZOR_init(nullptr, nullptr), 0); }
+    static void TearDownTestSuite() { ZOR_exit(); }
+    void TearDown() override { zor::release_builtin_drivers(); }
+
+    // Scans of any sub-image. Rows that were handed over or out are scribbled on, as operators may
+    // do: it must not reach what is stored.
+    //   y     line, counted from 0
+    //   salt  makes pictures that differ
+    static int write(ZOR_IMAGE *image, int k, int y, int salt = 0) {
+        const ZOR_IMAGE_DESC &desc = image->images[k];
+        Rows rows(desc, desc.win_bottom + y, false);
+        for (auto &row : rows.bytes)
+            row.back() = static_cast<uint8_t>(row.back() ^ salt);
+        const int status = image->scan(image->data[k], y, rows.pointers.data());
+        for (auto &row : rows.bytes)
+            std::fill(row.begin(), row.end(), uint8_t{0xAA});
+        return status;
+    }
+    static bool reads_back(ZOR_IMAGE *image, int k, int y, int salt = 0) {
+        const ZOR_IMAGE_DESC &desc = image->images[k];
+        void **rows = nullptr;
+        bool equal = image->scan(image->data[k], y, reinterpret_cast<void **>(&rows)) == 0;
+        for (auto &row : Rows(desc, desc.win_bottom + y, true).bytes) {
+            row.back() = static_cast<uint8_t>(row.back() ^ salt);
+            equal = equal && std::memcmp(*rows, row.data(), row.size()) == 0;
+            if (equal)
+                std::memset(*rows++, 0xAA, row.size());
+        }
+        return equal;
+    }
+
+    // Writes, or knows again, a picture of two lines.
+    static ZOR_IMAGE *begin(const char *name, int salt) {
+        Request request(name);
+        request.add(5, 2);
+        ZOR_IMAGE *image = request.open("w");
+        EXPECT_EQ(write(image, 0, 1, salt) + write(image, 0, 0, salt), 0);
+        return image;
+    }
+    static bool holds(ZOR_IMAGE *image, int salt) {
+        return image != nullptr && reads_back(image, 0, 0, salt) && reads_back(image, 0, 1, salt);
+    }
+};
+
+TEST_F(MemTest, EveryMixOfChannelsComesBackInEveryOrder) {
+    const ZOR_CHANNELS kinds[] = {{1, ZOR_C_INTEGER, 1},  {3, ZOR_C_INTEGER, 8},
+                                  {2, ZOR_C_INTEGER, 12}, {5, ZOR_C_INTEGER, 24},
+                                  {1, ZOR_C_INTEGER, 32}, {2, ZOR_C_FLOAT, 0}, // widths of floats
+                                  {1, ZOR_C_DOUBLE, 8},   {0, 0, 0}};          // do not matter
+    constexpr int height = 11;
+    Request request("mixes", "mem");
+    for (int k = 0; k <= 16; ++k) { // the last one has no channels at all
+        ZOR_IMAGE_DESC &desc = request.add(40, height);
+        desc.win_left += 390, desc.win_right += 390, desc.act_left = 392, desc.act_right = 425;
+        desc.win_bottom -= 4, desc.win_top -= 4, desc.act_bottom = -3, desc.act_top = k % 7;
+        desc.image = kinds[k == 16 ? 7 : k % 8];
+        desc.matte = kinds[k == 16 ? 7 : (3 * k + 1) % 8];
+        desc.aux = kinds[k == 16 ? 7 : (5 * k + 3) % 8];
+    }
+    ZOR_IMAGE *image = request.open("w");
+    ASSERT_NE(image, nullptr) << log.text();
+    std::vector<int> order = {7, 0, 10, 3, 4, 9, 1, 5, 8, 6, 7}; // not 2, and 7 twice
+    for (int k = 0; k <= 16; ++k)
+        for (const int y : order)
+            ASSERT_EQ(write(image, k, y), 0);
+    for (const int y : {-1, height, -4})
+        expect({ZOR_E_SCANLINE, ZOR_MSG_BAD_SCANLINE}, write(image, 0, y));
+    ASSERT_EQ(ZOR_close(image), 0);
+
+    image = request.open("r");
+    ASSERT_EQ(ZOR_image_count(image), 17) << log.text();
+    std::mt19937 random(1);
+    for (int round = 0; round < 3; ++round) {
+        for (const int y : order)
+            for (int k = 0; k <= 16; ++k)
+                ASSERT_TRUE(reads_back(image, k, y)) << k << " " << y;
+        std::shuffle(order.begin(), order.end(), random);
+    }
+    void **rows = nullptr;
+    EXPECT_EQ(ZOR_scan_read(image, 2, &rows), 0);
+    EXPECT_EQ(std::string(static_cast<char *>(rows[0]), 40), std::string(40, '\0')) << "unwritten";
+    for (const int y : {-1, height})
+        expect({ZOR_E_SCANLINE, ZOR_MSG_BAD_SCANLINE}, ZOR_scan_read(image, y, &rows));
+    EXPECT_EQ(ZOR_close(image), 0);
+}
+
+TEST_F(MemTest, WhatIsKnownOfAnImageComesBack) {
+    uint8_t entries[] = {1, 2, 3};
+    void *tables[] = {entries};
+    Request request("known.mem");
+    request.info.name = STR_save("portrait");
+    request.info.frame_rate = 12;
+    request.info.add_extension = 0;
+    ZOR_IMAGE_DESC &asked = request.add(3, 2);
+    asked.curve = {2, 0, 0, 1, 3, ZOR_C_INTEGER, 8, tables};
+    asked.aux = {1, ZOR_C_FLOAT, 32};
+    asked.aux_name = STR_save("depth");
+    ZOR_IMAGE *image = request.open("w");
+    ASSERT_NE(image, nullptr) << log.text();
+    image->images[0].aux.count = 0; // as operators may leave it
+    EXPECT_EQ(ZOR_close(image), 0);
+    entries[1] = 99;
+
+    image = Request("known.mem").open("r");
+    ASSERT_NE(image, nullptr) << log.text();
+    EXPECT_STREQ(image->name, "portrait");
+    EXPECT_EQ(image->frame_rate, 12);
+    EXPECT_EQ(image->add_extension, 1) << "a matter of the request";
+    const ZOR_IMAGE_DESC &desc = image->images[0];
+    EXPECT_EQ(desc.aux.count, 1);
+    EXPECT_STREQ(desc.aux_name, "depth");
+    ASSERT_EQ(desc.curve.kind, 2);
+    EXPECT_EQ(static_cast<uint8_t *>(desc.curve.tables[0])[1], 2);
+    EXPECT_EQ(ZOR_close(image), 0);
+}
+
+TEST_F(MemTest, NamesAreThoseOfFiles) {
+    EXPECT_EQ(ZOR_close(begin("a.mem", 1)), 0);
+    EXPECT_EQ(ZOR_close(begin("folder/a.mem", 2)), 0);
+    const struct {
+        const char *name;
+        int32_t complete;
+        int salt; // of the picture found; 0: none
+    } cases[] = {{"a.mem", 0, 1}, {"a", 0, 1}, {"folder/a", 0, 2}, {"./a.mem", 0, 0},
+                 {"A.mem", 0, 0}, {"a", 1, 0}, {"", 0, 0}};
+    for (const auto &[name, complete, salt] : cases) {
+        Request request(name, "mem");
+        request.info.complete_path = complete;
+        ZOR_IMAGE *image = request.open("r");
+        EXPECT_EQ(holds(image, salt), salt != 0) << name;
+        if (salt != 0) {
+            EXPECT_EQ(ZOR_close(image), 0);
+            continue;
+        }
+        EXPECT_EQ(log.last(),
+                  std::string("Cannot open file ") + name + "; " + std::strerror(ENOENT));
+        expect({ZOR_E_OPEN, ZOR_MSG_CANNOT_OPEN}, zor__err);
+    }
+}
+
+TEST_F(MemTest, ReadersKeepTheImageTheyOpenedAndNothingElseStays) {
+    ZOR_exit();
+    {
+        const Fault watch(0);
+        EXPECT_EQ(ZOR_init(nullptr, nullptr), 0);
+        EXPECT_EQ(ZOR_close(begin("a.mem", 1)), 0);
+        ZOR_IMAGE *first = Request("a.mem").open("r");
+        ZOR_IMAGE *writer = begin("a.mem", 2);
+        ZOR_IMAGE *second = Request("a.mem").open("r");
+        EXPECT_TRUE(holds(second, 1)) << "the new one is the writer's alone until it is closed";
+        EXPECT_EQ(ZOR_close(writer), 0);
+        ZOR_IMAGE *third = Request("a.mem").open("r");
+        EXPECT_TRUE(holds(third, 2));
+        EXPECT_TRUE(holds(first, 1));
+        EXPECT_EQ(ZOR_close(first), 0);
+        EXPECT_TRUE(holds(second, 1));
+        EXPECT_EQ(ZOR_close(second), 0);
+        EXPECT_EQ(ZOR_close(third), 0);
+        EXPECT_EQ(ZOR_close(begin("b.mem", 3)), 0);
+        ZOR_exit();
+        EXPECT_EQ(watch.live(), 0);
+    }
+    EXPECT_EQ(ZOR_init(nullptr, nullptr), 0);
+    EXPECT_EQ(Request("b.mem").open("r"), nullptr);
+}
+
+// Two threads write one name and read it, each in its own handles. Whatever they get is one of the
+// images, whole.
+TEST_F(MemTest, ThreadsWriteAndReadAtOnce) {
+    EXPECT_EQ(ZOR_close(begin("a.mem", 1)), 0);
+    const auto work = [](int salt) {
+        for (int i = 0; i < 300; ++i) {
+            ZOR_IMAGE *reader = Request("a.mem").open("r");
+            ZOR_IMAGE *writer = begin("a.mem", salt);
+            EXPECT_TRUE(holds(reader, 1) || holds(reader, 2));
+            EXPECT_EQ(ZOR_close(writer), 0);
+            EXPECT_TRUE(holds(reader, 1) || holds(reader, 2));
+            EXPECT_EQ(ZOR_close(reader), 0);
+        }
+    };
+    std::thread other(work, 2);
+    work(1);
+    other.join();
+}
+
+TEST_F(MemTest, ImagesTooLargeForMemoryAreRefused) {
+    const struct {
+        int32_t width, height, channels;
+    } sizes[] = {{INT32_MAX - 1, INT32_MAX - 1, 32767},
+                 {1 << 30, 1 << 17, 16384}, // a multiple of 2^64 bytes
+                 {1 << 30, 1 << 30, 1}};
+    for (const auto &[width, height, channels] : sizes) {
+        Request request("large.mem");
+        request.add(width, height).image = {channels, ZOR_C_DOUBLE, 64};
+        EXPECT_EQ(request.open("w"), nullptr);
+        expect({ZOR_E_MEMORY, ZOR_MSG_NO_MEMORY}, zor__err);
+    }
+}
+
+// An image of that name stays what it was unless a new one is complete.
+TEST_F(MemTest, EveryAllocationMayFail) {
+    EXPECT_EQ(ZOR_close(begin("a.mem", 1)), 0);
+    uint8_t entries[] = {1, 2, 3};
+    void *tables[] = {entries};
+    const auto scenario = [&](const Fault &fault, const char *mode) {
+        Request request("a.mem");
+        for (int k = 0; k < 2; ++k)
+            if (ZOR_IMAGE_DESC *desc = ZOR_info_add_image(&request.info, 6, 4); desc != nullptr)
+                desc->curve = {2, 0, 0, 1, 3, ZOR_C_INTEGER, 8, tables};
+        if (fault.struck())
+            return;
+        log.clear();
+        ZOR_IMAGE *image = request.open(mode);
+        EXPECT_EQ(image == nullptr, fault.struck());
+        if (image == nullptr) {
+            EXPECT_EQ(zor__err, ZOR_E_MEMORY);
+            EXPECT_TRUE(log.has(ZOR_MSG_NO_MEMORY)) << log.text();
+        } else {
+            const bool done = mode[0] == 'w' ? write(image, 0, 3) + write(image, 1, 0) == 0
+                                             : reads_back(image, 0, 3) && reads_back(image, 1, 0);
+            EXPECT_TRUE(done && ZOR_close(image) == 0);
+        }
+    };
+    for (const char *mode : {"w", "r"}) {
+        const long allocations = for_each_failing_allocation([&](const Fault &fault) {
+            scenario(fault, mode);
+            if (!fault.struck())
+                return;
+            EXPECT_EQ(fault.live(), 0);
+            ZOR_IMAGE *image = Request("a.mem").open("r");
+            EXPECT_EQ(holds(image, 1), mode[0] == 'w');
+            ZOR_close(image);
+        });
+        EXPECT_GT(allocations, 20) << mode;
+    }
+}
+
+} // namespace

@@ -1,0 +1,162 @@
+// pipe_test.cpp - images on the standard output: every byte of the stream, and streams that break.
+#include <csignal>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "core/registry.h"
+#include "support/driver_test.h"
+
+namespace {
+
+// Turns the standard output to another file for a scope.
+class Redirected {
+public:
+    explicit Redirected(int target) {
+        std::fflush(stdout);
+        saved_ = dup(STDOUT_FILENO);
+        dup2(target, STDOUT_FILENO);
+    }
+    ~Redirected() {
+        std::fflush(stdout);
+        dup2(saved_, STDOUT_FILENO);
+        close(saved_);
+    }
+    Redirected(const Redirected &) = delete;
+    Redirected &operator=(const Redirected &) = delete;
+
+private:
+    int saved_;
+};
+
+class PipeTest : public DriverTest {
+protected:
+    static void SetUpTestSuite() { ASSERT_EQ(ZOR_init(nullptr, nullptr), 0); }
+    static void TearDownTestSuite() { ZOR_exit(); }
+    void SetUp() override { file_ = std::tmpfile(); }
+    void TearDown() override { std::fclose(file_); }
+
+    // What arrived in the file that stands for the reader.
+    std::string stream() {
+        std::string bytes(1 << 16, '\0');
+        bytes.resize(static_cast<size_t>(pread(fileno(file_), bytes.data(), bytes.size(), 0)));
+        return bytes;
+    }
+    int descriptor() { return fileno(file_); }
+
+    static int write(ZOR_IMAGE *image, int y) {
+        return ZOR_scan_write(image, y, Rows(image->images[0], y, false).pointers.data());
+    }
+    // The bytes of a scanline.
+    static std::string samples(const ZOR_IMAGE_DESC &desc, int y) {
+        std::string bytes;
+        const size_t width = static_cast<size_t>(desc.win_right - desc.win_left + 1);
+        for (const auto &row : Rows(desc, y, false).bytes) {
+            const size_t size = row.size() / width;
+            const auto at = static_cast<size_t>(desc.act_left - desc.win_left) * size;
+            const auto end = static_cast<size_t>(desc.act_right - desc.win_left + 1) * size;
+            bytes.append(row.begin() + static_cast<long>(at), row.begin() + static_cast<long>(end));
+        }
+        return bytes;
+    }
+
+private:
+    FILE *file_ = nullptr;
+};
+
+TEST_F(PipeTest, TheStreamIsALineOfTextAndTheActiveSamples) {
+    const struct {
+        ZOR_CHANNELS image, matte;
+        const char *tail; // of the line
+    } mixes[] = {
+        {{3, ZOR_C_INTEGER, 8}, {1, ZOR_C_INTEGER, 16}, " 3 1 0 1 8 1 16 0 0\n"},
+        {{1, ZOR_C_INTEGER, 12}, {0, 77, 77}, " 1 0 0 1 12 0 0 0 0\n"},
+        {{2, ZOR_C_FLOAT, 32}, {1, ZOR_C_INTEGER, 24}, " 2 1 0 2 32 1 24 0 0\n"},
+        {{0, 0, 0}, {1, ZOR_C_DOUBLE, 64}, " 0 1 0 0 0 3 64 0 0\n"},
+    };
+    std::string expected;
+    const Redirected to_file(descriptor());
+    for (const auto &[channels, matte, tail] : mixes) {
+        Request request("x.pipe");
+        ZOR_IMAGE_DESC &desc = request.add(20, 5);
+        desc.win_left += 390, desc.win_right += 390, desc.act_left = 395, desc.act_right = 406;
+        desc.win_bottom -= 2, desc.win_top -= 2, desc.act_bottom = -1, desc.act_top = 1;
+        desc.image = channels, desc.matte = matte;
+        std::printf("before"); // by the application, and in the stream's order
+        ZOR_IMAGE *image = request.open("w");
+        ASSERT_NE(image, nullptr) << log.text();
+        expected.append("before");
+        for (int y = -2; y <= 2; ++y) {
+            for (const int wrong : {y - 1, y + 1})
+                expect({ZOR_E_SCANLINE, ZOR_MSG_BAD_SCANLINE}, write(image, wrong));
+            ASSERT_EQ(stream(), expected) << "nothing comes of lines out of order";
+            ASSERT_EQ(write(image, y), 0);
+            if (y == -2)
+                expected.append("ZORPIPE 1 12 3").append(tail);
+            if (y >= desc.act_bottom && y <= desc.act_top)
+                expected += samples(desc, y);
+            ASSERT_EQ(stream(), expected) << y << ": each line arrives at once";
+        }
+        expect({ZOR_E_SCANLINE, ZOR_MSG_BAD_SCANLINE}, write(image, 3));
+        EXPECT_EQ(ZOR_close(image), 0);
+        EXPECT_NE(fcntl(STDOUT_FILENO, F_GETFD), -1) << "the stream stays open";
+    }
+    EXPECT_EQ(stream(), expected);
+}
+
+TEST_F(PipeTest, OneImageIsAccepted) {
+    Request request("x.pipe");
+    request.add(4, 3);
+    request.add(4, 3);
+    EXPECT_EQ(request.open("w"), nullptr);
+    expect({ZOR_E_UNSUPPORTED, ZOR_MSG_MULTIPLE_IMAGES}, zor__err);
+    ZOR_IMAGE none = {};
+    EXPECT_EQ(zor::find_driver("pipe")->write_open(&none), 0);
+    expect({ZOR_E_UNSUPPORTED, ZOR_MSG_MULTIPLE_IMAGES}, zor__err);
+}
+
+TEST_F(PipeTest, ReadingIsAcceptedAndDoesNothing) {
+    ZOR_IMAGE *image = Request("x.pipe").open("r");
+    ASSERT_NE(image, nullptr) << log.text();
+    EXPECT_EQ(ZOR_image_count(image), 0);
+    EXPECT_EQ(image->last_scanline, -1);
+    void **rows = nullptr;
+    EXPECT_EQ(ZOR_scan_read(image, 0, &rows), ZOR_E_UNSUPPORTED);
+    zor__err = 0;
+    EXPECT_EQ(ZOR_close(image), ZOR_E_UNSUPPORTED);
+    EXPECT_EQ(zor__err, ZOR_E_UNSUPPORTED);
+    image->close = [](ZOR_IMAGE *handle) { return zor__free_obj(handle), 0; };
+    EXPECT_EQ(ZOR_close(image), 0);
+}
+
+// On a full device, and with a reader that has gone; in child processes, because what could not be
+// written stays in the standard output.
+TEST_F(PipeTest, BrokenStreamsAreToldAtOnceAndForGood) {
+    const auto breaks = [&](int target, const char *reason) {
+        dup2(target, STDOUT_FILENO);
+        Request request("x.pipe");
+        request.add(4, 3);
+        ZOR_IMAGE *image = request.open("w");
+        if (image == nullptr)
+            return false;
+        const bool first = write(image, 0) == ZOR_E_WRITE && zor__err == ZOR_E_WRITE &&
+                           log.has_only(ZOR_MSG_CANNOT_WRITE_LINE) &&
+                           log.last() == std::string("Cannot write scanline 0; ") + reason;
+        const bool second = write(image, 0) == ZOR_E_WRITE && log.reports.size() == 2;
+        const bool closed = ZOR_close(image) == ZOR_E_WRITE && log.reports.size() == 3 &&
+                            log.last() == std::string("Cannot write to x.pipe; ") + reason;
+        std::fputs(log.text().c_str(), stderr);
+        return first && second && closed;
+    };
+    std::signal(SIGPIPE, SIG_IGN);
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    close(ends[0]);
+    const int full = open("/dev/full", O_WRONLY);
+    const auto well = testing::ExitedWithCode(0);
+    EXPECT_EXIT(std::_Exit(breaks(full, std::strerror(ENOSPC)) ? 0 : 1), well, "");
+    EXPECT_EXIT(std::_Exit(breaks(ends[1], std::strerror(EPIPE)) ? 0 : 1), well, "");
+    close(full);
+    close(ends[1]);
+}
+
+} // namespace
