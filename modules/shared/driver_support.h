@@ -63,6 +63,17 @@ inline int64_t file_size(FILE *file) {
     return fseeko(file, static_cast<off_t>(position), SEEK_SET) == 0 && size > 0 ? size : -1;
 }
 
+// What a file may take in memory. A damaged header can ask for any amount, but a sound picture larger
+// than the slack is never more than so many times as large as its file. Where the file has no size,
+// -1, a picture may be as large as a row.
+inline int64_t memory_limit(int64_t file_size, int64_t largest_ratio) {
+    constexpr int64_t most = PTRDIFF_MAX / 2;
+    constexpr int64_t slack = int64_t{64} << 20;
+    return file_size < 0                                ? largest_row
+           : file_size > (most - slack) / largest_ratio ? most
+                                                        : slack + largest_ratio * file_size;
+}
+
 // Runs a test on the rewound stream, or on the named file when there is no stream.
 template<class Test>
 unsigned char is_file(void *name, void *stream, Test test) {
