@@ -41,7 +41,7 @@ void read_colour(Codec &codec, ZOR_IMAGE_DESC *desc) {
     if (png_get_cHRM_fixed(codec.png, codec.info, &xy[0], &xy[1], &xy[2], &xy[3], &xy[4], &xy[5],
                            &xy[6], &xy[7]) == 0)
         return;
-    for (int i = 0; i < 4; ++i) {
+    for (size_t i = 0; i < 4; ++i) {
         const png_fixed_point *from = &xy[(2 * i + 2) % 8]; // handles have the white point last
         driver::set_primary(codec.image, i, from[0] / unit, from[1] / unit);
     }

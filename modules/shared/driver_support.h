@@ -3,6 +3,7 @@
 #pragma once
 
 #include <atomic>
+#include <bit>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -39,6 +40,12 @@ Record *make() {
     if (block != nullptr)
         std::memset(block, 0, sizeof(Record));
     return static_cast<Record *>(block);
+}
+
+// The pointer that a forwarded word carries.
+template<class Value>
+Value *pointer_in(ZOR_WORD word) {
+    return std::bit_cast<Value *>(word);
 }
 
 // Replaces a text of a handle. False, reported, when memory ran out; the old text then stays.

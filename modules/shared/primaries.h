@@ -12,9 +12,9 @@ namespace driver {
 inline bool is_light(double x, double y) { return x >= 0.0 && y > 0.0 && x + y <= 1.0; }
 
 // Where the handle has the chromaticities of red, green, blue (0 to 2) and white (3).
-inline float *primary(ZOR_IMAGE *image, int which) { return &image->primaries[3 * which]; }
+inline float *primary(ZOR_IMAGE *image, size_t which) { return &image->primaries[3 * which]; }
 
-inline void set_primary(ZOR_IMAGE *image, int which, double x, double y) {
+inline void set_primary(ZOR_IMAGE *image, size_t which, double x, double y) {
     float *to = primary(image, which);
     to[0] = static_cast<float>(x);
     to[1] = static_cast<float>(y);

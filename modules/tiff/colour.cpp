@@ -11,7 +11,7 @@ namespace tiffio {
 
 namespace {
 
-void take(ZOR_IMAGE *image, int which, const float *xy) {
+void take(ZOR_IMAGE *image, size_t which, const float *xy) {
     const auto x = static_cast<double>(xy[0]);
     const auto y = static_cast<double>(xy[1]);
     if (driver::is_light(x, y))
@@ -92,7 +92,7 @@ bool write_gamma(Codec &codec, int32_t bits) {
 void read_primaries(Codec &codec) {
     float *xy = nullptr;
     if (TIFFGetField(codec.tiff, TIFFTAG_PRIMARYCHROMATICITIES, &xy) != 0)
-        for (int i = 0; i < 3; ++i)
+        for (size_t i = 0; i < 3; ++i)
             take(codec.image, i, xy + 2 * i);
     if (TIFFGetField(codec.tiff, TIFFTAG_WHITEPOINT, &xy) != 0)
         take(codec.image, 3, xy);
@@ -112,7 +112,7 @@ bool write_primaries(Codec &codec) {
     if (!driver::states_primaries(*codec.image))
         return true;
     float xy[8];
-    for (int i = 0; i < 4; ++i)
+    for (size_t i = 0; i < 4; ++i)
         std::copy_n(driver::primary(codec.image, i), 2, &xy[2 * i]);
     return TIFFSetField(codec.tiff, TIFFTAG_PRIMARYCHROMATICITIES, xy) != 0 &&
            TIFFSetField(codec.tiff, TIFFTAG_WHITEPOINT, &xy[6]) != 0;

@@ -85,7 +85,7 @@ namespace {
 // The number goes to the int32_t that the word points to.
 int get_frame(void *state, ZOR_WORD frame) {
     const auto &reader = *static_cast<Reader *>(state);
-    *reinterpret_cast<int32_t *>(frame) = static_cast<int32_t>(frame_of(reader, reader.current));
+    *driver::pointer_in<int32_t>(frame) = static_cast<int32_t>(frame_of(reader, reader.current));
     return 0;
 }
 

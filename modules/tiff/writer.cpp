@@ -163,7 +163,7 @@ int64_t current_frame(const Writer &writer) {
 
 int get_frame(void *state, ZOR_WORD frame) {
     const auto &writer = *static_cast<Writer *>(state);
-    *reinterpret_cast<int32_t *>(frame) = static_cast<int32_t>(current_frame(writer));
+    *driver::pointer_in<int32_t>(frame) = static_cast<int32_t>(current_frame(writer));
     return 0;
 }
 

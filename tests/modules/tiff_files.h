@@ -2,7 +2,6 @@
 #pragma once
 
 #include <algorithm>
-#include <cstring>
 
 #include <tiffio.h>
 
@@ -14,8 +13,7 @@ struct Layout {
     int compression = COMPRESSION_NONE;
     int predictor = PREDICTOR_NONE;
     bool planar = false;
-    int tile = 0;           // width and height of tiles; 0 for strips
-    int rows_per_strip = 4; // the last strip is a short one as a rule
+    int tile = 0; // width and height of tiles; 0 for strips of four lines
     std::function<void(TIFF *)> extras = {};
 };
 
@@ -23,8 +21,11 @@ struct Layout {
 inline std::string block(Picture &picture, int x0, int row0, int width, int rows, int first,
                          int channels) {
     const int bits = picture.image.bits;
-    const bool real = picture.image.type != ZOR_C_INTEGER;
+    const bool real = picture.image.type == ZOR_C_FLOAT;
     std::string bytes;
+    const auto put = [&bytes](auto value) {
+        bytes.append(reinterpret_cast<const char *>(&value), sizeof value);
+    };
     for (int row = row0; row < row0 + rows; ++row) {
         uint32_t packed = 0;
         int filled = 0;
@@ -33,9 +34,6 @@ inline std::string block(Picture &picture, int x0, int row0, int width, int rows
             const bool inside = x < picture.width && row < picture.height;
             const double sample =
                 inside ? picture.at(first + i % channels, x, picture.height - 1 - row) : 0;
-            const auto put = [&](auto value) {
-                bytes.append(reinterpret_cast<const char *>(&value), sizeof value);
-            };
             if (bits == 64)
                 put(sample);
             else if (bits == 32)
@@ -46,11 +44,11 @@ inline std::string block(Picture &picture, int x0, int row0, int width, int rows
                 for (int bit = bits - 1; bit >= 0; --bit) {
                     packed = packed << 1 | (static_cast<uint32_t>(sample) >> bit & 1);
                     if (++filled % 8 == 0)
-                        bytes += static_cast<char>(packed);
+                        put(static_cast<uint8_t>(packed));
                 }
         }
         if (filled % 8 != 0)
-            bytes += static_cast<char>(packed << (8 - filled % 8));
+            put(static_cast<uint8_t>(packed << (8 - filled % 8)));
     }
     return bytes;
 }
@@ -58,30 +56,26 @@ inline std::string block(Picture &picture, int x0, int row0, int width, int rows
 // Appends a page of samples, which are numbers of the file's width.
 inline void add_page(TIFF *tiff, Picture samples, const Layout &layout) {
     const int channels = samples.channels();
+    const std::vector<uint16_t> coverage(samples.matte.count, EXTRASAMPLE_UNASSALPHA);
+    const int width = layout.tile > 0 ? layout.tile : samples.width;
+    const int height = layout.tile > 0 ? layout.tile : 4;
     TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, samples.width);
     TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, samples.height);
     TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, samples.image.bits);
     TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, channels);
-    TIFFSetField(tiff, TIFFTAG_SAMPLEFORMAT,
-                 samples.image.type == ZOR_C_INTEGER ? SAMPLEFORMAT_UINT : SAMPLEFORMAT_IEEEFP);
+    TIFFSetField(tiff, TIFFTAG_SAMPLEFORMAT, samples.image.type == ZOR_C_INTEGER ? 1 : 3);
     TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, layout.photometric);
+    TIFFSetField(tiff, TIFFTAG_EXTRASAMPLES, samples.matte.count, coverage.data());
     TIFFSetField(tiff, TIFFTAG_COMPRESSION, layout.compression);
     if (layout.predictor != PREDICTOR_NONE)
         TIFFSetField(tiff, TIFFTAG_PREDICTOR, layout.predictor);
     TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, layout.planar ? 2 : 1);
-    if (layout.tile > 0) {
-        TIFFSetField(tiff, TIFFTAG_TILEWIDTH, layout.tile);
-        TIFFSetField(tiff, TIFFTAG_TILELENGTH, layout.tile);
-    } else {
-        TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, layout.rows_per_strip);
-    }
-    const std::vector<uint16_t> coverage(samples.matte.count, EXTRASAMPLE_UNASSALPHA);
-    TIFFSetField(tiff, TIFFTAG_EXTRASAMPLES, samples.matte.count, coverage.data());
+    TIFFSetField(tiff, layout.tile > 0 ? TIFFTAG_TILELENGTH : TIFFTAG_ROWSPERSTRIP, height);
+    if (layout.tile > 0)
+        TIFFSetField(tiff, TIFFTAG_TILEWIDTH, width);
     if (layout.extras)
         layout.extras(tiff);
 
-    const int width = layout.tile > 0 ? layout.tile : samples.width;
-    const int height = layout.tile > 0 ? layout.tile : layout.rows_per_strip;
     const int together = layout.planar ? 1 : channels;
     uint32_t number = 0;
     for (int k = 0; k < channels; k += together)
@@ -98,18 +92,14 @@ inline void add_page(TIFF *tiff, Picture samples, const Layout &layout) {
 // A file of one page. Modes: "wl" and "wb" for the byte orders, with "8" for positions of 64 bits.
 inline void make_tiff(const std::string &path, const Picture &samples, const Layout &layout,
                       const char *mode = "wl") {
-    TIFFSetWarningHandler(nullptr); // old schemes
     TIFF *tiff = TIFFOpen(path.c_str(), mode);
-    ASSERT_NE(tiff, nullptr);
     add_page(tiff, samples, layout);
     TIFFClose(tiff);
 }
 
-// What libtiff finds in a file, page by page.
+// What libtiff finds in a file.
 struct Look {
-    explicit Look(const std::string &path) : tiff(TIFFOpen(path.c_str(), "r")) {
-        EXPECT_NE(tiff, nullptr);
-    }
+    explicit Look(const std::string &path) : tiff(TIFFOpen(path.c_str(), "r")) {}
     ~Look() { TIFFClose(tiff); }
     Look(const Look &) = delete;
     Look &operator=(const Look &) = delete;
@@ -122,65 +112,45 @@ struct Look {
         const char *value = nullptr;
         return TIFFGetField(tiff, tag, &value) != 0 ? value : "(none)";
     }
-    [[nodiscard]] std::vector<int> extra_samples() const {
-        uint16_t count = 0;
-        uint16_t *kinds = nullptr;
-        TIFFGetField(tiff, TIFFTAG_EXTRASAMPLES, &count, &kinds);
-        return {kinds, kinds + count};
-    }
     TIFF *tiff;
 };
 
-// A file put together by hand: a directory in front, data behind it.
-struct RawTiff {
-    struct Entry {
-        uint16_t tag;
-        uint32_t value;
-        uint16_t type = 4; // 32-bit numbers
-        uint32_t count = 1;
-    };
-    std::vector<Entry> entries;
-    std::string data = "";
-    uint32_t next = 0; // directory
+// Appends a number as files have it, the least significant byte first.
+inline void put_number(std::string &bytes, uint32_t number, int size = 4) {
+    for (int i = 0; i < size; ++i)
+        bytes += static_cast<char>(number >> 8 * i);
+}
 
-    [[nodiscard]] uint32_t data_offset() const {
-        return static_cast<uint32_t>(8 + 2 + 12 * entries.size() + 4);
-    }
+// A file put together by hand: a grey page of 8 bits in strips, its directory in front, data behind.
+// With several strips the data begins with their positions and then their sizes.
+struct RawTiff {
+    uint32_t width, height, rows_per_strip, compression, strip_bytes;
+    std::string data = "";
+    uint32_t next = 0; // page
+
+    static constexpr uint32_t data_offset = 8 + 2 + 12 * 8 + 4;
+
     [[nodiscard]] std::string bytes() const {
-        std::string all = "II";
-        const auto put = [&all](uint32_t number, int size) {
-            for (int i = 0; i < size; ++i)
-                all += static_cast<char>(number >> 8 * i);
-        };
-        put(42, 2);
-        put(8, 4);
-        put(static_cast<uint32_t>(entries.size()), 2);
-        for (const Entry &entry : entries) {
-            put(entry.tag, 2);
-            put(entry.type, 2);
-            put(entry.count, 4);
-            put(entry.value, 4);
+        const uint32_t strips = (height - 1) / rows_per_strip + 1;
+        const uint32_t sizes = strips > 1 ? data_offset + 4 * strips : strip_bytes;
+        const uint32_t entries[][3] = {{TIFFTAG_IMAGEWIDTH, 1, width},
+                                       {TIFFTAG_IMAGELENGTH, 1, height},
+                                       {TIFFTAG_BITSPERSAMPLE, 1, 8},
+                                       {TIFFTAG_COMPRESSION, 1, compression},
+                                       {TIFFTAG_PHOTOMETRIC, 1, PHOTOMETRIC_MINISBLACK},
+                                       {TIFFTAG_STRIPOFFSETS, strips, data_offset},
+                                       {TIFFTAG_ROWSPERSTRIP, 1, rows_per_strip},
+                                       {TIFFTAG_STRIPBYTECOUNTS, strips, sizes}};
+        std::string all("II*\0", 4);
+        put_number(all, 8);
+        put_number(all, 8, 2);
+        for (const auto &[tag, count, value] : entries) {
+            put_number(all, tag, 2);
+            put_number(all, 4, 2); // numbers of 32 bits
+            put_number(all, count);
+            put_number(all, value);
         }
-        put(next, 4);
+        put_number(all, next);
         return all + data;
-    }
-    // A grey picture of 8 bits in strips of the given height, the only one at the given place.
-    static RawTiff grey(uint32_t width, uint32_t height, uint32_t rows_per_strip, uint32_t scheme,
-                        uint32_t strip_bytes) {
-        RawTiff file{{{TIFFTAG_IMAGEWIDTH, width},
-                      {TIFFTAG_IMAGELENGTH, height},
-                      {TIFFTAG_BITSPERSAMPLE, 8, 3},
-                      {TIFFTAG_COMPRESSION, scheme, 3},
-                      {TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK, 3},
-                      {TIFFTAG_STRIPOFFSETS, 0},
-                      {TIFFTAG_SAMPLESPERPIXEL, 1, 3},
-                      {TIFFTAG_ROWSPERSTRIP, rows_per_strip},
-                      {TIFFTAG_STRIPBYTECOUNTS, strip_bytes}}};
-        file.entry(TIFFTAG_STRIPOFFSETS).value = file.data_offset();
-        return file;
-    }
-    Entry &entry(uint16_t tag) {
-        return *std::find_if(entries.begin(), entries.end(),
-                             [tag](const Entry &entry) { return entry.tag == tag; });
     }
 };
