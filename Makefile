@@ -39,7 +39,8 @@ asan tsan:
 
 linux32:
 	scripts/setup.sh native linux32
-	scripts/fetch_i386_png.sh || echo "linux32: no 32-bit libpng to be had, the png module is left out"
+	scripts/fetch_i386_libs.sh || \
+		echo "linux32: not all 32-bit libraries to be had, their modules are left out"
 	$(call build,$@)
 	$(call run_tests,$@)
 

@@ -2,21 +2,18 @@
 #include "codec.h"
 
 #include <cerrno>
-#include <cstring>
 
-#include "shared/driver_support.h"
+using driver::Cause;
 
 namespace pngio {
 
 namespace {
 
-constexpr int most_warnings = 8;
-
 void *allocate(png_structp png, png_alloc_size_t size) {
     auto *codec = static_cast<Codec *>(png_get_mem_ptr(png));
     void *block = ERR_malloc(size <= codec->largest_block ? size : SIZE_MAX);
     if (block == nullptr)
-        codec->trouble = Trouble::memory;
+        codec->trouble.cause = Cause::memory;
     return block;
 }
 
@@ -24,23 +21,20 @@ void release(png_structp, void *block) { ERR_free(block); }
 
 [[noreturn]] void on_error(png_structp png, const char *message) {
     auto *codec = static_cast<Codec *>(png_get_error_ptr(png));
-    if (codec->trouble == Trouble::none)
-        codec->trouble = Trouble::data;
-    std::snprintf(codec->text, sizeof codec->text, "%s", message);
+    const Cause cause = codec->trouble.cause;
+    driver::refuse(codec->trouble, cause == Cause::none ? Cause::data : cause, message);
     png_longjmp(png, 1);
 }
 
-// A file that is odd but can be used.
 void on_warning(png_structp png, const char *message) {
     auto *codec = static_cast<Codec *>(png_get_error_ptr(png));
-    if (codec->trouble != Trouble::memory && codec->warnings++ < most_warnings)
-        ERR_printf(ERR_WARNING, "%s: %s", codec->image->file_name, message);
+    driver::warn(*codec->image, codec->trouble, message);
 }
 
 // Where libpng lacks memory for something that it deems unimportant it goes on, more or less in step
 // with the file. The next transfer ends that.
 void stop_without_memory(png_structp png, const Codec &codec) {
-    if (codec.trouble == Trouble::memory)
+    if (codec.trouble.cause == Cause::memory)
         png_error(png, "");
 }
 
@@ -49,8 +43,8 @@ void on_read(png_structp png, png_byte *data, size_t length) {
     stop_without_memory(png, codec);
     if (std::fread(data, 1, length, codec.file) == length)
         return;
-    codec.error = errno;
-    codec.trouble = std::ferror(codec.file) != 0 ? Trouble::file : Trouble::ended;
+    codec.trouble.error = errno;
+    codec.trouble.cause = std::ferror(codec.file) != 0 ? Cause::file : Cause::ended;
     png_error(png, "");
 }
 
@@ -59,8 +53,8 @@ void on_write(png_structp png, png_byte *data, size_t length) {
     stop_without_memory(png, codec);
     if (std::fwrite(data, 1, length, codec.file) == length)
         return;
-    codec.error = errno;
-    codec.trouble = Trouble::file;
+    codec.trouble.error = errno;
+    codec.trouble.cause = Cause::file;
     png_error(png, "");
 }
 
@@ -73,11 +67,8 @@ bool create_info(Codec &codec) {
         codec.info = png_create_info_struct(codec.png);
     if (codec.info != nullptr)
         return true;
-    if (codec.trouble == Trouble::memory)
-        driver::set_status(ZOR_E_MEMORY);
-    else
-        fail_open(codec); // the library found at run time is not the one this was built with
-    return false;
+    // The library found at run time may not be the one this was built with.
+    return driver::fail_open(*codec.image, codec.trouble) == 0;
 }
 
 } // namespace
@@ -108,34 +99,6 @@ void destroy_reader(Codec &codec) {
 void destroy_writer(Codec &codec) {
     if (codec.png != nullptr)
         png_destroy_write_struct(&codec.png, &codec.info);
-}
-
-const char *reason(const Codec &codec) {
-    switch (codec.trouble) {
-    case Trouble::ended:
-        return "the file is too short";
-    case Trouble::file:
-        return std::strerror(codec.error);
-    default:
-        return codec.text;
-    }
-}
-
-bool fail_open(Codec &codec) {
-    const char *name = codec.image->file_name;
-    const bool writing = (codec.image->mode & ZOR_MODE_WRITE) != 0;
-    switch (codec.trouble) {
-    case Trouble::memory:
-        return driver::set_status(ZOR_E_MEMORY) == 0;
-    case Trouble::ended:
-    case Trouble::file:
-        if (writing)
-            return zor__fail(ZOR_E_WRITE, ZOR_MSG_CANNOT_WRITE, name, reason(codec)) == 0;
-        return zor__fail(ZOR_E_READ, ZOR_MSG_CANNOT_OPEN, name, reason(codec)) == 0;
-    default:
-        return zor__fail(writing ? ZOR_E_WRITE : ZOR_E_DECODE, ZOR_MSG_CANNOT_OPEN, name,
-                         reason(codec)) == 0;
-    }
 }
 
 } // namespace pngio

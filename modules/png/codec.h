@@ -11,16 +11,9 @@
 #include <png.h>
 #include <zor/driver.h>
 
-namespace pngio {
+#include "shared/trouble.h"
 
-// Why a call of libpng failed.
-enum class Trouble {
-    none,
-    memory, // reported already
-    ended,  // the file is too short
-    file,   // the system's doing; see error
-    data    // libpng's judgement of the file, or of what it was asked to write
-};
+namespace pngio {
 
 // Lives at one address from create to destroy. Starts cleared except for image, file and
 // largest_block.
@@ -30,10 +23,7 @@ struct Codec {
     size_t largest_block; // a request of libpng for more counts as running out of memory
     png_structp png;
     png_infop info;
-    Trouble trouble;
-    int error;     // errno of a Trouble::file
-    int warnings;  // counted, since a hostile file can cause any number of them
-    char text[96]; // libpng's message of the failure
+    driver::Trouble trouble;
 };
 
 // Make the objects of libpng. False when that failed; zor__err is set.
@@ -52,11 +42,5 @@ template<class Action>
     action();
     return true;
 }
-
-// Reports the failure of an open, and returns false.
-bool fail_open(Codec &codec);
-
-// What to say about the failure.
-const char *reason(const Codec &codec);
 
 } // namespace pngio

@@ -1,11 +1,11 @@
 // colour.cpp - gamma and primaries between files and handles.
 #include "colour.h"
 
-#include <algorithm>
 #include <cmath>
-#include <iterator>
 
 #include <zor/fmt.h>
+
+#include "shared/primaries.h"
 
 namespace pngio {
 
@@ -21,27 +21,6 @@ float gamma_of(png_fixed_point stored) {
     const double round = std::round(exact * 1000.0) / 1000.0;
     const bool same = round > 0.0 && std::lround(unit / round) == stored;
     return static_cast<float>(same ? round : exact);
-}
-
-// Chromaticities that no light has make a chunk that readers warn about.
-bool is_sound(const float *primaries) {
-    for (int i = 0; i < 12; i += 3) {
-        const float x = primaries[i];
-        const float y = primaries[i + 1];
-        if (!(x >= 0.0F && y > 0.0F && x + y <= 1.0F))
-            return false;
-    }
-    return true;
-}
-
-// Whether the primaries are those of a record that nobody has touched. They are no statement about
-// the picture, and a reader finds them again without being told. They may have been through the text
-// of another file, so the last digits do not count.
-bool are_initial(const float *primaries) {
-    ZOR_INFO fresh;
-    ZOR_info_init(&fresh);
-    return std::equal(std::begin(fresh.primaries), std::end(fresh.primaries), primaries,
-                      [](float a, float b) { return std::abs(a - b) < 0.00005F; });
 }
 
 } // namespace
@@ -62,14 +41,9 @@ void read_colour(Codec &codec, ZOR_IMAGE_DESC *desc) {
     if (png_get_cHRM_fixed(codec.png, codec.info, &xy[0], &xy[1], &xy[2], &xy[3], &xy[4], &xy[5],
                            &xy[6], &xy[7]) == 0)
         return;
-    float *to = codec.image->primaries;
-    for (const int from : {2, 4, 6, 0}) { // handles have the white point last
-        const double x = xy[from] / unit;
-        const double y = xy[from + 1] / unit;
-        to[0] = static_cast<float>(x);
-        to[1] = static_cast<float>(y);
-        to[2] = static_cast<float>(1.0 - x - y);
-        to += 3;
+    for (size_t i = 0; i < 4; ++i) {
+        const png_fixed_point *from = &xy[(2 * i + 2) % 8]; // handles have the white point last
+        driver::set_primary(codec.image, i, from[0] / unit, from[1] / unit);
     }
 }
 
@@ -84,7 +58,7 @@ void write_colour(Codec &codec, const ZOR_IMAGE_DESC &desc) {
         png_set_gAMA_fixed(codec.png, codec.info, fixed(1.0 / static_cast<double>(gamma)));
 
     const float *p = codec.image->primaries;
-    if (is_sound(p) && !are_initial(p))
+    if (driver::states_primaries(*codec.image))
         png_set_cHRM_fixed(codec.png, codec.info, fixed(p[9]), fixed(p[10]), fixed(p[0]),
                            fixed(p[1]), fixed(p[3]), fixed(p[4]), fixed(p[6]), fixed(p[7]));
 }

@@ -46,19 +46,6 @@ int close_reader(ZOR_IMAGE *image) {
     return 0;
 }
 
-int fail_row(const Codec &codec, int y) {
-    switch (codec.trouble) {
-    case Trouble::memory:
-        return driver::set_status(ZOR_E_MEMORY);
-    case Trouble::data:
-        // The message for a line that cannot be decoded has no room for the reason.
-        ERR_printf(ERR_WARNING, "%s: %s", codec.image->file_name, reason(codec));
-        return zor__fail(ZOR_E_DECODE, ZOR_MSG_CANNOT_DECODE, y);
-    default:
-        return zor__fail(ZOR_E_READ, ZOR_MSG_CANNOT_READ, y, reason(codec));
-    }
-}
-
 int read_in_order(void *state, int y, void **rows) {
     auto &reader = *static_cast<Reader *>(state);
     const int32_t index = driver::line_index(y, 0, reader.height, false);
@@ -66,7 +53,7 @@ int read_in_order(void *state, int y, void **rows) {
         return zor__fail(ZOR_E_SCANLINE, ZOR_MSG_BAD_SCANLINE, y);
     if (!guarded(reader.codec, [&] { png_read_row(reader.codec.png, reader.bytes, nullptr); })) {
         reader.next = -1;
-        return fail_row(reader.codec, y);
+        return driver::fail_read(*reader.codec.image, reader.codec.trouble, y);
     }
     ++reader.next;
     unpack_row(reader.bytes, reader.width, reader.channels, reader.bits, reader.rows);
@@ -99,7 +86,7 @@ int read_any(void *state, int y, void **rows) {
         reader.damaged = !decode(reader);
     }
     if (reader.damaged)
-        return fail_row(reader.codec, y);
+        return driver::fail_read(*reader.codec.image, reader.codec.trouble, y);
     unpack_row(reader.bytes + static_cast<size_t>(index) * stride, reader.width, reader.channels,
                reader.bits, reader.rows);
     *rows = reader.rows;
@@ -173,20 +160,6 @@ bool start_rows(Reader &reader) {
     });
 }
 
-// What a file may take in memory. A damaged header or chunk can ask for any amount, but data that is
-// compressed the way it is here never becomes more than 1032 times as large: no sound picture above
-// 64 MiB takes more than 1100 times its file. Where the file has no size a picture may be as large as
-// a row.
-size_t memory_limit(FILE *file) {
-    constexpr int64_t most = PTRDIFF_MAX / 2;
-    constexpr int64_t slack = int64_t{64} << 20;
-    const int64_t size = driver::file_size(file);
-    const int64_t limit = size < 0                       ? driver::largest_row
-                          : size > (most - slack) / 1100 ? most
-                                                         : slack + 1100 * size;
-    return static_cast<size_t>(limit);
-}
-
 // A row is held four times, twice of it in libpng.
 bool is_plausible(const Reader &reader) {
     const double row =
@@ -218,16 +191,18 @@ bool start(Reader &reader) {
     codec.file = zor__open_file(codec.image);
     if (codec.file == nullptr || !check_signature(codec))
         return false;
-    codec.largest_block = memory_limit(codec.file);
+    // Data that is compressed the way it is here never becomes more than 1032 times as large.
+    codec.largest_block =
+        static_cast<size_t>(driver::memory_limit(driver::file_size(codec.file), 1100));
     if (!create_reader(codec))
         return false;
     if (!read_head(codec))
-        return fail_open(codec);
+        return driver::fail_open(*codec.image, codec.trouble) == 0;
     plan(reader);
     if (!is_plausible(reader))
         return zor__fail(ZOR_E_MEMORY, ZOR_MSG_NO_MEMORY) == 0;
     if (!start_rows(reader))
-        return fail_open(codec);
+        return driver::fail_open(*codec.image, codec.trouble) == 0;
     if (!reader.interlaced) {
         reader.bytes =
             static_cast<uint8_t *>(driver::allocate(static_cast<int64_t>(row_bytes(reader))));

@@ -19,12 +19,8 @@ struct Packing {
     int32_t depth; // of the file: 1, 2, 4, 8 or 16, not below colour_bits
 };
 
-// The smallest depth that holds the colours.
-int32_t depth_for(const Packing &packing);
-
 // Puts a row together: a byte for each sample up to 8 bits, two bytes in the machine's order above.
-// Narrower samples are widened by repeating their bits, so that shifting them back gives the same
-// samples; wider mattes are scaled down. Samples that do not fit their width count as the largest.
+// Samples are brought to the file's depth.
 void pack_row(const Packing &packing, void *const *rows, uint8_t *bytes);
 
 } // namespace pngio

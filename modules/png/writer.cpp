@@ -1,14 +1,15 @@
 // writer.cpp - writing files: opening, scanlines, closing.
 #include <algorithm>
 #include <bit>
-#include <cerrno>
 
 #include "codec.h"
 #include "colour.h"
 #include "open.h"
 #include "rows.h"
-#include "shared/driver_support.h"
+#include "shared/samples.h"
 #include "texts.h"
+
+using driver::Cause;
 
 namespace pngio {
 
@@ -49,7 +50,7 @@ bool plan(Writer &writer) {
                desc.image.bits,
                desc.matte.bits,
                0};
-    packing.depth = depth_for(packing);
+    packing.depth = driver::file_width(packing.colour_bits, packing.colours + packing.mattes);
     writer.bottom = desc.win_bottom;
     writer.height = driver::window_height(desc);
     const double size = static_cast<double>(packing.width) * (packing.colours + packing.mattes) * 2;
@@ -96,40 +97,26 @@ int write_scanline(void *state, int y, void **rows) {
     const int32_t index = driver::line_index(y, writer.bottom, writer.height, false);
     if (index < 0 || index != writer.next)
         return zor__fail(ZOR_E_SCANLINE, ZOR_MSG_BAD_SCANLINE, y);
-    if (codec.trouble == Trouble::none) {
+    if (codec.trouble.cause == Cause::none) {
         pack_row(writer.packing, rows, writer.bytes);
         if (guarded(codec, [&] { png_write_row(codec.png, writer.bytes); })) {
             ++writer.next;
             return 0;
         }
     }
-    if (codec.trouble == Trouble::memory)
-        return driver::set_status(ZOR_E_MEMORY);
-    return zor__fail(ZOR_E_WRITE, ZOR_MSG_CANNOT_WRITE_LINE, y, reason(codec));
+    return driver::fail_write(codec.trouble, y);
 }
 
 // Ends the file. One that lacks rows is left without its end mark, so that nobody takes it for a
-// whole one. Data may be held back until here, so a full disk may show only now.
+// whole one.
 int finish(Writer &writer) {
     Codec &codec = writer.codec;
-    ZOR_IMAGE *image = codec.image;
     const bool complete = writer.next == writer.height;
-    if (complete && codec.trouble == Trouble::none &&
-        !guarded(codec, [&] { png_write_end(codec.png, nullptr); }))
-        codec.trouble = codec.trouble == Trouble::none ? Trouble::data : codec.trouble;
-    errno = 0;
-    if (zor__close_file(image, codec.file) != 0 && codec.trouble == Trouble::none) {
-        codec.trouble = Trouble::file;
-        codec.error = errno != 0 ? errno : EIO;
-    }
-    if (codec.trouble == Trouble::memory)
-        return zor__fail(ZOR_E_WRITE, ZOR_MSG_CANNOT_WRITE, image->file_name, "out of memory");
-    if (codec.trouble != Trouble::none)
-        return zor__fail(ZOR_E_WRITE, ZOR_MSG_CANNOT_WRITE, image->file_name, reason(codec));
-    if (!complete)
-        return zor__fail(ZOR_E_WRITE, ZOR_MSG_CANNOT_WRITE, image->file_name,
-                         "not all scanlines were written");
-    return 0;
+    if (complete && codec.trouble.cause == Cause::none &&
+        !guarded(codec, [&] { png_write_end(codec.png, nullptr); }) &&
+        codec.trouble.cause == Cause::none)
+        codec.trouble.cause = Cause::data;
+    return driver::finish_file(codec.image, codec.file, codec.trouble, complete);
 }
 
 int close_writer(ZOR_IMAGE *image) {
@@ -158,7 +145,7 @@ bool start(Writer &writer) {
         return false;
     if (write_head(writer))
         return true;
-    fail_open(codec);
+    driver::fail_open(*codec.image, codec.trouble);
     zor__close_file(image, codec.file);
     zor__remove_file(image);
     return false;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <atomic>
+#include <bit>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -41,6 +42,12 @@ Record *make() {
     return static_cast<Record *>(block);
 }
 
+// The pointer that a forwarded word carries.
+template<class Value>
+Value *pointer_in(ZOR_WORD word) {
+    return std::bit_cast<Value *>(word);
+}
+
 // Replaces a text of a handle. False, reported, when memory ran out; the old text then stays.
 inline bool replace_text(char **field, const char *text) {
     char *copy = STR_save(text);
@@ -61,6 +68,17 @@ inline int64_t file_size(FILE *file) {
         return -1;
     const int64_t size = ftello(file);
     return fseeko(file, static_cast<off_t>(position), SEEK_SET) == 0 && size > 0 ? size : -1;
+}
+
+// What a file may take in memory. A damaged header can ask for any amount, but a sound picture larger
+// than the slack is never more than so many times as large as its file. Where the file has no size,
+// -1, a picture may be as large as a row.
+inline int64_t memory_limit(int64_t file_size, int64_t largest_ratio) {
+    constexpr int64_t most = PTRDIFF_MAX / 2;
+    constexpr int64_t slack = int64_t{64} << 20;
+    return file_size < 0                                ? largest_row
+           : file_size > (most - slack) / largest_ratio ? most
+                                                        : slack + largest_ratio * file_size;
 }
 
 // Runs a test on the rewound stream, or on the named file when there is no stream.

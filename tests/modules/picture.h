@@ -1,6 +1,7 @@
 // picture.h - pictures as numbers, moved through the library as whole files.
 #pragma once
 
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <fstream>
@@ -37,6 +38,7 @@ struct TempFile {
 
 constexpr ZOR_CHANNELS integers(int count, int bits) { return {count, ZOR_C_INTEGER, bits}; }
 constexpr ZOR_CHANNELS floats(int count) { return {count, ZOR_C_FLOAT, 32}; }
+constexpr ZOR_CHANNELS doubles(int count) { return {count, ZOR_C_DOUBLE, 64}; }
 
 struct Picture {
     int width = 0, height = 0;
@@ -56,6 +58,10 @@ struct Picture {
     void touch(void *row, int k, int x, Use use) const {
         if (group(k).type == ZOR_C_FLOAT)
             use(static_cast<float *>(row)[x]);
+        else if (group(k).type == ZOR_C_DOUBLE)
+            use(static_cast<double *>(row)[x]);
+        else if (group(k).bits > 16)
+            use(static_cast<uint32_t *>(row)[x]);
         else if (group(k).bits > 8)
             use(static_cast<uint16_t *>(row)[x]);
         else
@@ -82,10 +88,11 @@ inline Picture noise(int width, int height, ZOR_CHANNELS image, ZOR_CHANNELS mat
     for (int k = 0; k < picture.channels(); ++k)
         for (int y = 0; y < height; ++y)
             for (int x = 0; x < width; ++x) {
-                const bool real = picture.group(k).type == ZOR_C_FLOAT;
-                const uint32_t largest = real ? 1000 : (1U << picture.group(k).bits) - 1;
+                const bool real = picture.group(k).type != ZOR_C_INTEGER;
+                const double largest = real ? 1000 : std::ldexp(1.0, picture.group(k).bits) - 1;
                 seed = seed * 1664525 + 1013904223;
-                const uint32_t value = x == 0 ? 0 : x == 1 ? largest : (seed >> 8) % (largest + 1);
+                const double random = std::floor(std::ldexp(seed >> 8, -24) * (largest + 1));
+                const double value = x == 0 ? 0 : x == 1 ? largest : random;
                 picture.at(k, x, y) = real ? value / 8.0 - 3.0 : value;
             }
     return picture;
@@ -106,7 +113,7 @@ inline ZOR_IMAGE *open_for_writing(const Picture &picture, const std::string &pa
 }
 
 inline int write_line(ZOR_IMAGE *image, Picture picture, int y) {
-    std::vector<std::vector<float>> memory(picture.channels()); // room enough for any type
+    std::vector<std::vector<double>> memory(picture.channels()); // room enough for any type
     std::vector<void *> rows;
     for (int k = 0; k < picture.channels(); ++k) {
         memory[k].resize(picture.width);

@@ -1,5 +1,8 @@
-// mox_read.cpp - any bytes can be opened as a MOX file and read in any order: the reader neither
-// crashes nor takes more than 4 MiB and 64 times the size of the file, and what fails says why.
+// image_read.cpp - any bytes can be opened as a file of a format and read in any order: the reader
+// neither crashes nor takes more memory than it may, and what fails says why.
+//
+// FUZZ_KEY is the format; its reader may have FUZZ_MEGABYTES and FUZZ_RATIO times the size of the
+// file.
 #include <cstdint>
 #include <cstdlib>
 #include <dlfcn.h>
@@ -17,7 +20,7 @@ namespace {
 unsigned char next_module(void **module, const char **name) {
     static int delivered;
     *module = dlopen(nullptr, RTLD_NOW);
-    *name = "mox";
+    *name = FUZZ_KEY;
     return delivered++ == 0 ? 1 : 0;
 }
 
@@ -55,6 +58,11 @@ void read_image(ZOR_IMAGE *image, const uint8_t *data, size_t size) {
         const int y = desc.win_bottom + static_cast<int>((state >> 4) % height);
         void **rows = nullptr;
         watch::reported = false;
+        if (image->set_frame != nullptr && state % 8 == 0) {
+            const int moved = image->set_frame(image->data[0], static_cast<int>(state >> 16) % 4);
+            check(moved == 0 || (moved < 0 && watch::reported && zor__err == moved));
+            continue;
+        }
         const int status = image->scan(image->data[k], y, reinterpret_cast<void **>(&rows));
         check(status == 0 ? !watch::reported : status < 0 && watch::reported && zor__err == status);
         if (status == 0)
@@ -73,7 +81,7 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     ZOR_INFO info;
     ZOR_info_init(&info);
     info.file_name = STR_save(name.c_str());
-    info.key = STR_save("mox");
+    info.key = STR_save(FUZZ_KEY);
     info.complete_path = 1;
     watch::reported = false;
     const size_t before = watch::used;
@@ -84,7 +92,8 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         read_image(image, data, size);
         ZOR_close(image);
     }
-    check(watch::peak - before <= (size_t{4} << 20) + 64 * size && watch::used == before);
+    check(watch::peak - before <= (size_t{FUZZ_MEGABYTES} << 20) + FUZZ_RATIO * size &&
+          watch::used == before);
     ZOR_info_cleanup(&info, 1);
     return 0;
 }

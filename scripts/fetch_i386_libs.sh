@@ -1,0 +1,42 @@
+#!/bin/sh
+# Unpacks Debian's 32-bit libpng and libtiff and what they need under build/i386-root, for the
+# linux32 build, without making the machine a multi-architecture one. Their static libraries are what
+# the build uses.
+set -eu
+cd "$(dirname "$0")/.."
+root=$PWD/build/i386-root
+lib=$root/usr/lib/i386-linux-gnu
+[ -e "$lib/libtiff_whole.a" ] && exit 0
+
+work=$root/apt
+mkdir -p "$work/state/lists/partial" "$work/cache/archives/partial"
+: >"$work/status"
+cat >"$work/apt.conf" <<END
+Dir::State "$work/state";
+Dir::State::status "$work/status";
+Dir::Cache "$work/cache";
+APT::Architecture "i386";
+APT::Architectures "i386";
+APT::Sandbox::User "root";
+END
+cd "$work"
+apt-get -c apt.conf update -qq || true # a partly stale index will do, if it has the packages
+
+fetch() {
+    apt-get -c apt.conf download -qq "$@"
+    for package in *.deb; do
+        dpkg -x "$package" "$root"
+        rm "$package"
+    done
+}
+fetch libpng-dev:i386 zlib1g-dev:i386
+fetch libtiff-dev:i386 libdeflate-dev:i386 libjbig-dev:i386 libjpeg62-turbo-dev:i386 \
+    liblerc-dev:i386 liblzma-dev:i386 libwebp-dev:i386 libzstd-dev:i386
+
+# One name for libtiff and all it is linked with.
+inputs=
+for name in tiff webp zstd lzma Lerc jbig jpeg deflate z; do
+    inputs="$inputs $lib/lib$name.a"
+done
+echo "INPUT($inputs -lstdc++ -lm)" >"$lib/libtiff_whole.a"
+rm -rf "$work"

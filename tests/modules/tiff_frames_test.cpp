@@ -1,0 +1,355 @@
+// tiff_frames_test.cpp - files of several pages, damaged files, and failures of the machine.
+#include <gmock/gmock.h>
+
+#include <sys/stat.h>
+
+#include "modules/tiff_files.h"
+#include "support/fault.h"
+#include "zor/driver.h"
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+namespace {
+
+class TiffFrames : public testing::Test {
+protected:
+    void SetUp() override { ASSERT_NE(ZOR_find("tiff"), nullptr); }
+    Library library{"tiff"};
+    ReportLog log;
+    const TempFile temp{".tiff"};
+};
+
+// How frames and playback are asked for.
+int set_frame(ZOR_IMAGE *image, int frame) { return image->set_frame(image->data[0], frame); }
+int get_frame(ZOR_IMAGE *image) {
+    int32_t frame = -1;
+    EXPECT_EQ(image->get_frame(image->data[0], reinterpret_cast<ZOR_WORD>(&frame)), 0);
+    return frame;
+}
+int play(ZOR_IMAGE *image, int first, int last, int step) {
+    return image->playback_play(image->data[0], first, last, step, 0, 0);
+}
+
+void expect_shows(ZOR_IMAGE *image, Picture expected) {
+    const ZOR_IMAGE_DESC *desc = ZOR_image_desc(image, 0);
+    Picture picture{desc->win_right + 1, desc->win_top + 1, desc->image, desc->matte, desc->aux};
+    for (int i = 0; i < picture.height; ++i) {
+        const int y = line(image, i);
+        void **rows = nullptr;
+        ASSERT_EQ(ZOR_scan_read(image, y, &rows), 0);
+        for (int k = 0; k < picture.channels(); ++k)
+            for (int x = 0; x < picture.width; ++x)
+                picture.touch(rows[k], k, x, [&](auto sample) { picture.at(k, x, y) = sample; });
+    }
+    expect_equal(picture, expected);
+}
+
+// Pages that have nothing in common; those with a fourth colour cannot be read.
+std::vector<Picture> motley() {
+    return {noise(5, 4, integers(3, 8), integers(1, 8)), noise(30, 7, integers(1, 1)),
+            noise(2, 50, floats(3)), noise(9, 9, integers(1, 16), integers(1, 16)),
+            noise(4, 4, integers(4, 8))};
+}
+
+void make_pages(const std::string &path, const std::vector<Picture> &pages, const char *mode) {
+    const int photometric[] = {0, 1, 0, PHOTOMETRIC_RGB, PHOTOMETRIC_SEPARATED};
+    TIFF *tiff = TIFFOpen(path.c_str(), mode);
+    for (const Picture &page : pages)
+        add_page(tiff, page,
+                 {photometric[page.image.count], COMPRESSION_LZW, 1, page.image.bits == 16,
+                  page.image.bits == 1 ? 16 : 0});
+    TIFFClose(tiff);
+}
+
+TEST_F(TiffFrames, PagesAreFramesInAnyOrder) {
+    const std::vector<Picture> pages = motley();
+    for (const char *mode : {"wl", "wb", "wb8"})
+        for (const int first : {1, -2}) {
+            make_pages(temp.path, pages, mode);
+            Info info(temp.path.c_str());
+            info.record.complete_path = 1;
+            info.record.first_frame = first;
+            ZOR_IMAGE *image = ZOR_open(&info.record, "r");
+            ASSERT_NE(image, nullptr);
+            EXPECT_EQ(image->num_frames, 5);
+            EXPECT_EQ(get_frame(image), first);
+            for (const int page : {0, 3, 1, 1, 2, 0, 2, 3}) {
+                EXPECT_EQ(set_frame(image, first + page), 0) << log.text();
+                EXPECT_EQ(get_frame(image), first + page);
+                EXPECT_EQ(ZOR_image_desc(image, 0)->frame, first + page);
+                EXPECT_STREQ(ZOR_image_desc(image, 0)->chan_format, "rgb");
+                expect_shows(image, pages[page]);
+            }
+            // What cannot be shown leaves the page before.
+            log.clear();
+            EXPECT_EQ(set_frame(image, first + 4), ZOR_E_UNSUPPORTED);
+            EXPECT_TRUE(log.has_only(ZOR_MSG_CANNOT_OPEN)) << log.text();
+            expect_shows(image, pages[3]);
+            for (const int frame : {first - 1, first + 5, INT32_MAX, INT32_MIN}) {
+                EXPECT_EQ(set_frame(image, frame), ZOR_E_ARGUMENT);
+                EXPECT_EQ(zor__err, ZOR_E_ARGUMENT);
+                EXPECT_THAT(log.last(), HasSubstr("there is no frame " + std::to_string(frame)));
+            }
+            EXPECT_EQ(get_frame(image), first + 3);
+            expect_shows(image, pages[3]);
+            ZOR_close(image);
+        }
+}
+
+TEST_F(TiffFrames, PlaybackSteps) {
+    make_pages(temp.path, motley(), "wl");
+    ZOR_IMAGE *image = open_for_reading(temp.path);
+    void *state = image->data[0];
+    const auto run = [&](int first, int last, int step) {
+        std::vector<int> frames;
+        int status = play(image, first, last, step);
+        for (; status == 1 && frames.size() < 5; status = play(image, 0, 0, 0))
+            frames.push_back(get_frame(image));
+        frames.push_back(status);
+        return frames;
+    };
+    EXPECT_EQ(image->playback_bind(state, 0, 0), 0);
+    EXPECT_EQ(play(image, 0, 0, 0), 0); // nothing runs yet
+    EXPECT_THAT(run(1, 4, 1), ElementsAre(1, 2, 3, 4, 0));
+    EXPECT_THAT(run(4, 1, -2), ElementsAre(4, 2, 0));
+    EXPECT_THAT(run(3, 9, 1), ElementsAre(3, 4, ZOR_E_UNSUPPORTED));
+    EXPECT_THAT(run(7, 9, 1), ElementsAre(ZOR_E_ARGUMENT));
+    EXPECT_EQ(image->playback_params(state, 1, 0, 0, 0, 0, 0, 0, 0), 0); // round and round
+    EXPECT_THAT(run(2, 3, 1), ElementsAre(2, 3, 2, 3, 2, 1));
+    EXPECT_EQ(image->playback_goto(state, 2), 0);
+    EXPECT_EQ(play(image, 0, 0, 0), 1);
+    EXPECT_EQ(get_frame(image), 3);
+    EXPECT_EQ(image->playback_stop(state, 0), 0);
+    EXPECT_EQ(play(image, 0, 0, 0), 0);
+    EXPECT_EQ(get_frame(image), 3);
+    ZOR_close(image);
+}
+
+// Frames that differ in one sample.
+Picture frame_picture(int frame) {
+    Picture picture = noise(6, 5, integers(3, 8), integers(1, 8));
+    picture.at(0, 3, 3) = frame;
+    return picture;
+}
+
+TEST_F(TiffFrames, FramesAreWrittenOneBehindTheOther) {
+    ZOR_IMAGE *image = open_for_writing(frame_picture(0), temp.path, [](ZOR_INFO &info) {
+        info.frame_count = 4;
+        info.first_frame = 10;
+    });
+    ASSERT_NE(image, nullptr);
+    for (int frame = 10; frame < 14; ++frame) {
+        EXPECT_EQ(set_frame(image, frame), 0) << log.text();
+        EXPECT_EQ(get_frame(image), frame);
+        EXPECT_EQ(image->num_frames, frame - 9);
+        for (int y = 4; y >= 0; --y) {
+            EXPECT_EQ(set_frame(image, frame + 1), ZOR_E_ARGUMENT); // not all there yet
+            EXPECT_EQ(write_line(image, frame_picture(frame), y), 0);
+        }
+        EXPECT_EQ(write_line(image, frame_picture(frame), 0), ZOR_E_SCANLINE);
+        EXPECT_EQ(set_frame(image, frame - 1), ZOR_E_ARGUMENT);
+        EXPECT_EQ(set_frame(image, frame + 2), ZOR_E_ARGUMENT);
+    }
+    EXPECT_EQ(ZOR_close(image), 0);
+
+    image = open_for_reading(temp.path);
+    ASSERT_EQ(image->num_frames, 4);
+    for (int page = 4; page >= 1; --page) {
+        EXPECT_EQ(set_frame(image, page), 0);
+        expect_shows(image, frame_picture(9 + page));
+    }
+    ZOR_close(image);
+    const Look file(temp.path);
+    uint16_t page[2] = {};
+    TIFFSetDirectory(file.tiff, 2);
+    TIFFGetField(file.tiff, TIFFTAG_PAGENUMBER, &page[0], &page[1]);
+    EXPECT_THAT(page, ElementsAre(2, 4));
+}
+
+TEST_F(TiffFrames, APageThatLacksLinesIsLeftOut) {
+    for (const int whole : {0, 2}) {
+        ZOR_IMAGE *image = open_for_writing(frame_picture(0), temp.path);
+        for (int frame = 1; frame <= whole; ++frame) {
+            for (int y = 4; y >= 0; --y)
+                write_line(image, frame_picture(frame), y);
+            EXPECT_EQ(set_frame(image, frame + 1), 0);
+        }
+        EXPECT_EQ(write_line(image, frame_picture(9), 4), 0);
+        log.clear();
+        EXPECT_EQ(ZOR_close(image), ZOR_E_WRITE);
+        EXPECT_TRUE(log.has_only(ZOR_MSG_CANNOT_WRITE)) << log.text();
+        image = open_for_reading(temp.path);
+        EXPECT_EQ(image != nullptr ? image->num_frames : 0, whole);
+        if (image != nullptr)
+            ZOR_close(image);
+    }
+}
+
+TEST_F(TiffFrames, DamagedFilesEndInAFailure) {
+    for (const int compression : {COMPRESSION_NONE, COMPRESSION_PACKBITS, COMPRESSION_LZW}) {
+        make_tiff(temp.path, noise(9, 9, integers(3, 8)), {PHOTOMETRIC_RGB, compression});
+        const std::string whole = temp.bytes();
+        testing::internal::CaptureStderr();             // libtiff is to report, not to print
+        for (size_t i = 0; i + 4 < whole.size(); ++i) { // the end marks the list of pages
+            log.clear();
+            const TempFile prefix(".tiff", whole.substr(0, i));
+            Picture picture;
+            const int cut = read_picture(prefix.path, nullptr, &picture);
+            EXPECT_EQ(cut, i < 4 ? ZOR_E_NOT_THIS_TYPE : ZOR_E_READ) << i << log.text();
+            EXPECT_TRUE(log.has_only(ZOR_MSG_CANNOT_OPEN)) << i << log.text();
+
+            std::string changed = whole;
+            changed[i] = static_cast<char>(changed[i] ^ 0x10);
+            const TempFile damaged(".tiff", changed);
+            log.clear();
+            const int status = read_picture(damaged.path, nullptr, &picture);
+            EXPECT_TRUE(status == 0 || (zor__err == status && !log.reports.empty()));
+        }
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    }
+}
+
+TEST_F(TiffFrames, AFileThatIsCutOffIsReadUpToTheMissingStrip) {
+    RawTiff file{4, 6, 2, COMPRESSION_NONE, 8};
+    for (const uint32_t position : {24, 32, 40})
+        put_number(file.data, RawTiff::data_offset + position);
+    for (int i = 0; i < 3; ++i)
+        put_number(file.data, 8);
+    file.data += "abcdefghijklmnop....";
+    const TempFile cut(".tiff", file.bytes());
+    ZOR_IMAGE *image = open_for_reading(cut.path);
+    ASSERT_NE(image, nullptr) << log.text();
+    void **rows = nullptr;
+    for (const int y : {5, 4, 3, 2, 1, 4}) {
+        log.clear();
+        EXPECT_EQ(ZOR_scan_read(image, y, &rows), y == 1 ? ZOR_E_READ : 0);
+        EXPECT_EQ(log.text(), y == 1 ? "Cannot read scanline 1; the file is too short\n" : "");
+        EXPECT_TRUE(y == 1 || *static_cast<char *>(rows[0]) == "abcdefghijklmnop"[4 * (5 - y)]);
+    }
+    ZOR_close(image);
+}
+
+TEST_F(TiffFrames, ListsOfPagesMayLie) {
+    const RawTiff page{2, 1, 1, COMPRESSION_NONE, 2};
+    // A page, and behind it two more, of which the last leads back to the second; then other ends.
+    for (const uint32_t next : {0U, 8U, 110U, 1000000U}) {
+        RawTiff file = page;
+        const auto size = static_cast<uint32_t>(page.bytes().size());
+        file.next = next == 110 ? size : next;
+        std::string bytes = file.bytes();
+        for (const uint32_t behind : {2 * size - 8, size}) {
+            RawTiff more = page;
+            more.next = behind;
+            bytes += more.bytes().substr(8);
+        }
+        const TempFile listed(".tiff", bytes);
+        log.clear();
+        ZOR_IMAGE *image = open_for_reading(listed.path);
+        ASSERT_NE(image, nullptr) << log.text();
+        EXPECT_EQ(image->num_frames, next == 110 ? 3 : 1);
+        EXPECT_EQ(log.reports.size(), next != 0 ? 1U : 0U) << log.text();
+        for (int frame = image->num_frames; frame > 0; --frame)
+            EXPECT_EQ(set_frame(image, frame), 0);
+        ZOR_close(image);
+    }
+    const TempFile none(".tiff", page.bytes().substr(0, 4) + std::string(4, '\0'));
+    EXPECT_EQ(open_for_reading(none.path), nullptr);
+    EXPECT_EQ(zor__err, ZOR_E_DECODE);
+}
+
+TEST_F(TiffFrames, ImplausibleSizesAreRefused) {
+    const TempFile wide(".tiff", RawTiff{2000000000, 1, 1, COMPRESSION_LZW, 10}.bytes());
+    TIFF *tiff = TIFFOpen(temp.path.c_str(), "w");
+    for (const uint32_t tag :
+         {TIFFTAG_IMAGEWIDTH, TIFFTAG_IMAGELENGTH, TIFFTAG_TILEWIDTH, TIFFTAG_TILELENGTH})
+        TIFFSetField(tiff, tag, 19200);
+    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 8);
+    TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, 1);
+    EXPECT_EQ(TIFFWriteCheck(tiff, 1, "test"), 1); // makes room for a tile's position
+    TIFFClose(tiff);
+    for (const std::string &path : {wide.path, temp.path}) {
+        log.clear();
+        EXPECT_EQ(open_for_reading(path), nullptr);
+        EXPECT_EQ(zor__err, ZOR_E_MEMORY);
+        EXPECT_TRUE(log.has_only(ZOR_MSG_NO_MEMORY)) << log.text();
+    }
+}
+
+TEST_F(TiffFrames, ALargeStripIsDecodedLineByLineWhileTheOrderLasts) {
+    // 64 MiB and a little in runs of 128 bytes, and more than the file's size allows to hold.
+    const struct {
+        uint32_t height, rows;
+        std::vector<std::pair<uint32_t, int>> steps; // row, status
+    } cases[] = {{67200, 67200, {{0, 0}, {1, 0}, {2, 0}, {67199, 0}, {1, 0}}},
+                 {2000000, 2, {{0, 0}, {1, 0}, {2, ZOR_E_DECODE}, {0, ZOR_E_MEMORY}}}};
+    for (const auto &c : cases) {
+        RawTiff file{1024, c.height, c.height, COMPRESSION_PACKBITS, c.rows * 16};
+        for (uint32_t row = 0; row < c.rows; ++row)
+            for (int i = 0; i < 8; ++i)
+                put_number(file.data, 0x81U | row % 251 << 8, 2);
+        const TempFile large(".tiff", file.bytes());
+        ZOR_IMAGE *image = open_for_reading(large.path);
+        ASSERT_NE(image, nullptr) << log.text();
+        void **rows = nullptr;
+        for (const auto &[row, status] : c.steps) {
+            EXPECT_EQ(ZOR_scan_read(image, static_cast<int>(c.height - 1 - row), &rows), status);
+            EXPECT_TRUE(status != 0 || static_cast<uint8_t *>(rows[0])[1023] == row % 251);
+        }
+        ZOR_close(image);
+    }
+}
+
+TEST_F(TiffFrames, EveryFailedAllocationIsReportedAndNothingLeaks) {
+    const Picture picture = frame_picture(1);
+    Info info(temp.path.c_str()); // complete before the faults begin
+    ZOR_IMAGE_DESC *desc = ZOR_info_add_image(&info.record, 6, 5);
+    desc->image = picture.image;
+    desc->matte = picture.matte;
+    info.record.complete_path = 1;
+    info.record.description = STR_save("caf\xE9");
+    for (const char *mode : {"w", "r"}) {
+        const bool writing = *mode == 'w';
+        const long points = for_each_failing_allocation([&](const Fault &fault) {
+            if (writing)
+                std::remove(temp.path.c_str());
+            log.clear();
+            ZOR_IMAGE *image = ZOR_open(&info.record, mode);
+            int status = image == nullptr ? zor__err : 0;
+            EXPECT_EQ(temp.exists(), !writing || image != nullptr);
+            void **rows = nullptr;
+            for (int frame = 1; frame <= 2 && status == 0; ++frame) {
+                status = set_frame(image, frame);
+                for (int y = 4; y >= 0 && status == 0; --y)
+                    status =
+                        writing ? write_line(image, picture, y) : ZOR_scan_read(image, y, &rows);
+            }
+            const int closed = image != nullptr ? ZOR_close(image) : status;
+            EXPECT_EQ(status, fault.struck() ? ZOR_E_MEMORY : 0) << log.text();
+            EXPECT_EQ(log.count(ZOR_MSG_NO_MEMORY), fault.struck() ? 1 : 0) << log.text();
+            EXPECT_TRUE(!writing || (closed < 0) == fault.struck());
+            EXPECT_EQ(fault.live(), 0);
+        });
+        EXPECT_GT(points, 10);
+    }
+}
+
+TEST_F(TiffFrames, FullDisksAndPipesAreReported) {
+    for (const int size : {2, 400}) {
+        const int status = write_picture(noise(size, size, integers(3, 8)), "/dev/full",
+                                         [](ZOR_INFO &info) { info.key = STR_save("tiff"); });
+        EXPECT_EQ(status, ZOR_E_WRITE);
+        EXPECT_TRUE(log.has(ZOR_MSG_CANNOT_WRITE)) << log.text();
+        EXPECT_THAT(log.last(), HasSubstr(std::strerror(ENOSPC)));
+    }
+    ASSERT_EQ(mkfifo(temp.path.c_str(), 0600), 0);
+    FILE *other_end = std::fopen(temp.path.c_str(), "r+b");
+    EXPECT_EQ(open_for_reading(temp.path), nullptr);
+    EXPECT_EQ(zor__err, ZOR_E_UNSUPPORTED);
+    EXPECT_EQ(open_for_writing(frame_picture(1), temp.path), nullptr);
+    EXPECT_EQ(zor__err, ZOR_E_UNSUPPORTED);
+    EXPECT_THAT(log.last(), HasSubstr("it has to be a file on disk"));
+    std::fclose(other_end);
+}
+
+} // namespace

@@ -1,0 +1,331 @@
+// tiff_test.cpp - the tiff module against libtiff itself: what is read, what is written, what is
+// refused.
+#include <gmock/gmock.h>
+
+#include "modules/tiff_files.h"
+
+using testing::ElementsAre;
+
+namespace {
+
+class Tiff : public testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_NE(ZOR_find("tiff"), nullptr);
+        TIFFSetWarningHandler(nullptr); // the tests' own files are odd
+    }
+    Library library{"tiff", "tif"};
+    ReportLog log;
+    const TempFile temp{".tif"};
+
+    // Reads the file in two orders of its lines and compares it with what it should be.
+    void expect_reads(const Picture &expected) const {
+        for (const bool shuffled : {false, true}) {
+            Picture picture;
+            EXPECT_EQ(read_picture(temp.path, nullptr, &picture, shuffled), 0);
+            expect_equal(picture, expected);
+        }
+    }
+};
+
+// Noise of channels of one kind.
+Picture file_of(int colours, int mattes, ZOR_CHANNELS kind) {
+    return noise(21, 19, {colours, kind.type, kind.bits}, {mattes, kind.type, kind.bits});
+}
+
+TEST_F(Tiff, EverySampleTypeIsReadFromEveryLayout) {
+    for (const ZOR_CHANNELS kind :
+         {integers(1, 1), integers(1, 2), integers(1, 4), integers(1, 8), integers(1, 12),
+          integers(1, 16), integers(1, 32), floats(1), doubles(1)})
+        for (const int colours : {1, 3})
+            for (const int tile : {0, 16})
+                for (const bool planar : {false, true})
+                    for (const char *mode : {"wl", "wb8"}) {
+                        SCOPED_TRACE(testing::Message() << kind.type << " " << kind.bits << " "
+                                                        << colours << tile << planar << mode);
+                        const Picture picture = file_of(colours, colours / 2, kind);
+                        const int photometric = colours == 1 ? 1 : PHOTOMETRIC_RGB;
+                        make_tiff(temp.path, picture, {photometric, 1, 1, planar, tile}, mode);
+                        expect_reads(picture);
+                    }
+}
+
+TEST_F(Tiff, CompressedFilesAreRead) {
+    for (const int compression : {COMPRESSION_LZW, COMPRESSION_DEFLATE, COMPRESSION_ADOBE_DEFLATE,
+                                  COMPRESSION_ZSTD, COMPRESSION_PACKBITS})
+        for (const int tile : {0, 16})
+            for (const int predictor : {1, 2, 3}) {
+                const Picture picture = file_of(3, 1, predictor == 3 ? floats(1) : integers(1, 16));
+                make_tiff(temp.path, picture,
+                          {PHOTOMETRIC_RGB, compression,
+                           compression == COMPRESSION_PACKBITS ? 1 : predictor, tile == 0, tile});
+                expect_reads(picture);
+            }
+    make_tiff(temp.path, file_of(1, 0, integers(1, 1)), {1, COMPRESSION_CCITTFAX4});
+    expect_reads(file_of(1, 0, integers(1, 1)));
+
+    // Losses are small where colours change slowly; the file has luminance and colour differences.
+    Picture smooth{32, 16, integers(3, 8)};
+    for (int k = 0; k < 3; ++k)
+        for (int y = 0; y < 16; ++y)
+            for (int x = 0; x < 32; ++x)
+                smooth.at(k, x, y) = 70 + 3 * x + 2 * (k - 1) * y;
+    make_tiff(temp.path, smooth,
+              {PHOTOMETRIC_YCBCR, COMPRESSION_JPEG, 1, false, 32,
+               [](TIFF *tiff) { TIFFSetField(tiff, TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB); }});
+    Picture back;
+    ASSERT_EQ(read_picture(temp.path, nullptr, &back), 0) << log.text();
+    for (size_t i = 0; i < smooth.samples.size(); ++i)
+        EXPECT_NEAR(back.samples[i], smooth.samples[i], 12);
+}
+
+TEST_F(Tiff, WhiteIsBrightAndTheFirstColumnIsLeft) {
+    for (const int bits : {1, 4, 8, 16, 32})
+        for (const int orientation : {1, 2, 3, 4}) {
+            Picture file = file_of(1, 1, integers(1, bits));
+            Picture expected = file;
+            for (int y = 0; y < file.height; ++y)
+                for (int x = 0; x < file.width; ++x) {
+                    const bool mirrored = orientation == 2 || orientation == 3;
+                    const int to_x = mirrored ? file.width - 1 - x : x;
+                    const int to_y = orientation > 2 ? file.height - 1 - y : y;
+                    expected.at(0, to_x, to_y) = std::ldexp(1.0, bits) - 1 - file.at(0, x, y);
+                    expected.at(1, to_x, to_y) = file.at(1, x, y);
+                }
+            make_tiff(temp.path, file,
+                      {PHOTOMETRIC_MINISWHITE, 1, 1, false, 0, [orientation](TIFF *tiff) {
+                           TIFFSetField(tiff, TIFFTAG_ORIENTATION, orientation);
+                       }});
+            expect_reads(expected);
+            ZOR_IMAGE *image = open_for_reading(temp.path);
+            EXPECT_EQ(ZOR_image_desc(image, 0)->orientation, orientation > 2 ? 1 : 0);
+            ZOR_close(image);
+        }
+}
+
+TEST_F(Tiff, PalettesBecomeColours) {
+    for (const int bits : {1, 4, 8, 16})
+        for (const int factor : {1, 256, 257, 3}) { // entries of 8 bits in several forms, and of 16
+            SCOPED_TRACE(testing::Message() << bits << " " << factor);
+            Picture file = file_of(1, 1, integers(1, bits));
+            std::vector<uint16_t> maps[3];
+            for (int i = 0; i < 1 << bits; ++i)
+                for (int k = 0; k < 3; ++k)
+                    maps[k].push_back(static_cast<uint16_t>((255 - (i + 7 * k) % 200) * factor));
+            const int wide = factor == 3 ? 16 : 8;
+            Picture expected{file.width, file.height, integers(3, wide), integers(1, bits)};
+            for (int y = 0; y < file.height; ++y)
+                for (int x = 0; x < file.width; ++x) {
+                    const auto index = static_cast<size_t>(file.at(0, x, y));
+                    for (int k = 0; k < 3; ++k)
+                        expected.at(k, x, y) = maps[k][index] / (wide == 16 ? 1 : factor);
+                    expected.at(3, x, y) = file.at(1, x, y);
+                }
+            make_tiff(temp.path, file, {PHOTOMETRIC_PALETTE, 1, 1, false, 0, [&maps](TIFF *tiff) {
+                                            TIFFSetField(tiff, TIFFTAG_COLORMAP, maps[0].data(),
+                                                         maps[1].data(), maps[2].data());
+                                        }});
+            expect_reads(expected);
+        }
+}
+
+TEST_F(Tiff, ExtraSamplesAreMattesWhenTheyAreMarkedOrTheFirst) {
+    const struct {
+        std::vector<uint16_t> kinds;
+        int mattes;
+    } cases[] = {{{0}, 1}, {{1}, 1}, {{0, 0}, 1}, {{2, 2, 2}, 3}, {{1, 2, 0, 2}, 2}, {{0, 2}, 1}};
+    for (const auto &c : cases) {
+        const int extra = static_cast<int>(c.kinds.size());
+        Picture file = file_of(3, extra, integers(1, 8));
+        make_tiff(temp.path, file, {PHOTOMETRIC_RGB, 1, 1, false, 0, [&](TIFF *tiff) {
+                                        TIFFSetField(tiff, TIFFTAG_EXTRASAMPLES, extra,
+                                                     c.kinds.data());
+                                    }});
+        file.matte = integers(c.mattes, 8);
+        file.aux = integers(extra - c.mattes, 8);
+        expect_reads(file);
+    }
+}
+
+TEST_F(Tiff, FilesOfOtherKindsAreRefused) {
+    const auto with = [](uint32_t tag, int value) {
+        return [=](TIFF *tiff) { TIFFSetField(tiff, tag, value); };
+    };
+    const struct {
+        ZOR_CHANNELS kind;
+        Layout layout;
+        const char *reason;
+    } cases[] = {
+        {integers(4, 8), {PHOTOMETRIC_SEPARATED}, "colour space"},
+        {integers(1, 8), {1, 1, 1, false, 0, with(TIFFTAG_SAMPLEFORMAT, 2)}, "samples of this"},
+        {integers(1, 8), {1, 1, 1, false, 0, with(TIFFTAG_ORIENTATION, 6)}, "on their side"},
+        {integers(1, 8), {1, COMPRESSION_LZMA}, "compression"},
+        {floats(1), {PHOTOMETRIC_MINISWHITE}, "0 is white"},
+    };
+    for (const auto &c : cases) {
+        make_tiff(temp.path, noise(5, 5, c.kind), c.layout);
+        log.clear();
+        EXPECT_EQ(open_for_reading(temp.path), nullptr);
+        EXPECT_EQ(zor__err, ZOR_E_UNSUPPORTED);
+        EXPECT_TRUE(log.has_only(ZOR_MSG_CANNOT_OPEN)) << log.text();
+        EXPECT_THAT(log.last(), testing::HasSubstr(c.reason));
+    }
+}
+
+// Writes or opens with one setting, which lives as long as the handle.
+template<class Call>
+auto with_setting(int number, int code, Call call) {
+    ZOR_CAP_SETTING setting = {static_cast<uint16_t>(code), 0, {number}};
+    ZOR_CAP_SETTING *list[] = {&setting, nullptr};
+    return call([&list](ZOR_INFO &info) { info.cap_settings = list; });
+}
+
+TEST_F(Tiff, WhatIsWrittenIsReadBackUnderEveryCompression) {
+    const uint16_t schemes[] = {COMPRESSION_NONE, COMPRESSION_PACKBITS, COMPRESSION_LZW,
+                                COMPRESSION_ADOBE_DEFLATE};
+    for (int choice = 0; choice < 4; ++choice)
+        for (const ZOR_CHANNELS kind :
+             {integers(1, 8), integers(1, 16), integers(1, 32), floats(1), doubles(1)})
+            for (const int colours : {1, 3})
+                for (const int mattes : {0, 3}) {
+                    const Picture picture = file_of(colours, mattes, kind);
+                    const auto write = [&](const Fill &fill) {
+                        return write_picture(picture, temp.path, fill);
+                    };
+                    ASSERT_EQ(with_setting(choice, 0, write), 0);
+                    expect_reads(picture);
+                    const Look file(temp.path);
+                    EXPECT_EQ(file.number(TIFFTAG_COMPRESSION), schemes[choice]);
+                    EXPECT_EQ(file.number(TIFFTAG_BITSPERSAMPLE), kind.bits);
+                }
+}
+
+TEST_F(Tiff, OtherWidthsAreWidenedSoThatShiftingBackRestoresThem) {
+    for (int bits = 1; bits <= 16; ++bits)
+        for (const int mattes : {0, 1}) {
+            Picture picture = noise(13, 1, integers(1, bits), integers(mattes, 32));
+            ASSERT_EQ(write_picture(picture, temp.path), 0);
+            Picture back;
+            ASSERT_EQ(read_picture(temp.path, nullptr, &back), 0);
+            const int depth = back.image.bits;
+            const int narrow = mattes > 0 || bits > 4 ? 8 : bits > 2 ? 4 : bits;
+            EXPECT_EQ(depth, bits > 8 ? 16 : narrow);
+            for (int x = 0; x < 13; ++x) {
+                EXPECT_EQ(std::floor(std::ldexp(back.at(0, x, 0), bits - depth)),
+                          picture.at(0, x, 0));
+                const double share = std::ldexp(picture.at(mattes, x, 0), -32);
+                EXPECT_TRUE(mattes == 0 ||
+                            std::abs(back.at(1, x, 0) - share * (std::ldexp(1, depth) - 1)) < .51);
+            }
+        }
+}
+
+TEST_F(Tiff, MattesAreMarkedAsChosen) {
+    const Picture picture = noise(3, 3, integers(3, 8), integers(2, 8));
+    for (const int setting : {16, 17}) {
+        const auto write = [&](const Fill &fill) {
+            return write_picture(picture, temp.path, fill);
+        };
+        EXPECT_EQ(with_setting(setting, 0, write), 0);
+        const Look file(temp.path);
+        EXPECT_EQ(file.number(TIFFTAG_COMPRESSION), COMPRESSION_LZW); // unless chosen otherwise
+        uint16_t count = 0;
+        const uint16_t *kinds = nullptr;
+        TIFFGetField(file.tiff, TIFFTAG_EXTRASAMPLES, &count, &kinds);
+        ASSERT_EQ(count, 2);
+        const int kind = setting == 16 ? EXTRASAMPLE_UNASSALPHA : EXTRASAMPLE_ASSOCALPHA;
+        EXPECT_THAT(std::vector(kinds, kinds + 2), ElementsAre(kind, kind));
+    }
+}
+
+TEST_F(Tiff, WhatDoesNotFitIsRefusedAndLeavesNoFile) {
+    const struct {
+        ZOR_CHANNELS image, matte;
+        int setting, code;
+        const char *message;
+    } cases[] = {
+        {integers(2, 8), {}, 0, 0, "tif cannot handle image channel type"},
+        {integers(3, 17), {}, 0, 0, "tif cannot handle image channel width"},
+        {integers(3, 8), floats(1), 0, 0, "tif cannot handle matte channel type"},
+        {floats(3), doubles(1), 0, 0, "tif cannot handle matte channel type"},
+        {integers(3, 8), {}, 4, 0, "tif cannot handle the requested action"},
+        {integers(3, 8), {}, 0x10001, 0, "tif cannot handle the requested action"},
+        {integers(3, 8), {}, 1, 1, "tif cannot handle the requested action"},
+    };
+    for (const auto &c : cases) {
+        const auto open = [&](const Fill &fill) {
+            return open_for_writing(noise(2, 2, c.image, c.matte), temp.path, fill);
+        };
+        EXPECT_EQ(with_setting(c.setting, c.code, open), nullptr);
+        EXPECT_EQ(zor__err, ZOR_E_UNSUPPORTED);
+        EXPECT_EQ(log.last(), c.message);
+        EXPECT_FALSE(temp.exists());
+    }
+}
+
+TEST_F(Tiff, TextsColourAndTheShapeOfPixelsTravel) {
+    const float primaries[12] = {.64F, .33F, .03F, .3F,    .6F,   .1F,
+                                 .15F, .06F, .79F, .3127F, .329F, .3583F};
+    for (const int bits : {8, 16}) {
+        ASSERT_EQ(write_picture(noise(4, 2, integers(3, bits)), temp.path,
+                                [&](ZOR_INFO &info) {
+                                    info.name = STR_save("na\xC3\xAFve");
+                                    info.program = STR_save("caf\xE9"); // Latin-1
+                                    info.machine = STR_save("unknown");
+                                    info.user = STR_save("");
+                                    info.date = STR_save("{1700000000}");
+                                    info.images[0].curve.kind = 1;
+                                    info.images[0].curve.gamma = 1.8F;
+                                    info.images[0].picture_aspect = 3;
+                                    std::copy(primaries, primaries + 12, info.primaries);
+                                }),
+                  0);
+        const Look file(temp.path);
+        EXPECT_EQ(file.text(TIFFTAG_DOCUMENTNAME), "na\xC3\xAFve");
+        EXPECT_EQ(file.text(TIFFTAG_HOSTCOMPUTER) + file.text(TIFFTAG_ARTIST), "(none)(none)");
+        EXPECT_EQ(file.text(TIFFTAG_DATETIME), "2023:11:14 22:13:20");
+
+        ZOR_IMAGE *image = open_for_reading(temp.path);
+        ZOR_INFO back;
+        ASSERT_EQ(ZOR_info_from_image(&back, image), 0);
+        EXPECT_STREQ(back.name, "na\xC3\xAFve");
+        EXPECT_STREQ(back.program, "caf\xC3\xA9");
+        EXPECT_STREQ(back.date, "2023-11-14T22:13:20");
+        EXPECT_EQ(back.images[0].curve.gamma, 1.8F);
+        EXPECT_EQ(back.images[0].picture_aspect, 3.0F);
+        for (int i = 0; i < 12; ++i)
+            EXPECT_NEAR(back.primaries[i], primaries[i], 1e-5);
+        ZOR_info_cleanup(&back, 1);
+        ZOR_close(image);
+    }
+}
+
+TEST_F(Tiff, ColourThatMakesNoSenseIsLeftOut) {
+    make_tiff(temp.path, noise(4, 2, integers(1, 8)),
+              {1, 1, 1, false, 0, [](TIFF *tiff) {
+                   const std::vector<uint16_t> flat(256, 1000);
+                   const float white[] = {0.9F, 0.9F};
+                   TIFFSetField(tiff, TIFFTAG_TRANSFERFUNCTION, flat.data());
+                   TIFFSetField(tiff, TIFFTAG_WHITEPOINT, white);
+               }});
+    ZOR_IMAGE *image = open_for_reading(temp.path);
+    ZOR_INFO back;
+    ASSERT_EQ(ZOR_info_from_image(&back, image), 0);
+    EXPECT_EQ(back.images[0].curve.gamma, 1.0F);
+    EXPECT_EQ(back.images[0].picture_aspect, 2.0F);
+    EXPECT_EQ(back.primaries[9], 0.31F);
+    ZOR_info_cleanup(&back, 1);
+    ZOR_close(image);
+
+    // Nor are defaults stated in a file.
+    ASSERT_EQ(
+        write_picture(noise(4, 2, integers(1, 8)), temp.path,
+                      [](ZOR_INFO &info) { info.images[0].curve = {1, 1, 0, 0, 0, 0, 0, {}}; }),
+        0);
+    for (const uint32_t tag : {TIFFTAG_TRANSFERFUNCTION, TIFFTAG_WHITEPOINT, TIFFTAG_XRESOLUTION}) {
+        const void *unused[3];
+        EXPECT_EQ(TIFFGetField(Look(temp.path).tiff, tag, &unused[0], &unused[1], &unused[2]), 0);
+    }
+}
+
+} // namespace
