@@ -1,5 +1,6 @@
 // system_posix.cpp - the command's system functions on POSIX systems.
 #include <cerrno>
+#include <csignal>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -17,5 +18,14 @@ int create_new_file(const std::string &path, bool confidential) {
 }
 
 std::FILE *binary_standard_output() { return stdout; }
+
+bool standard_error_is_terminal() { return isatty(STDERR_FILENO) != 0; }
+
+std::span<const int> stop_signals() {
+    static const int signals[] = {SIGINT, SIGTERM, SIGHUP};
+    return signals;
+}
+
+void ignore_broken_pipes() { std::signal(SIGPIPE, SIG_IGN); }
 
 } // namespace zor

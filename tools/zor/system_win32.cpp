@@ -1,5 +1,6 @@
 // system_win32.cpp - the command's system functions on Windows.
 #include <cerrno>
+#include <csignal>
 #include <fcntl.h>
 #include <io.h>
 #include <sys/stat.h>
@@ -21,5 +22,14 @@ std::FILE *binary_standard_output() {
     _setmode(1, _O_BINARY);
     return stdout;
 }
+
+bool standard_error_is_terminal() { return _isatty(2) != 0; }
+
+std::span<const int> stop_signals() {
+    static const int signals[] = {SIGINT, SIGTERM};
+    return signals;
+}
+
+void ignore_broken_pipes() {} // that is how it is here
 
 } // namespace zor
