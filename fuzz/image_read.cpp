@@ -30,6 +30,7 @@ int start() {
     watch::start();
     if (ZOR_init(nullptr, next_module) != 0)
         std::abort();
+    ZOR_multiframe_set(0, 0); // every input is a file of its own, though the name is the same
     return memfd_create("input", 0);
 }
 

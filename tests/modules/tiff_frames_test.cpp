@@ -21,10 +21,10 @@ protected:
 };
 
 // How frames and playback are asked for.
-int set_frame(ZOR_IMAGE *image, int frame) { return image->set_frame(image->data[0], frame); }
+int set_frame(ZOR_IMAGE *image, int frame) { return ZOR_set_frame(image, frame); }
 int get_frame(ZOR_IMAGE *image) {
     int32_t frame = -1;
-    EXPECT_EQ(image->get_frame(image->data[0], reinterpret_cast<ZOR_WORD>(&frame)), 0);
+    EXPECT_EQ(ZOR_get_frame(image, reinterpret_cast<ZOR_WORD>(&frame)), 0);
     return frame;
 }
 int play(ZOR_IMAGE *image, int first, int last, int step) {
@@ -308,6 +308,7 @@ TEST_F(TiffFrames, EveryFailedAllocationIsReportedAndNothingLeaks) {
     desc->matte = picture.matte;
     info.record.complete_path = 1;
     info.record.description = STR_save("caf\xE9");
+    ZOR_multiframe_set(0, 0); // a kept handle would look like a leak
     for (const char *mode : {"w", "r"}) {
         const bool writing = *mode == 'w';
         const long points = for_each_failing_allocation([&](const Fault &fault) {

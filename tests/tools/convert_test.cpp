@@ -33,7 +33,13 @@ protected:
     std::string path(const char *name) const { return (work_ / name).string(); }
 
     zor::ExitCode convert(const std::string &from, const std::string &to, bool strict = false) {
-        return zor::convert_image({path(from.c_str()), path(to.c_str()), "", "", strict}, reports_);
+        const std::string input = path(from.c_str());
+        const std::string output = path(to.c_str());
+        auto conversion = zor::choose_formats(input, output, "", "", reports_);
+        if (!conversion.has_value())
+            return zor::EXIT_WRONG_USAGE;
+        conversion->strict = strict;
+        return zor::convert_image(input, output, *conversion, workplace_, reports_);
     }
 
     // Writes a grey MOX file of two images; the first one's window is 4 x 3 from (10, 20), its
@@ -63,6 +69,8 @@ protected:
 
     inline static zor::Loader *loader_ = nullptr;
     fs::path work_;
+    zor::Workplace workplace_;
+    zor::LibraryReports library_reports_;
     zor::Reports reports_{true};
 };
 

@@ -7,6 +7,7 @@
 
 #include "copy_rows.h"
 #include "input.h"
+#include "interrupt.h"
 #include "output_file.h"
 #include "text.h"
 
@@ -36,27 +37,29 @@ const ZOR_FORMAT *find_key(const std::string &key, Reports &reports) {
 
 // Whether a format can be written where the user wants it. Of those that the library carries one
 // makes a stream, and images of the other end with the command.
-bool has_place(const ZOR_FORMAT &format, const ConvertRequest &request, Reports &reports) {
+bool has_place(const ZOR_FORMAT &format, const std::string &output, Reports &reports) {
     if (!is_built_in(format))
         return true;
     const bool streams = std::strcmp(format.key, "pipe") == 0;
     if (!streams)
-        reports.error("images of the format '" + request.to + "' do not outlive the command");
-    else if (!is_standard_output(request.output))
+        reports.error("images of the format '" + std::string(format.key) +
+                      "' do not outlive the command");
+    else if (!is_standard_output(output))
         reports.error("the format 'pipe' goes to the standard output: name it, as -");
-    return streams && is_standard_output(request.output);
+    return streams && is_standard_output(output);
 }
 
 // The output's format, by key or by extension; null after a message.
-const ZOR_FORMAT *choose_output(const ConvertRequest &request, Reports &reports) {
+const ZOR_FORMAT *choose_output(const std::string &output, const std::string &key,
+                                Reports &reports) {
     const ZOR_FORMAT *format = nullptr;
-    if (!request.to.empty()) {
-        format = find_key(request.to, reports);
-        return format != nullptr && has_place(*format, request, reports) ? format : nullptr;
+    if (!key.empty()) {
+        format = find_key(key, reports);
+        return format != nullptr && has_place(*format, output, reports) ? format : nullptr;
     }
-    if (is_standard_output(request.output))
+    if (is_standard_output(output))
         reports.error("name the format with --to; there are " + known_formats());
-    else if (format = format_of_name(request.output); format == nullptr)
+    else if (format = format_of_name(output); format == nullptr)
         reports.error("no format has this extension, and there is no --to; there are " +
                       known_formats());
     return format;
@@ -73,13 +76,13 @@ struct Plan {
 };
 
 // Says what is left out, and why. Returns whether that is acceptable.
-bool leave_out(const std::string &what, const std::string &why, const ConvertRequest &request,
+bool leave_out(const std::string &what, const std::string &why, const Conversion &conversion,
                Reports &reports) {
-    if (request.strict)
+    if (conversion.strict)
         reports.error(what + " would be left out: " + why);
     else
         reports.warning(what + " left out: " + why);
-    return !request.strict;
+    return !conversion.strict;
 }
 
 void free_texts(ZOR_IMAGE_DESC &desc) {
@@ -88,18 +91,18 @@ void free_texts(ZOR_IMAGE_DESC &desc) {
 }
 
 // Keeps the first image only.
-bool drop_sub_images(ZOR_INFO &info, const ConvertRequest &request, Reports &reports) {
+bool drop_sub_images(ZOR_INFO &info, const Conversion &conversion, Reports &reports) {
     if (info.num_images <= 1)
         return true;
     for (int32_t i = 1; i < info.num_images; ++i)
         free_texts(info.images[i]);
     const int32_t dropped = std::exchange(info.num_images, 1) - 1;
-    return leave_out(counted(dropped, "further image"), "one is converted", request, reports);
+    return leave_out(counted(dropped, "further image"), "one is converted", conversion, reports);
 }
 
 // Lists the channels that go over; groups that the format has no place for are cleared.
-bool choose_channels(Plan &plan, const ZOR_FORMAT &format, const ConvertRequest &request,
-                     Reports &reports) {
+bool choose_channels(Plan &plan, const Conversion &conversion, Reports &reports) {
+    const ZOR_FORMAT &format = *conversion.to;
     ZOR_IMAGE_DESC &desc = plan.info->images[0];
     const struct {
         ZOR_CHANNELS *group;
@@ -113,7 +116,7 @@ bool choose_channels(Plan &plan, const ZOR_FORMAT &format, const ConvertRequest 
     for (const auto &[group, name, room] : groups) {
         const int32_t first = std::exchange(next, next + group->count);
         if (group->count > 0 && room == 0) {
-            if (!leave_out(counted(group->count, name), no_place, request, reports))
+            if (!leave_out(counted(group->count, name), no_place, conversion, reports))
                 return false;
             *group = {};
             if (group == &desc.aux)
@@ -130,7 +133,7 @@ bool choose_channels(Plan &plan, const ZOR_FORMAT &format, const ConvertRequest 
 bool describe_input(Plan &plan, const ZOR_IMAGE *input, Reports &reports) {
     plan.info.reset(ZOR_info_alloc());
     if (plan.info == nullptr || ZOR_info_from_image(plan.info.get(), input) != 0)
-        return reports.explain(zor__err), false;
+        return reports.explain(), false;
     if (plan.info->num_images < 1) {
         reports.error("there is no image in this file");
         return false;
@@ -152,77 +155,104 @@ bool leave_unsaid(ZOR_INFO &info) {
 }
 
 // Changes it to what the output's format can hold.
-bool fit_to_format(Plan &plan, const ZOR_FORMAT &format, const ConvertRequest &request,
-                   Reports &reports) {
+bool fit_to_format(Plan &plan, const Conversion &conversion, Reports &reports) {
     ZOR_INFO &info = *plan.info;
     // These two tell of the input file, not of the picture.
     ERR_free(std::exchange(info.extension, nullptr));
     ERR_free(std::exchange(info.compression, nullptr));
     info.complete_path = 1;
-    return set_text(info.key, format.key) && leave_unsaid(info) && drop_sub_images(info, request, reports) &&
-           choose_channels(plan, format, request, reports);
+    info.cap_settings = conversion.settings;
+    return set_text(info.key, conversion.to->key) && leave_unsaid(info) &&
+           drop_sub_images(info, conversion, reports) && choose_channels(plan, conversion, reports);
+}
+
+Image open_output(const ZOR_INFO &info, Workplace &workplace, Reports &reports) {
+    const std::lock_guard lock(workplace.opening);
+    if (interrupted())
+        return nullptr;
+    Image image(ZOR_open(&info, "w"));
+    if (image == nullptr)
+        reports.explain();
+    return image;
 }
 
 // Writes the picture to the output's temporary file and gives that its name.
 //   file  null for a format that makes a stream, which needs none
 ExitCode write_output(const End &input, const Plan &plan, bool any_order, OutputFile *file,
-                      const std::string &name, Reports &reports) {
-    const auto failed = [&] { return reports.explain(zor__err), EXIT_OUTPUT_FAILED; };
+                      const std::string &name, Workplace &workplace, Reports &reports) {
     const std::string path = plan.info->file_name;
     reports.about(name, path);
-    Image image(ZOR_open(plan.info.get(), "w"));
+    Image image = open_output(*plan.info, workplace, reports);
     if (image == nullptr)
-        return failed();
+        return EXIT_OUTPUT_FAILED;
     const End output = {image.get(), name, path};
     if (const ExitCode code = copy_rows(input, output, plan.channels, any_order, reports);
         code != EXIT_FINE) {
         // The reason has been told; that the file is incomplete goes without saying.
-        ERR_mask(nullptr);
+        reports.set_muted(true);
         image.reset();
-        ERR_unmask(nullptr);
+        reports.set_muted(false);
         return code;
     }
-    if (ZOR_close(image.release()) != 0)
-        return failed();
+    if (const int status = ZOR_close(image.release()); status != 0) {
+        reports.explain(status);
+        return EXIT_OUTPUT_FAILED;
+    }
     return file == nullptr || file->commit(reports) ? EXIT_FINE : EXIT_OUTPUT_FAILED;
+}
+
+ExitCode convert_file(const std::string &input_file, const std::string &output_file,
+                      const Conversion &conversion, Workplace &workplace, Reports &reports) {
+    const std::string input_name = display_name(input_file, "standard input");
+    const std::string output_name = display_name(output_file, "standard output");
+    Image input;
+    {
+        const std::lock_guard lock(workplace.opening);
+        if (interrupted())
+            return EXIT_INTERRUPTED;
+        reports.about(input_name);
+        input = open_input(input_file, conversion.from, reports);
+    }
+    Plan plan;
+    if (input == nullptr || !describe_input(plan, input.get(), reports))
+        return EXIT_INPUT_FAILED;
+
+    reports.about(output_name);
+    OutputFile file(output_file, workplace.temporary_files);
+    if (!fit_to_format(plan, conversion, reports) ||
+        (!conversion.streamed && !file.create(conversion.to->extension, reports)) ||
+        !set_text(plan.info->file_name, conversion.streamed ? "/dev/stdout" : file.path()))
+        return EXIT_OUTPUT_FAILED;
+    const bool any_order = is_plain_file(input_file) &&
+                           (ZOR_image_format(input.get())->access & ZOR_ACCESS_RANDOM_READ) != 0;
+    return write_output({input.get(), input_name, {}}, plan, any_order,
+                        conversion.streamed ? nullptr : &file, output_name, workplace, reports);
 }
 
 } // namespace
 
-ExitCode convert_image(const ConvertRequest &request, Reports &reports) {
-    const std::string input_name = display_name(request.input, "standard input");
-    const std::string output_name = display_name(request.output, "standard output");
-
-    reports.about(output_name);
-    const ZOR_FORMAT *format = choose_output(request, reports);
+std::optional<Conversion> choose_formats(const std::string &input, const std::string &output,
+                                         const std::string &from, const std::string &to,
+                                         Reports &reports) {
+    reports.about(display_name(output, "standard output"));
+    const ZOR_FORMAT *format = choose_output(output, to, reports);
     if (format == nullptr)
-        return EXIT_WRONG_USAGE;
-    reports.about(input_name);
-    if (is_standard_input(request.input) && request.from.empty()) {
+        return std::nullopt;
+    reports.about(display_name(input, "standard input"));
+    if (is_standard_input(input) && from.empty()) {
         reports.error("name the format with --from; there are " + known_formats());
-        return EXIT_WRONG_USAGE;
+        return std::nullopt;
     }
-    if (!request.from.empty() && find_key(request.from, reports) == nullptr)
-        return EXIT_WRONG_USAGE;
+    if (!from.empty() && find_key(from, reports) == nullptr)
+        return std::nullopt;
+    return Conversion{from, format, is_built_in(*format)};
+}
 
-    const Image input = open_input(request.input, request.from, reports);
-    if (input == nullptr)
-        return EXIT_INPUT_FAILED;
-    Plan plan;
-    if (!describe_input(plan, input.get(), reports))
-        return EXIT_INPUT_FAILED;
-
-    reports.about(output_name);
-    const bool streamed = is_built_in(*format);
-    OutputFile file(request.output);
-    if (!fit_to_format(plan, *format, request, reports) ||
-        (!streamed && !file.create(format->extension, reports)) ||
-        !set_text(plan.info->file_name, streamed ? "/dev/stdout" : file.path()))
-        return EXIT_OUTPUT_FAILED;
-    const bool any_order = is_plain_file(request.input) &&
-                           (ZOR_image_format(input.get())->access & ZOR_ACCESS_RANDOM_READ) != 0;
-    return write_output({input.get(), input_name, {}}, plan, any_order, streamed ? nullptr : &file,
-                        output_name, reports);
+ExitCode convert_image(const std::string &input, const std::string &output,
+                       const Conversion &conversion, Workplace &workplace, Reports &reports) {
+    const ExitCode code = convert_file(input, output, conversion, workplace, reports);
+    // Whatever goes wrong on the way out is nobody's concern.
+    return code != EXIT_FINE && interrupted() ? EXIT_INTERRUPTED : code;
 }
 
 } // namespace zor

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <new>
 
+#include "interrupt.h"
+
 namespace zor {
 
 namespace {
@@ -52,8 +54,8 @@ bool RowCopier::read(int64_t step, bool rising) {
     reports_.about(input_.name, input_.alias);
     const auto y = static_cast<int32_t>(in_.win_bottom + from_bottom(step, rising));
     void **rows = nullptr;
-    if (ZOR_scan_read(input_.image, y, &rows) != 0)
-        return reports_.explain(zor__err), false;
+    if (const int status = ZOR_scan_read(input_.image, y, &rows); status != 0)
+        return reports_.explain(status), false;
     for (size_t k = 0; k < channels_.size(); ++k)
         rows_[k] = rows[channels_[k]];
     return true;
@@ -62,13 +64,15 @@ bool RowCopier::read(int64_t step, bool rising) {
 bool RowCopier::write(int64_t step) {
     reports_.about(output_.name, output_.alias);
     const auto y = static_cast<int32_t>(out_.win_bottom + from_bottom(step, rises(out_)));
-    if (ZOR_scan_write(output_.image, y, rows_.data()) != 0)
-        return reports_.explain(zor__err), false;
+    if (const int status = ZOR_scan_write(output_.image, y, rows_.data()); status != 0)
+        return reports_.explain(status), false;
     return true;
 }
 
 ExitCode RowCopier::straight() {
     for (int64_t step = 0; step < height_; ++step) {
+        if (interrupted())
+            return EXIT_INTERRUPTED;
         if (!read(step, rises(out_)))
             return EXIT_INPUT_FAILED;
         if (!write(step))
@@ -100,6 +104,8 @@ ExitCode RowCopier::turned() {
         return picture.data() + static_cast<size_t>(line) * static_cast<size_t>(step);
     };
     for (int64_t step = 0; step < height_; ++step) {
+        if (interrupted())
+            return EXIT_INTERRUPTED;
         if (!read(step, rises(in_)))
             return EXIT_INPUT_FAILED;
         unsigned char *to = row(height_ - 1 - step);
@@ -107,6 +113,8 @@ ExitCode RowCopier::turned() {
             std::memcpy(to, rows_[k], sizes[k]);
     }
     for (int64_t step = 0; step < height_; ++step) {
+        if (interrupted())
+            return EXIT_INTERRUPTED;
         unsigned char *from = row(step);
         for (size_t k = 0; k < sizes.size(); from += sizes[k++])
             rows_[k] = from;

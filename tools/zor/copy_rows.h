@@ -23,7 +23,7 @@ struct End {
 // size and hold the same types of samples.
 //   channels    the input's channels, in the order in which the output takes them
 //   any_order   the input's rows may be read in any order
-// Returns EXIT_FINE, or after a report which end failed.
+// Returns EXIT_FINE, EXIT_INTERRUPTED, or after a report which end failed.
 ExitCode copy_rows(const End &input, const End &output, const std::vector<int32_t> &channels,
                    bool any_order, Reports &reports);
 

@@ -3,6 +3,7 @@
 
 #include <zor/zor.h>
 
+#include "capability_view.h"
 #include "input.h"
 #include "json.h"
 #include "text.h"
@@ -81,10 +82,15 @@ Json to_json(const ZOR_FORMAT &format) {
             {"write", (format.access & ZOR_ACCESS_WRITE) != 0},
             {"built_in", is_built_in(format)},
             {"random_read", (format.access & ZOR_ACCESS_RANDOM_READ) != 0},
+            {"random_write", (format.access & ZOR_ACCESS_RANDOM_WRITE) != 0},
             {"rising", (format.orientation & ZOR_ORIENTATION_RISING) != 0},
             {"sub_images", (format.usage & ZOR_USAGE_SUB_IMAGES) != 0},
+            {"multi_frame", format.multi_frame != 0},
             {"active_window", format.active_window != 0},
-            {"channels", channels}};
+            {"palette_bits", format.bits_per_palette_entry},
+            {"name_syntax", json_text(format.name_syntax)},
+            {"channels", channels},
+            {"capabilities", to_json(capabilities_of(format))}};
 }
 
 const char *state(const Module &module) {
@@ -97,6 +103,52 @@ Json to_json(const Module &module) {
             {"reason", module.in_use() ? Json() : Json(module.refusal)}};
 }
 
+// What the bits and numbers of a driver say, a row each.
+std::vector<std::vector<std::string>> declarations(const ZOR_FORMAT &format) {
+    const auto has = [&](int32_t bit) { return (format.access & bit) != 0; };
+    std::string access;
+    if (has(ZOR_ACCESS_READ))
+        add_to_list(access, has(ZOR_ACCESS_RANDOM_READ) ? "read in any order" : "read");
+    if (has(ZOR_ACCESS_WRITE))
+        add_to_list(access, has(ZOR_ACCESS_RANDOM_WRITE) ? "write in any order" : "write");
+    std::string holds =
+        (format.orientation & ZOR_ORIENTATION_RISING) != 0 ? "rising lines" : "falling lines";
+    if ((format.usage & ZOR_USAGE_SUB_IMAGES) != 0)
+        add_to_list(holds, "several images");
+    if (format.multi_frame != 0)
+        add_to_list(holds, "several frames");
+    if (format.active_window != 0)
+        add_to_list(holds, "active windows");
+    if (format.bits_per_palette_entry != 0)
+        add_to_list(holds, "palettes of " + std::to_string(format.bits_per_palette_entry) +
+                               " bits an entry");
+
+    std::vector<std::vector<std::string>> rows = {{"access", access}, {"files", holds}};
+    if (format.description != nullptr)
+        rows.insert(rows.begin(), {"what", format.description});
+    for (const Room &room : rooms(format)) {
+        if (room.channels == 0)
+            continue;
+        std::string text = "up to " + std::to_string(room.channels);
+        if (room.widths != 0)
+            text += ", integers of " + width_ranges(room.widths) + " bits";
+        rows.push_back({room.name, text});
+    }
+    if (format.name_syntax != nullptr)
+        rows.push_back({"names", format.name_syntax});
+    add_capabilities(rows, capabilities_of(format));
+    return rows;
+}
+
+void print_modules(const std::vector<Module> &modules) {
+    std::vector<std::vector<std::string>> rows = {{"MODULE", "STATE"}};
+    for (const Module &module : modules)
+        rows.push_back(
+            {module.path, state(module) + (module.in_use() ? "" : ": " + module.refusal)});
+    std::printf("\n");
+    print_table(rows);
+}
+
 void print_text(const std::vector<const ZOR_FORMAT *> &formats, const std::vector<Module> &modules,
                 bool verbose) {
     std::vector<std::vector<std::string>> rows = {
@@ -107,12 +159,11 @@ void print_text(const std::vector<const ZOR_FORMAT *> &formats, const std::vecto
     print_table(rows);
     if (!verbose)
         return;
-    rows = {{"MODULE", "STATE"}};
-    for (const Module &module : modules)
-        rows.push_back(
-            {module.path, state(module) + (module.in_use() ? "" : ": " + module.refusal)});
-    std::printf("\n");
-    print_table(rows);
+    for (const ZOR_FORMAT *format : formats) {
+        std::printf("\n%s\n", printable(format->key).c_str());
+        print_table(declarations(*format), "  ");
+    }
+    print_modules(modules);
 }
 
 } // namespace

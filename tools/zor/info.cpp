@@ -5,6 +5,7 @@
 
 #include <zor/zor.h>
 
+#include "capability_view.h"
 #include "input.h"
 #include "json.h"
 #include "text.h"
@@ -91,13 +92,14 @@ Json examine(const std::string &file, const std::string &from, Reports &reports)
     const Image image = open_input(file, from, reports);
     const Info info(ZOR_info_alloc());
     if (image == nullptr || info == nullptr || ZOR_info_from_image(info.get(), image.get()) != 0) {
-        reports.explain(zor__err);
+        reports.explain();
         result["error"] = reports.last_error();
         return result;
     }
     const ZOR_FORMAT *format = ZOR_image_format(image.get());
     result["format"] = json_text(format->key);
     result["format_name"] = json_text(format->name);
+    result["capabilities"] = to_json(capabilities_of(*format));
     result["texts"] = texts(*info);
     result["job"] = info->job_number < 0 ? Json() : Json(info->job_number);
     result["field"] = info->field_flag;
@@ -143,7 +145,7 @@ void add_image(std::vector<std::vector<std::string>> &rows, const Json &image) {
     rows.push_back({"frame", number(image["frame"])});
 }
 
-void print_text(const Json &file) {
+void print_text(const Json &file, const ZOR_FORMAT *format) {
     std::printf("%s: %s (%s)\n", printable(text(file["file"])).c_str(),
                 printable(text(file["format"])).c_str(),
                 printable(text(file["format_name"])).c_str());
@@ -160,6 +162,8 @@ void print_text(const Json &file) {
         if (value != "unknown")
             rows.push_back({name, text(value)});
     }
+    if (format != nullptr)
+        add_capabilities(rows, capabilities_of(*format));
     print_table(rows, "  ");
 }
 
@@ -185,7 +189,7 @@ ExitCode show_info(const RuntimeOptions &options, const std::vector<std::string>
         if (json)
             all.push_back(std::move(result));
         else if (!failed)
-            print_text(result);
+            print_text(result, ZOR_find(text(result["format"]).c_str()));
     }
     if (json)
         print_json({{"files", all}});

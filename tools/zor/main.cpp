@@ -1,20 +1,88 @@
 // main.cpp - the zor command: its arguments and how it ends.
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <exception>
+#include <thread>
 
 #include <CLI/CLI.hpp>
 
 #include "commands.h"
+#include "text.h"
 
 namespace zor {
 
 namespace {
 
+constexpr unsigned most_jobs = 256;
+
 const char exit_codes[] = "Exit codes: 0 all went well; 1 some input could not be read; 2 wrong "
                           "usage;\n3 the library did not start, or no module is usable; 4 the "
-                          "result could not be written.";
+                          "result could not be\nwritten; 130 interrupted.";
+
+// An option whose value is one of some words.
+template<class Value>
+void add_choice(CLI::App &command, const std::string &name, Value &value,
+                const std::vector<std::pair<std::string, Value>> &choices,
+                const std::string &help) {
+    std::string words;
+    for (const auto &choice : choices)
+        add_to_list(words, choice.first, "|");
+    const auto choose = [&value, choices, name, words](const std::string &word) {
+        for (const auto &choice : choices) {
+            if (choice.first == word) {
+                value = choice.second;
+                return;
+            }
+        }
+        throw CLI::ValidationError(name, "expecting " + words + ", not " + word);
+    };
+    command.add_option_function<std::string>(name, choose, help)->type_name(words);
+}
+
+void add_convert_options(CLI::App &command, ConvertRequest &request) {
+    command
+        .add_option("IN", request.files.input,
+                    "The image; - is the standard input. A run of # stands for frame numbers")
+        ->type_name("")
+        ->required();
+    command.add_option("OUT", request.files.output, "What to write; - is the standard output")
+        ->type_name("")
+        ->required();
+    command.add_option("--from", request.from, "IN's format. Default: found out from the file")
+        ->type_name("KEY");
+    command.add_option("--to", request.to, "OUT's format. Default: told by OUT's extension")
+        ->type_name("KEY");
+    command
+        .add_option("--set", request.settings,
+                    "Set a capability of OUT's driver; may be given several times. \"zor formats "
+                    "-v\" lists them")
+        ->type_name("NAME=VALUE")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    command.add_flag("--strict", request.strict,
+                     "Fail when OUT's format has no place for something");
+    command
+        .add_option("--frames", request.files.frames,
+                    "Such as 1-100, 1-100x2, 1,5,10-20 or, behind a =, -5-5. Default: all there "
+                    "are")
+        ->type_name("LIST");
+    command
+        .add_option("-j,--jobs", request.run.jobs,
+                    "Frames to convert at the same time. Default: one for each processor")
+        ->type_name("N")
+        ->check(CLI::Range(1U, most_jobs).description(""));
+    add_choice<Missing>(
+        command, "--missing", request.files.missing,
+        {{"error", Missing::error}, {"skip", Missing::skip}, {"hold", Missing::hold}},
+        "What to do about a frame without a file: take it for a failure (default), leave it out, "
+        "or let the nearest earlier one stand in");
+    add_choice<bool>(command, "--on-error", request.run.skip_failures,
+                     {{"stop", false}, {"skip", true}},
+                     "What to do after a frame that failed: begin no more (default), or go on");
+    command.add_flag("--json", request.json, "Print a line of JSON for each frame");
+}
 
 int run(int argc, char **argv) {
     RuntimeOptions options;
@@ -39,29 +107,19 @@ int run(int argc, char **argv) {
     formats->callback([&] { code = list_formats(options, verbose, json); });
 
     std::vector<std::string> files;
-    ConvertRequest request;
+    std::string from;
     CLI::App *info = app.add_subcommand("info", "Tell what files hold");
     info->add_option("FILE", files, "Image files")->type_name("")->required();
-    info->add_option("--from", request.from, "The files' format. Default: found out from each")
+    info->add_option("--from", from, "The files' format. Default: found out from each")
         ->type_name("KEY");
     info->add_flag("--json", json, "As JSON");
-    info->callback([&] { code = show_info(options, files, request.from, json); });
+    info->callback([&] { code = show_info(options, files, from, json); });
 
-    CLI::App *convert_command = app.add_subcommand("convert", "Convert an image");
-    convert_command->add_option("IN", request.input, "The image; - is the standard input")
-        ->type_name("")
-        ->required();
-    convert_command->add_option("OUT", request.output, "What to write; - is the standard output")
-        ->type_name("")
-        ->required();
-    convert_command
-        ->add_option("--from", request.from, "IN's format. Default: found out from the file")
-        ->type_name("KEY");
-    convert_command
-        ->add_option("--to", request.to, "OUT's format. Default: told by OUT's extension")
-        ->type_name("KEY");
-    convert_command->add_flag("--strict", request.strict,
-                              "Fail when OUT's format has no place for something");
+    ConvertRequest request;
+    request.run.jobs = std::clamp(std::thread::hardware_concurrency(), 1U, most_jobs);
+    CLI::App *convert_command =
+        app.add_subcommand("convert", "Convert an image, or a sequence of them");
+    add_convert_options(*convert_command, request);
     convert_command->callback([&] { code = convert(options, request); });
 
     try {
@@ -69,9 +127,9 @@ int run(int argc, char **argv) {
     } catch (const CLI::ParseError &error) {
         return app.exit(error) == 0 ? EXIT_FINE : EXIT_WRONG_USAGE;
     }
-    // A command that could not write its result has said so.
-    if ((std::fflush(stdout) != 0 || std::ferror(stdout) != 0) && code != EXIT_OUTPUT_FAILED) {
-        std::fprintf(stderr, "zor: standard output: %s\n", std::strerror(errno));
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+        if (code != EXIT_OUTPUT_FAILED) // else told already
+            std::fprintf(stderr, "zor: standard output: %s\n", std::strerror(errno));
         return EXIT_OUTPUT_FAILED;
     }
     return code;

@@ -2,9 +2,7 @@
 #include "output_file.h"
 
 #include <array>
-#include <atomic>
 #include <cerrno>
-#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -17,24 +15,6 @@ namespace zor {
 namespace fs = std::filesystem;
 
 namespace {
-
-// The file to remove when a signal ends the program; null: none. Belongs to the one OutputFile.
-std::atomic<const char *> doomed = nullptr;
-static_assert(std::atomic<const char *>::is_always_lock_free);
-
-extern "C" void remove_and_die(int signal) {
-    if (const char *path = doomed.load())
-        std::remove(path);
-    std::signal(signal, SIG_DFL);
-    std::raise(signal);
-}
-
-void catch_signals() {
-    for (const int signal : {SIGINT, SIGTERM}) {
-        if (std::signal(signal, remove_and_die) == SIG_IGN)
-            std::signal(signal, SIG_IGN); // whoever started us wants it ignored
-    }
-}
 
 struct CloseFile {
     void operator()(std::FILE *file) const { std::fclose(file); }
@@ -71,7 +51,8 @@ bool copy(std::FILE *from, std::FILE *to) {
 
 } // namespace
 
-OutputFile::OutputFile(const std::string &wanted) : target_(resolve(wanted)) {
+OutputFile::OutputFile(const std::string &wanted, TemporaryFiles &temporary_files)
+    : temporary_files_(temporary_files), target_(resolve(wanted)) {
     std::error_code error;
     const fs::file_status status = fs::status(target_, error);
     direct_ = is_standard_output(wanted) || (fs::exists(status) && !fs::is_regular_file(status));
@@ -82,7 +63,7 @@ OutputFile::OutputFile(const std::string &wanted) : target_(resolve(wanted)) {
 OutputFile::~OutputFile() {
     if (!path_.empty())
         std::remove(path_.c_str());
-    doomed = nullptr;
+    forget();
 }
 
 bool OutputFile::create(const std::string &extension, Reports &reports) {
@@ -100,14 +81,13 @@ bool OutputFile::create(const std::string &extension, Reports &reports) {
     const fs::path directory = direct_ ? fs::temp_directory_path(error) : target_.parent_path();
     const std::string ending =
         target_.has_extension() && !direct_ ? target_.extension().string() : extension;
-    catch_signals();
     for (int tries = 0; tries < 100; ++tries) {
-        path_ = (directory / (random_name() + ending)).string();
-        doomed = path_.c_str();
-        const int failure = create_new_file(path_, direct_);
-        if (failure == 0)
+        const std::string path = (directory / (random_name() + ending)).string();
+        const int failure = temporary_files_.create(path, direct_);
+        if (failure == 0) {
+            path_ = path;
             return true;
-        forget();
+        }
         if (failure != EEXIST) {
             reports.error(std::strerror(failure));
             return false;
@@ -149,7 +129,7 @@ bool OutputFile::copy_out(Reports &reports) {
 }
 
 void OutputFile::forget() {
-    doomed = nullptr;
+    temporary_files_.forget(path_);
     path_.clear();
 }
 

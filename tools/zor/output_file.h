@@ -5,16 +5,17 @@
 #include <string>
 
 #include "reports.h"
+#include "temporary_files.h"
 
 namespace zor {
 
 // What is written goes to a temporary file first: beside the wanted one, so that it can take its
 // name at the end, or in the directory for temporary files when the wanted one is the standard
-// output or a device, to be copied there. The temporary file goes away with this object, and when
-// SIGINT or SIGTERM ends the program. One object at a time.
+// output or a device, to be copied there. The temporary file goes away with this object, or with
+// all others of its list.
 class OutputFile {
 public:
-    explicit OutputFile(const std::string &wanted);
+    OutputFile(const std::string &wanted, TemporaryFiles &temporary_files);
     ~OutputFile();
     OutputFile(const OutputFile &) = delete;
     OutputFile &operator=(const OutputFile &) = delete;
@@ -33,6 +34,7 @@ private:
     bool copy_out(Reports &reports);
     void forget();
 
+    TemporaryFiles &temporary_files_;
     std::filesystem::path target_;
     bool direct_ = false; // the target takes a copy instead of being replaced
     std::string path_;    // empty: no temporary file

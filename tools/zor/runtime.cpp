@@ -14,7 +14,7 @@ Runtime::Runtime(const RuntimeOptions &options)
 
 bool Runtime::start() {
     if (loader_.start() != 0) {
-        reports_.explain(zor__err);
+        reports_.explain();
         return false;
     }
     const bool usable = ZOR_info() != nullptr;

@@ -25,6 +25,7 @@ public:
     [[nodiscard]] const std::vector<Module> &modules() const { return loader_.modules(); }
 
 private:
+    LibraryReports library_reports_;
     Reports reports_;
     std::vector<std::string> directories_;
     Loader loader_;

@@ -2,17 +2,25 @@
 #pragma once
 
 #include <cstdio>
+#include <span>
 #include <string>
 
 namespace zor {
 
-// Makes an empty file that nobody has made before, for the user alone if confidential. Returns 0 or an errno value.
+// Makes an empty file that nobody has made before, for the user alone if confidential. Returns 0 or
+// an errno value.
 int create_new_file(const std::string &path, bool confidential);
 
 // The standard output stream, for binary data from now on.
 std::FILE *binary_standard_output();
 
-// From now on a reader that goes away makes writing fail instead of ending the program.
+// Whether what is said on the standard error stream goes straight to a person.
+bool standard_error_is_terminal();
+
+// The signals that ask a program to stop.
+std::span<const int> stop_signals();
+
+// Writing to a pipe that nobody reads any more fails from now on instead of ending the program.
 void ignore_broken_pipes();
 
 } // namespace zor

@@ -19,6 +19,13 @@ int create_new_file(const std::string &path, bool confidential) {
 
 std::FILE *binary_standard_output() { return stdout; }
 
+bool standard_error_is_terminal() { return isatty(STDERR_FILENO) != 0; }
+
+std::span<const int> stop_signals() {
+    static const int signals[] = {SIGINT, SIGTERM, SIGHUP};
+    return signals;
+}
+
 void ignore_broken_pipes() { std::signal(SIGPIPE, SIG_IGN); }
 
 } // namespace zor

@@ -1,5 +1,6 @@
 // system_win32.cpp - the command's system functions on Windows.
 #include <cerrno>
+#include <csignal>
 #include <fcntl.h>
 #include <io.h>
 #include <sys/stat.h>
@@ -22,6 +23,13 @@ std::FILE *binary_standard_output() {
     return stdout;
 }
 
-void ignore_broken_pipes() {} // there is no such signal
+bool standard_error_is_terminal() { return _isatty(2) != 0; }
+
+std::span<const int> stop_signals() {
+    static const int signals[] = {SIGINT, SIGTERM};
+    return signals;
+}
+
+void ignore_broken_pipes() {} // that is how it is here
 
 } // namespace zor

@@ -1,0 +1,120 @@
+// sequence_bench.cpp - "zor convert" on sequences of frames: how much two jobs gain over one, and
+// how much memory it takes for ten frames and for a thousand.
+//
+//     bench_sequence [DIRECTORY]     for the files; /dev/shm without it
+//
+// A frame is one file under many names, so what is written counts, and reading comes from memory.
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <spawn.h>
+#include <string>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+#include "frames.h"
+#include "paired.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using bench::Frame;
+
+// Runs the command; returns the most memory it had, in KiB.
+long zor(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), {"zor", "--quiet", "--modules", ZOR_BENCH_MODULES});
+    std::vector<char *> argv;
+    argv.reserve(arguments.size() + 1);
+    for (std::string &argument : arguments)
+        argv.push_back(argument.data());
+    argv.push_back(nullptr);
+    pid_t child = 0;
+    int status = -1;
+    rusage usage = {};
+    if (posix_spawn(&child, ZOR_BENCH_TOOL, nullptr, nullptr, argv.data(), environ) != 0 ||
+        wait4(child, &status, 0, &usage) != child || status != 0) {
+        std::fprintf(stderr, "bench_sequence: the command failed\n");
+        std::exit(1);
+    }
+    return usage.ru_maxrss;
+}
+
+// The top left corner of a picture, as a file of the simplest kind.
+void write_pam(const fs::path &path, const Frame &frame, int32_t width, int32_t height) {
+    std::ofstream file(path, std::ios::binary);
+    file << "P7\nWIDTH " << width << "\nHEIGHT " << height
+         << "\nDEPTH 4\nMAXVAL 255\nTUPLTYPE RGB_ALPHA\nENDHDR\n";
+    std::string line;
+    for (int32_t y = 0; y < height; ++y) {
+        line.clear();
+        for (size_t x = 0; x < static_cast<size_t>(width); ++x)
+            for (int32_t channel = 0; channel < Frame::channels; ++channel)
+                line += static_cast<char>(frame.row(channel, y)[x]);
+        file << line;
+    }
+}
+
+// Makes frames 1 to count of one file.
+void repeat(const fs::path &file, const std::string &name, int count) {
+    for (int i = 1; i <= count; ++i)
+        fs::create_symlink(file.filename(),
+                           file.parent_path() / (name + "." + std::to_string(i) + ".mox"));
+}
+
+void add_pair(bench::Pairs *pairs, const std::string &name, const std::string &input,
+              const std::string &output, size_t bytes) {
+    const auto convert = [=](const char *jobs) {
+        return [=] { zor({"convert", input, output, "--jobs", jobs}); };
+    };
+    pairs->add(name + ": two jobs", "one job", bytes, convert("2"), convert("1"));
+}
+
+void measure_jobs(const fs::path &work) {
+    constexpr int count = 12;
+    constexpr int32_t width = Frame::width / 2;
+    constexpr int32_t height = Frame::height / 2;
+    constexpr size_t bytes = size_t{width} * height * Frame::channels * count;
+    bench::Pairs pairs;
+    for (const bench::Picture picture : {bench::Picture::rendered, bench::Picture::photograph}) {
+        const std::string name = bench::name_of(picture);
+        const Frame frame = bench::make_frame(picture, 8);
+        write_pam(work / "one.pam", frame, width, height);
+        zor({"convert", work / "one.pam", work / (name + ".mox")});
+        repeat(work / (name + ".mox"), name, count);
+        for (const char *format : {"png", "mox", "pam"})
+            add_pair(&pairs, name + ", mox to " + format, work / (name + ".#.mox"),
+                     work / (std::string("out.#.") + format), frame.data.size() * count);
+    }
+    pairs.run(7);
+}
+
+void measure_memory(const fs::path &work) {
+    write_pam(work / "small.pam", bench::make_frame(bench::Picture::photograph, 8), 256, 256);
+    zor({"convert", work / "small.pam", work / "small.mox"});
+    repeat(work / "small.mox", "small", 1000);
+    std::printf("\n%-34s %14s %14s\n", "peak memory, KiB", "10 frames", "1000 frames");
+    for (const char *format : {"png", "mox"}) {
+        const auto peak = [&](const char *frames) {
+            return zor({"convert", work / "small.#.mox", work / (std::string("out.#.") + format),
+                        "--frames", frames, "--jobs", "2"});
+        };
+        const long few = peak("1-10");
+        const long many = peak("1-1000");
+        std::printf("mox to %-27s %14ld %14ld\n", format, few, many);
+    }
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    const fs::path parent = argc > 1 ? argv[1] : "/dev/shm";
+    const fs::path work = parent / ("zor-bench-" + std::to_string(getpid()));
+    fs::create_directory(work);
+    measure_jobs(work);
+    measure_memory(work);
+    fs::remove_all(work);
+    return 0;
+}

@@ -1,0 +1,75 @@
+// capability_test.cpp - what drivers offer, as the commands show and set it.
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+
+#include "tool.h"
+
+using nlohmann::json;
+using testing::HasSubstr;
+
+namespace {
+
+class Capabilities : public Tool {
+protected:
+    void SetUp() override {
+        Tool::SetUp();
+        setenv("ZOR_MODULES", MODULES ":" OPTION_MODULES, 1);
+        write_file("a.pam", pam(4, 3, 3, 1));
+    }
+};
+
+TEST_F(Capabilities, AreListedForEveryFormat) {
+    EXPECT_THAT(good("zor formats -v"),
+                testing::AllOf(HasSubstr("packing: none, tight (default), loose\n"),
+                               HasSubstr("quality: a number\n"),
+                               HasSubstr("magic: a whole number; not at present\n")));
+    const json all = json::parse(good("zor formats --json"));
+    for (const json &format : all["formats"]) {
+        EXPECT_TRUE(format["key"] != "png" || format["capabilities"].empty());
+        if (format["key"] != "option")
+            continue;
+        const json &packing = format["capabilities"][0];
+        EXPECT_EQ(packing["kind"], "choice");
+        EXPECT_EQ(packing["default"], "tight");
+        EXPECT_EQ(packing["choices"][2], json({{"name", "loose"}, {"value", 6}}));
+        EXPECT_EQ(format["capabilities"][3]["available"], false);
+    }
+}
+
+TEST_F(Capabilities, AreSetByName) {
+    const struct {
+        const char *options, *written;
+    } cases[] = {
+        {"", ""},
+        {"--set packing=loose", "0: 6\n"},
+        {"--set Packing=TIGHT --set quality=0.25", "0: 5\n1: 0.25\n"},
+        {"--set tiles=-3 --set packing=none --set packing=6", "2: -3\n0: 6\n"},
+    };
+    for (const auto &[options, written] : cases) {
+        good(std::string("zor convert a.pam b.option ") + options);
+        EXPECT_EQ(read_file("b.option"), written) << options;
+    }
+}
+
+TEST_F(Capabilities, ThatMakeNoSenseAreRefusedWithTheChoices) {
+    const struct {
+        const char *options, *message;
+    } cases[] = {
+        {"b.option --set packing", "NAME=VALUE"},
+        {"b.option --set speed=1", "there is packing, quality, tiles, magic"},
+        {"b.option --set packing=7", "none, tight (default), loose"},
+        {"b.option --set packing=", "none, tight (default), loose"},
+        {"b.option --set quality=nan", "a number"},
+        {"b.option --set tiles=1.5", "a whole number"},
+        {"b.option --set magic=1", "at present"},
+        {"b.png --set packing=none", "png has nothing"},
+    };
+    for (const auto &[options, message] : cases) {
+        const Run result = run(std::string("zor convert a.pam ") + options);
+        EXPECT_EQ(result.code, 2) << options;
+        EXPECT_THAT(result.err, HasSubstr(message)) << options;
+    }
+    EXPECT_EQ(files(), std::set<std::string>{"a.pam"});
+}
+
+} // namespace
