@@ -31,7 +31,6 @@ bool set_capabilities(CapabilitySettings &settings, const std::vector<std::strin
 
 ExitCode convert(const RuntimeOptions &options, const ConvertRequest &request) {
     const SequenceRequest &files = request.files;
-    catch_interrupts();
     Runtime runtime(options);
     if (!runtime.start())
         return EXIT_NO_START;
@@ -40,10 +39,6 @@ ExitCode convert(const RuntimeOptions &options, const ConvertRequest &request) {
         reports.error("--json needs the standard output for itself");
         return EXIT_WRONG_USAGE;
     }
-    // Pictures for a pipe end as pipes do; files are to be left in order.
-    if (!is_standard_output(files.output))
-        ignore_broken_pipes();
-
     std::optional<Conversion> conversion =
         choose_formats(files.input, files.output, request.from, request.to, reports);
     CapabilitySettings settings;
@@ -55,7 +50,12 @@ ExitCode convert(const RuntimeOptions &options, const ConvertRequest &request) {
     ExitCode code = EXIT_FINE;
     std::optional<Sequence> sequence = Sequence::make(files, reports, code);
     if (!sequence.has_value())
-        return interrupted() ? EXIT_INTERRUPTED : code;
+        return code;
+
+    // Up to here signals end the program on the spot; from now on there is something to tidy up.
+    catch_interrupts();
+    if (!is_standard_output(files.output)) // else a pipe's end is ours, as with every filter
+        ignore_broken_pipes();
     Console console(options.quiet, request.json, sequence->has_frames());
     return convert_frames(*sequence, *conversion, request.run, console);
 }
