@@ -31,8 +31,6 @@ bool set_capabilities(CapabilitySettings &settings, const std::vector<std::strin
 
 ExitCode convert(const RuntimeOptions &options, const ConvertRequest &request) {
     const SequenceRequest &files = request.files;
-    catch_interrupts();
-    ignore_broken_pipes();
     Runtime runtime(options);
     if (!runtime.start())
         return EXIT_NO_START;
@@ -41,7 +39,6 @@ ExitCode convert(const RuntimeOptions &options, const ConvertRequest &request) {
         reports.error("--json needs the standard output for itself");
         return EXIT_WRONG_USAGE;
     }
-
     std::optional<Conversion> conversion =
         choose_formats(files.input, files.output, request.from, request.to, reports);
     CapabilitySettings settings;
@@ -53,7 +50,11 @@ ExitCode convert(const RuntimeOptions &options, const ConvertRequest &request) {
     ExitCode code = EXIT_FINE;
     std::optional<Sequence> sequence = Sequence::make(files, reports, code);
     if (!sequence.has_value())
-        return interrupted() ? EXIT_INTERRUPTED : code;
+        return code;
+
+    // Up to here signals end the program on the spot; from now on there is something to tidy up.
+    catch_interrupts();
+    ignore_broken_pipes();
     Console console(options.quiet, request.json, sequence->has_frames());
     return convert_frames(*sequence, *conversion, request.run, console);
 }

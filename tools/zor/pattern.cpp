@@ -5,8 +5,6 @@
 #include <charconv>
 #include <filesystem>
 
-#include "interrupt.h"
-
 namespace zor {
 namespace fs = std::filesystem;
 
@@ -66,7 +64,7 @@ std::vector<int32_t> FramePattern::on_disk(std::string &error) const {
     std::vector<int32_t> frames;
     std::error_code failure;
     for (fs::directory_iterator entry(directory_.empty() ? "." : directory_, failure), end;
-         !failure && entry != end && !interrupted(); entry.increment(failure)) {
+         !failure && entry != end; entry.increment(failure)) {
         std::error_code unknown;
         const auto frame = frame_of(entry->path().filename().string());
         if (frame.has_value() && !entry->is_directory(unknown))
