@@ -31,15 +31,12 @@ int collect(void *node, void *keys) {
 int collect_all(void *node, void *keys) { return collect(node, keys) + 1; }
 int is_unlike(void *node, void *other) { return by_letter(node, other); }
 
-// The keys in order; an empty text when head and links disagree.
-std::string keys(const dst_list &list) {
+// The keys in order; an empty text when count and links disagree.
+std::string keys(dst_list &list) {
     std::string text;
-    const void *last = nullptr;
-    for (void *node = list.first; node != nullptr; node = static_cast<Node *>(node)->next) {
-        collect(node, &text);
-        last = node;
-    }
-    return last == list.last && list.count == static_cast<int>(text.size()) ? text : "";
+    dst_list_walk(&list, collect, &text, 0);
+    const Node *last = static_cast<Node *>(list.last);
+    return list.count == std::ssize(text) && last->key == text.back() ? text : "";
 }
 
 std::string keys(dst_dllist &list) {
@@ -48,7 +45,7 @@ std::string keys(dst_dllist &list) {
     dst_dllist_walk(&list, nullptr, 0, collect, &text, 0);
     dst_dllist_walk(&list, nullptr, 1, collect, &backward, 0);
     std::reverse(backward.begin(), backward.end());
-    return text == backward && list.count == static_cast<int>(text.size()) ? text : "";
+    return text == backward && list.count == std::ssize(text) ? text : "";
 }
 
 TEST(List, KeepsOrderCountAndCursor) {
@@ -139,9 +136,8 @@ TEST(Array, GrowsInWholeIncrementsAndOneEarly) {
         EXPECT_EQ(dst_array_grow(array, extra, &storage), 1);
         EXPECT_EQ(array->capacity, after) << initial << "+" << extra;
         EXPECT_EQ(dst_array_count(array), initial + extra);
-        EXPECT_EQ(
-            std::count(static_cast<int *>(storage), static_cast<int *>(storage) + initial, 77),
-            initial);
+        const int *kept = static_cast<int *>(storage);
+        EXPECT_EQ(std::count(kept, kept + initial, 77), initial);
         std::fill_n(static_cast<int *>(storage), after, 0); // all of it is there
         EXPECT_EQ(dst_array_free(array, &storage) * 10 + dst_array_free(nullptr, &storage), 10);
     }

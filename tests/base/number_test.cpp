@@ -11,7 +11,8 @@ namespace {
 const std::string zeros(400, '0');
 
 // clang-format off
-const struct { std::string text; double value; size_t length; } reals[] = {
+// text, value, length of the number
+const std::tuple<std::string, double, size_t> reals[] = {
     {"  \t-2.25e1 rest", -22.5, 10}, {"+.5.5", .5, 3}, {"7.", 7, 2}, {"2E-3", .002, 4},
     {"1e", 1, 1}, {"1e+x2", 1, 1}, {"0x10", 0, 1}, {"1,5", 1, 1}, {"-0", -0.0, 2},
     {"1e999", DBL_MAX, 5}, {"-1e99999999999999999999", -DBL_MAX, 23}, {"1e-999", 0, 6},
@@ -19,7 +20,7 @@ const struct { std::string text; double value; size_t length; } reals[] = {
     {"0." + zeros + "1e401", 1, 407}, {"1" + zeros, DBL_MAX, 401}, {"." + zeros + "1e9", 0, 404},
     {"", 0, 0}, {"-", 0, 0}, {".", 0, 0}, {"+-1", 0, 0}, {".e5", 0, 0}, {"inf", 0, 0}};
 
-const struct { const char *text; int32_t value; } integers[] = {
+const std::pair<const char *, int32_t> integers[] = {
     {"  -17x", -17}, {"+5.9", 5}, {"", 0}, {"- 1", 0}, {"0x10", 0}, {"2147483647", INT32_MAX},
     {"2147483648", INT32_MAX}, {"-2147483648", INT32_MIN}, {"-99999999999999999999", INT32_MIN}};
 // clang-format on

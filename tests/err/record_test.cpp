@@ -1,5 +1,6 @@
 // record_test.cpp - record reports, and the handlers they pass along.
 #include <gtest/gtest.h>
+#include <tuple>
 
 #include "support/fault.h"
 #include "support/report_log.h"
@@ -17,12 +18,11 @@ ERR_OBJECT make_record(const char *name, const char *text) {
 TEST(Record, ExpandsOnlyWhatItKnowsAndCutsAt255Bytes) {
     ReportLog log;
     const std::string longest(255, 'y');
-    const struct {
-        const char *text, *expected;
-    } cases[] = {{"%c%d %s%%%f", "A-12 word%0.500000"},
-                 {"%x %5d %c %d", "%x %5d A -12"}, // unknown ones consume no argument
-                 {"%c 100%", "A 100%"},
-                 {nullptr, ""}};
+    const std::pair<const char *, const char *> cases[] = {
+        {"%c%d %s%%%f", "A-12 word%0.500000"},
+        {"%x %5d %c %d", "%x %5d A -12"}, // unknown ones consume no argument
+        {"%c 100%", "A 100%"},
+        {nullptr, ""}};
     for (const auto &[text, expected] : cases) {
         ERR_OBJECT record = make_record("expand", text);
         EXPECT_EQ(ERR_report(&record, 'A' + 256, -12, "word", 0.5), 0);
@@ -59,8 +59,8 @@ TEST(Record, CountsBeforeMasks) {
     record.user_word_1 = 11;
     record.user_word_2 = 22;
     EXPECT_EQ(ERR_query(&record, &severity, &masked, &count, &name, &text, &one, &two), 22U);
-    EXPECT_TRUE(severity == ERR_WARNING && masked == 0 && count == 2 && name == record.name &&
-                text == record.text && one == 11 && two == 22);
+    EXPECT_EQ(std::tuple(severity, masked, count, name, text, one, two),
+              std::tuple(ERR_WARNING, 0, 2U, record.name, record.text, 11U, 22U));
     record.severity = 200;
     ERR_report(&record);
     EXPECT_EQ(log.reports.size(), 1U) << "an unknown severity is never masked";
@@ -82,12 +82,11 @@ TEST(Record, TemplateNamesTheArguments) {
 }
 
 TEST(Record, ComparesPrefixesOfTheName) {
-    const struct {
-        const char *text, *name;
-        int skip, sign;
-    } cases[] = {{"ab", "abc", 0, 0},   {"abcd", "abc", 0, 1},    {"aa", "abc", 0, -1},
-                 {"\xff", "abc", 0, 1}, {"ab", "ERR_:abc", 1, 0}, {"a", "abc", 1, 1},
-                 {"b", "abc", 0, 1},    {"a", nullptr, 0, 1}};
+    // text, name, whether its prefix is skipped, sign of the result
+    const std::tuple<const char *, const char *, int, int> cases[] = {
+        {"ab", "abc", 0, 0},   {"abcd", "abc", 0, 1},    {"aa", "abc", 0, -1},
+        {"\xff", "abc", 0, 1}, {"ab", "ERR_:abc", 1, 0}, {"a", "abc", 1, 1},
+        {"b", "abc", 0, 1},    {"a", nullptr, 0, 1}};
     for (const auto &[text, name, skip, sign] : cases) {
         const ERR_OBJECT record = make_record(name, "");
         const int order = ERR_compare(text, &record, skip);

@@ -63,12 +63,11 @@ TEST(Splitting, WordsPointIntoTheString) {
 }
 
 TEST(Sorting, IsAnOrderedPermutation) {
-    const struct {
-        char **(*sort)(char **);
-        int (*order)(const char *a, const char *b);
-    } sorts[] = {{STR_sort, STR_compare},
-                 {STR_sort_reverse, [](const char *x, const char *y) { return STR_compare(y, x); }},
-                 {STR_sort_collate, strcoll}};
+    // a way to sort, and its order
+    const std::pair<char **(*)(char **), int (*)(const char *, const char *)> sorts[] = {
+        {STR_sort, STR_compare},
+        {STR_sort_reverse, [](const char *x, const char *y) { return STR_compare(y, x); }},
+        {STR_sort_collate, strcoll}};
     std::mt19937 random(1);
     for (int round = 0; round < 900; ++round) {
         std::vector<std::string> texts(random() % 40);
@@ -77,10 +76,11 @@ TEST(Sorting, IsAnOrderedPermutation) {
             words.push_back((text = random_text(random, "ab\xFF", 4)).data());
         const std::vector<char *> before = words;
         words.push_back(nullptr);
-        ASSERT_EQ(sorts[round % 3].sort(words.data()), words.data());
+        const auto &[sort, order] = sorts[round % 3];
+        ASSERT_EQ(sort(words.data()), words.data());
         ASSERT_TRUE(std::is_permutation(before.begin(), before.end(), words.begin()));
         for (size_t i = 1; i < before.size(); ++i)
-            ASSERT_LE(sorts[round % 3].order(words[i - 1], words[i]), 0);
+            ASSERT_LE(order(words[i - 1], words[i]), 0);
         ASSERT_EQ(words.back(), nullptr);
     }
 }

@@ -72,20 +72,13 @@ std::string relative(const std::string &directory, const std::string &name) {
 }
 
 TEST(FileNames, AbsoluteForm) {
-    const Form forms[] = {{"/a/b/c", "../../d", "/a/d"},
-                          {"/a/b/c", "../../../../d", "/d"},
-                          {"/a/b/", "..", "/a"},
-                          {"/a", "..", "/"},
-                          {"/a/", ".//b", "/a/b"},
-                          {"/", "../d", "/d"},
-                          {"/a", ".", "/a"},
-                          {"/a", "b/../c", "/a/b/../c"},
-                          {"/a", "h:b", "h:b"},
-                          {"/a", "..b", "/a/..b"},
-                          {"/a", "/b/..", "/b/.."},
-                          {"/a", "", ""},
-                          {"/a", "./.././b", "/b"},
-                          {"", "b", "/b"}};
+    // clang-format off
+    const Form forms[] = {
+        {"/a/b/c", "../../d", "/a/d"}, {"/a/b/c", "../../../../d", "/d"}, {"/a/b/", "..", "/a"},
+        {"/a", "..", "/"}, {"/a/", ".//b", "/a/b"}, {"/", "../d", "/d"}, {"/a", ".", "/a"},
+        {"/a", "b/../c", "/a/b/../c"}, {"/a", "h:b", "h:b"}, {"/a", "..b", "/a/..b"},
+        {"/a", "/b/..", "/b/.."}, {"/a", "", ""}, {"/a", "./.././b", "/b"}, {"", "b", "/b"}};
+    // clang-format on
     for (const auto &[directory, name, result] : forms)
         EXPECT_EQ(absolute(directory, name), result) << directory << " " << name;
 }

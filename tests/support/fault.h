@@ -22,8 +22,7 @@ public:
         zor::set_allocator({std::malloc, std::realloc, std::free});
         active_ = nullptr;
     }
-    Fault(const Fault &) = delete;
-    Fault &operator=(const Fault &) = delete;
+    Fault(Fault &&) = delete;
 
     [[nodiscard]] bool struck() const { return struck_; }
 
@@ -37,12 +36,7 @@ private:
         struck_ = struck_ || failing;
         return failing;
     }
-    static void *allocate(size_t size) {
-        if (active_->fails())
-            return nullptr;
-        ++active_->live_;
-        return std::malloc(size);
-    }
+    static void *allocate(size_t size) { return reallocate(nullptr, size); }
     static void *reallocate(void *block, size_t size) {
         if (active_->fails())
             return nullptr;

@@ -24,8 +24,7 @@ public:
         if (declared_)
             ERR_can_handler(nullptr);
     }
-    ReportLog(const ReportLog &) = delete;
-    ReportLog &operator=(const ReportLog &) = delete;
+    ReportLog(ReportLog &&) = delete;
 
     // Takes a message of messages.h: how often it was reported, at its own severity.
     [[nodiscard]] int count(int /*set*/, int /*number*/, int severity, const char *format) const {

@@ -1,0 +1,28 @@
+// files.h - whole files as strings, and places for them.
+#pragma once
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+inline std::string read_file(const std::filesystem::path &path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+inline void write_file(const std::filesystem::path &path, const std::string &content) {
+    std::ofstream(path, std::ios::binary) << content;
+}
+
+// An empty directory for a scope.
+struct TempDir {
+    TempDir() {
+        std::string name = std::filesystem::temp_directory_path() / "zor-test-XXXXXX";
+        path = mkdtemp(name.data());
+    }
+    ~TempDir() { std::filesystem::remove_all(path); }
+    TempDir(TempDir &&) = delete;
+    std::filesystem::path path;
+};
