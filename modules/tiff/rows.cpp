@@ -36,8 +36,10 @@ void gather_small(const Piece &piece, int32_t bits, void *row) {
     auto *samples = static_cast<uint8_t *>(row);
     const uint32_t mask = (1U << bits) - 1;
     int64_t bit = piece.first;
-    for (int32_t x = 0; x < piece.count; ++x, bit += piece.step)
-        samples[x] = static_cast<uint8_t>(piece.bytes[bit >> 3] >> (8 - bits - (bit & 7)) & mask);
+    for (int32_t x = 0; x < piece.count; ++x, bit += piece.step) {
+        const uint32_t byte = piece.bytes[bit >> 3];
+        samples[x] = static_cast<uint8_t>(byte >> (8 - bits - (bit & 7)) & mask);
+    }
 }
 
 void gather(const Piece &piece, int32_t bits, void *row) {
