@@ -49,14 +49,18 @@ void use_rows(const ZOR_IMAGE_DESC &desc, void **rows) {
 // Reads some scanlines of all sub-images, in an order that the input gives.
 void read_image(ZOR_IMAGE *image, const uint8_t *data, size_t size) {
     constexpr int most_scans = 200;
+    constexpr int64_t most_samples = 1 << 24; // rows of a small file may be very long
+    int64_t samples = 0;
     uint32_t state = 1;
-    for (int i = 0; i < most_scans; ++i) {
+    for (int i = 0; i < most_scans && samples < most_samples; ++i) {
         state = state * 1664525U + 1013904223U + data[static_cast<size_t>(i) * 7919U % size];
         const auto k =
             static_cast<int32_t>((state >> 8) % static_cast<uint32_t>(image->num_images));
         const ZOR_IMAGE_DESC &desc = image->images[k];
         const auto height = static_cast<uint32_t>(desc.win_top - desc.win_bottom + 1);
         const int y = desc.win_bottom + static_cast<int>((state >> 4) % height);
+        samples += (int64_t{desc.win_right} - desc.win_left + 1) *
+                   (desc.image.count + desc.matte.count + desc.aux.count);
         void **rows = nullptr;
         watch::reported = false;
         if (image->set_frame != nullptr && state % 8 == 0) {

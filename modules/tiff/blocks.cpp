@@ -22,7 +22,6 @@ double band_bytes(const Page &page) {
 bool allocate_band(Codec &codec, Blocks *blocks, int64_t size) {
     ERR_free(blocks->band);
     blocks->first = -1;
-    blocks->band_size = size;
     blocks->band = static_cast<uint8_t *>(driver::allocate(size));
     if (blocks->band == nullptr) {
         codec.trouble.cause = Cause::memory;

@@ -31,10 +31,25 @@ void gather_bits(const Piece &piece, int32_t bits, void *row) {
         samples[x] = static_cast<Sample>(sample_at(piece, bits, x));
 }
 
+// The same where no sample is in two bytes.
+void gather_small(const Piece &piece, int32_t bits, void *row) {
+    auto *samples = static_cast<uint8_t *>(row);
+    const uint32_t mask = (1U << bits) - 1;
+    int64_t bit = piece.first;
+    for (int32_t x = 0; x < piece.count; ++x, bit += piece.step) {
+        const uint32_t byte = piece.bytes[bit >> 3];
+        samples[x] = static_cast<uint8_t>(byte >> (8 - bits - (bit & 7)) & mask);
+    }
+}
+
 void gather(const Piece &piece, int32_t bits, void *row) {
     const uint8_t *bytes = piece.bytes + piece.first / 8;
     const auto step = static_cast<size_t>(piece.step / 8);
     switch (bits) {
+    case 1:
+    case 2:
+    case 4:
+        return gather_small(piece, bits, row);
     case 8:
         return driver::gather<uint8_t>(bytes, step, piece.count, row);
     case 16:

@@ -146,7 +146,7 @@ TEST_F(Tool, ModulesAreFoundAndTheirFateIsTold) {
     }
     const Run table = run("zor -v formats");
     EXPECT_EQ(table.code, 2) << "the option is the command's";
-    EXPECT_THAT(good("zor formats -v"), AllOf(HasSubstr("mox   .mox"), HasSubstr("png.so")));
+    EXPECT_THAT(good("zor formats -v"), AllOf(HasSubstr("  .mox  "), HasSubstr("png.so")));
 
     const Run none = run("zor formats -v --modules " OLD_MODULES);
     EXPECT_EQ(none.code, 3);
