@@ -24,13 +24,6 @@ unsigned char next_module(void **module, const char **name) {
     return delivered++ < 3 ? 1 : 0;
 }
 
-void fill(ZOR_INFO *info, int height) {
-    ZOR_info_init(info);
-    info->file_name = STR_save("new.tape");
-    if (ZOR_IMAGE_DESC *desc = ZOR_info_add_image(info, tape_width, height); desc != nullptr)
-        desc->chan_format = STR_save("rgb");
-}
-
 TEST(CoreFaults, StartUpFailsCleanly) {
     ReportLog log;
     const long points = for_each_failing_allocation([&](const Fault &fault) {
@@ -47,37 +40,6 @@ TEST(CoreFaults, StartUpFailsCleanly) {
         EXPECT_STREQ(tape_capabilities[0].name, "press") << "as the driver had it";
     });
     EXPECT_GT(points, 8);
-}
-
-TEST(CoreFaults, OpenAndCloseFailCleanly) {
-    ReportLog log;
-    delivered = 0;
-    ASSERT_EQ(ZOR_init(nullptr, next_module), 0);
-    for (const char *mode : {"r", "w"}) {
-        tape_state.closes = 0;
-        const long points = for_each_failing_allocation([&](const Fault &fault) {
-            ZOR_INFO info;
-            fill(&info, 8);
-            if (info.file_name != nullptr && info.images != nullptr) {
-                log.clear();
-                ZOR_IMAGE *image = ZOR_open(&info, mode);
-                EXPECT_TRUE(image != nullptr || fault.struck());
-                if (image != nullptr) {
-                    ZOR_INFO copy;
-                    if (ZOR_info_from_image(&copy, image) == 0)
-                        ZOR_info_cleanup(&copy, 1);
-                    EXPECT_EQ(ZOR_close(image), 0);
-                } else {
-                    EXPECT_EQ(zor__err, ZOR_E_MEMORY);
-                    EXPECT_TRUE(log.has(ZOR_MSG_NO_MEMORY));
-                }
-            }
-            ZOR_info_cleanup(&info, 1);
-            EXPECT_EQ(fault.live(), 0) << "blocks left behind";
-        });
-        EXPECT_GT(points, 10) << mode;
-    }
-    ZOR_exit();
 }
 
 TEST(CoreFaults, KeepingAFileOpenFailsCleanly) {

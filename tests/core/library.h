@@ -1,9 +1,10 @@
 // library.h - the library, started with modules of the tests' own, for the length of a scope.
 #pragma once
 
-#include <cstring>
 #include <initializer_list>
+#include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "loader/system.h"
@@ -18,19 +19,18 @@ public:
         for (const char *name : names) {
             std::string error;
             const std::string path = std::string(TEST_MODULE_DIR) + name + TEST_MODULE_SUFFIX;
-            modules_.push_back({name, *name == '\0' ? nullptr : zor::load_module(path, error)});
+            modules_.emplace_back(name, *name == '\0' ? nullptr : zor::load_module(path, error));
         }
         active_ = this;
         restart();
     }
     ~Library() {
         ZOR_exit();
-        for (const Module &module : modules_)
-            if (module.handle != nullptr)
-                zor::unload_module(module.handle);
+        for (const auto &[name, handle] : modules_)
+            if (handle != nullptr)
+                zor::unload_module(handle);
     }
-    Library(const Library &) = delete;
-    Library &operator=(const Library &) = delete;
+    Library(Library &&) = delete;
 
     // Down, and up again with the same modules.
     void restart() {
@@ -42,41 +42,44 @@ public:
     // A variable that the i-th module exports.
     template<class T>
     T *variable(size_t i, const char *symbol) const {
-        return static_cast<T *>(zor::module_symbol(modules_[i].handle, symbol));
+        return static_cast<T *>(zor::module_symbol(modules_[i].second, symbol));
     }
 
     ReportLog log; // what was reported, from before the start
     int result;    // of ZOR_init
 
 private:
-    struct Module {
-        std::string name;
-        void *handle;
-    };
-
     static unsigned char next_module(void **module, const char **name) {
         if (active_->next_ == active_->modules_.size())
             return 0;
-        *module = active_->modules_[active_->next_].handle;
-        *name = active_->modules_[active_->next_++].name.c_str();
+        std::tie(*name, *module) = active_->modules_[active_->next_++];
         return 1;
     }
 
     inline static Library *active_ = nullptr;
-    std::vector<Module> modules_;
+    std::vector<std::pair<const char *, void *>> modules_;
     size_t next_ = 0;
 };
 
-// An info record for a scope.
-struct Info {
-    explicit Info(const char *file_name, const char *key = nullptr) {
-        ZOR_info_init(&record);
-        record.file_name = file_name != nullptr ? STR_save(file_name) : nullptr;
-        record.key = key != nullptr ? STR_save(key) : nullptr;
+// A request for a scope.
+struct Info : ZOR_INFO {
+    explicit Info(const char *for_name, const char *for_key = nullptr) {
+        ZOR_info_init(this);
+        file_name = for_name != nullptr ? STR_save(for_name) : nullptr;
+        key = for_key != nullptr ? STR_save(for_key) : nullptr;
     }
-    ~Info() { ZOR_info_cleanup(&record, 1); }
-    Info(const Info &) = delete;
-    Info &operator=(const Info &) = delete;
-    ZOR_INFO *get() { return &record; }
-    ZOR_INFO record;
+    ~Info() { ZOR_info_cleanup(this, 1); }
+    Info(Info &&) = delete;
+    ZOR_IMAGE *open(const char *mode) const { return ZOR_open(this, mode); }
+    // Opens and closes. Returns 1, or the status of a request that is refused.
+    int try_open(const char *mode) const {
+        ZOR_IMAGE *image = open(mode);
+        return image == nullptr ? zor__err : ZOR_close(image) + 1;
+    }
 };
+
+// An image that is closed with its scope.
+struct CloseImage {
+    void operator()(ZOR_IMAGE *image) const { ZOR_close(image); }
+};
+using Image = std::unique_ptr<ZOR_IMAGE, CloseImage>;

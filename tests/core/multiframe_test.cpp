@@ -4,36 +4,32 @@
 
 #include <chrono>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <thread>
 
 #include "core/library.h"
 #include "core/tape.h"
+#include "support/files.h"
 #include "zor/driver.h"
 
 namespace {
 
 class MultiFrame : public testing::Test {
 protected:
-    MultiFrame() : reel(*library.variable<TapeState>(0, "tape_state")) {
-        EXPECT_NE(mkdtemp(directory.data()), nullptr);
-        directory += '/';
+    MultiFrame() {
         for (const char *name : {"a", "b", "c", "any", "many", "plays"})
-            std::ofstream(path(name)) << name;
+            write_file(path(name), name);
     }
     ~MultiFrame() override {
         ZOR_exit();
         EXPECT_EQ(reel.closes, reel.opens) << "nothing stays open in the end";
         unsetenv("QK_ZOR_MULTIFRAME_OPEN");
-        std::filesystem::remove_all(directory);
     }
 
-    std::string path(const char *name) { return directory + name + ".reel"; }
+    std::string path(const char *name) { return directory.path / (std::string(name) + ".reel"); }
     ZOR_IMAGE *open(const char *name, ZOR_CAP_SETTING **settings = nullptr) {
         Info info(path(name).c_str());
-        info.record.cap_settings = settings;
-        return ZOR_open(info.get(), "r");
+        info.cap_settings = settings;
+        return info.open("r");
     }
     // Whether the file was opened for it.
     bool opens_and_closes(const char *name) {
@@ -47,9 +43,9 @@ protected:
         std::filesystem::last_write_time(path(name), time + std::chrono::seconds(10));
     }
 
-    std::string directory = testing::TempDir() + "frames_XXXXXX";
+    const TempDir directory;
     Library library{"reel"};
-    TapeState &reel;
+    TapeState &reel = *library.variable<TapeState>(0, "tape_state");
 };
 
 TEST_F(MultiFrame, StayOpenUpToTheLimit) {
@@ -102,18 +98,18 @@ TEST_F(MultiFrame, TellRequestsApart) {
     ZOR_CAP_SETTING *one[] = {&chosen, nullptr};
     ZOR_CAP_SETTING *both[] = {&chosen, &more, nullptr};
     Info info(path("a").c_str(), "reel");
-    info.record.complete_path = 1;
-    ZOR_IMAGE *images[] = {open("a"), open("a", one), open("a", both), ZOR_open(info.get(), "r")};
+    info.complete_path = 1;
+    ZOR_IMAGE *images[] = {open("a"), open("a", one), open("a", both), info.open("r")};
     EXPECT_EQ(reel.opens, 4);
     for (ZOR_IMAGE *image : images)
         ZOR_close(image);
-    info.record.complete_path = 0;
-    EXPECT_EQ(ZOR_open(info.get(), "r"), images[0]) << "the key is the one that was found";
+    info.complete_path = 0;
+    EXPECT_EQ(info.open("r"), images[0]) << "the key is the one that was found";
     EXPECT_EQ(open("a", one), images[1]);
     chosen.value.number = 2; // the list is the application's again: the handle has a copy
     EXPECT_EQ(images[1]->cap_settings[0]->value.number, 1);
-    info.record.key[0] = 'x';
-    EXPECT_EQ(ZOR_open(info.get(), "r"), nullptr);
+    info.key[0] = 'x';
+    EXPECT_EQ(info.open("r"), nullptr);
     ZOR_close(images[0]);
     ZOR_close(images[1]);
 }

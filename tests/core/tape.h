@@ -9,10 +9,7 @@ struct TapeState {
     int opens;              // files opened for reading so far
     std::atomic<int> lines; // lines transferred so far
     int fail_at;            // line that fails with ZOR_E_READ, or never
-    int32_t seek_result;    // what the seek function answers, when there is one
-    int32_t seek_target;    // and what it was asked for
     int closes;             // handles closed so far
-    int32_t written[64];    // first sample of each line written
 };
 
 constexpr int never = -1000; // no line

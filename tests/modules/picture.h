@@ -1,38 +1,30 @@
 // picture.h - pictures as numbers, moved through the library as whole files.
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <string>
 #include <vector>
 
 #include "core/library.h"
+#include "support/files.h"
 #include "gtest/gtest.h"
 
-// A file for a scope; without bytes only its name.
+// A file of its own; without bytes only its name.
 struct TempFile {
     explicit TempFile(const std::string &extension)
-        : path(testing::TempDir() + "module_test_" + std::to_string(++count) + extension) {
-        std::remove(path.c_str());
-    }
+        : path(directory.path / (std::to_string(++count) + extension)) {}
     TempFile(const std::string &extension, const std::string &bytes) : TempFile(extension) {
-        std::ofstream(path, std::ios::binary).write(bytes.data(), std::ssize(bytes));
+        write_file(path, bytes);
     }
-    ~TempFile() { std::remove(path.c_str()); }
-    TempFile(const TempFile &) = delete;
-    TempFile &operator=(const TempFile &) = delete;
-
-    [[nodiscard]] bool exists() const { return std::ifstream(path).good(); }
-    [[nodiscard]] std::string bytes() const {
-        std::ifstream file(path, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
+    [[nodiscard]] bool exists() const { return std::filesystem::exists(path); }
+    [[nodiscard]] std::string bytes() const { return read_file(path); }
 
     const std::string path;
+    inline static const TempDir directory;
     inline static int count = 0;
 };
 
@@ -53,6 +45,14 @@ struct Picture {
         samples.resize(static_cast<size_t>(channels()) * width * height);
         return samples[(static_cast<size_t>(k) * height + (height - 1 - y)) * width + x];
     }
+    // Calls a function with every sample's channel, column and line.
+    template<class Use>
+    void each(Use use) const {
+        for (int k = 0; k < channels(); ++k)
+            for (int y = 0; y < height; ++y)
+                for (int x = 0; x < width; ++x)
+                    use(k, x, y);
+    }
     // The sample's place in a row of the library's.
     template<class Use>
     void touch(void *row, int k, int x, Use use) const {
@@ -71,10 +71,9 @@ struct Picture {
 
 inline void expect_equal(const Picture &picture, const Picture &expected) {
     const auto layout = [](const Picture &p) {
-        std::vector<int> numbers = {p.width, p.height};
-        for (const ZOR_CHANNELS &group : {p.image, p.matte, p.aux})
-            for (const int number : {group.type, group.bits, group.count})
-                numbers.push_back(group.count > 0 ? number : 0);
+        std::vector<int> numbers = {p.width, p.height, p.image.count, p.matte.count, p.aux.count};
+        for (int k = 0; k < p.channels(); ++k)
+            numbers.insert(numbers.end(), {p.group(k).type, p.group(k).bits});
         return numbers;
     };
     EXPECT_EQ(layout(picture), layout(expected));
@@ -85,16 +84,14 @@ inline void expect_equal(const Picture &picture, const Picture &expected) {
 inline Picture noise(int width, int height, ZOR_CHANNELS image, ZOR_CHANNELS matte = {}) {
     Picture picture{width, height, image, matte};
     uint32_t seed = 12345;
-    for (int k = 0; k < picture.channels(); ++k)
-        for (int y = 0; y < height; ++y)
-            for (int x = 0; x < width; ++x) {
-                const bool real = picture.group(k).type != ZOR_C_INTEGER;
-                const double largest = real ? 1000 : std::ldexp(1.0, picture.group(k).bits) - 1;
-                seed = seed * 1664525 + 1013904223;
-                const double random = std::floor(std::ldexp(seed >> 8, -24) * (largest + 1));
-                const double value = x == 0 ? 0 : x == 1 ? largest : random;
-                picture.at(k, x, y) = real ? value / 8.0 - 3.0 : value;
-            }
+    picture.each([&](int k, int x, int y) {
+        const bool real = picture.group(k).type != ZOR_C_INTEGER;
+        const double largest = real ? 1000 : std::ldexp(1.0, picture.group(k).bits) - 1;
+        seed = seed * 1664525 + 1013904223;
+        const double random = std::floor(std::ldexp(seed >> 8, -24) * (largest + 1));
+        const double value = x == 0 ? 0 : x == 1 ? largest : random;
+        picture.at(k, x, y) = real ? value / 8.0 - 3.0 : value;
+    });
     return picture;
 }
 
@@ -103,21 +100,20 @@ using Fill = std::function<void(ZOR_INFO &)>;
 inline ZOR_IMAGE *open_for_writing(const Picture &picture, const std::string &path,
                                    const Fill &fill = {}) {
     Info info(path.c_str());
-    info.record.complete_path = 1;
-    ZOR_IMAGE_DESC *desc = ZOR_info_add_image(&info.record, picture.width, picture.height);
+    info.complete_path = 1;
+    ZOR_IMAGE_DESC *desc = ZOR_info_add_image(&info, picture.width, picture.height);
     desc->image = picture.image;
     desc->matte = picture.matte;
     if (fill)
-        fill(info.record);
-    return ZOR_open(&info.record, "w");
+        fill(info);
+    return info.open("w");
 }
 
 inline int write_line(ZOR_IMAGE *image, Picture picture, int y) {
-    std::vector<std::vector<double>> memory(picture.channels()); // room enough for any type
+    std::vector<double> memory(static_cast<size_t>(picture.channels()) * picture.width); // any type
     std::vector<void *> rows;
     for (int k = 0; k < picture.channels(); ++k) {
-        memory[k].resize(picture.width);
-        rows.push_back(memory[k].data());
+        rows.push_back(&memory[static_cast<size_t>(k) * picture.width]);
         for (int x = 0; x < picture.width; ++x)
             picture.touch(rows[k], k, x, [&](auto &sample) {
                 sample = static_cast<std::decay_t<decltype(sample)>>(picture.at(k, x, y));
@@ -135,29 +131,43 @@ inline int line(const ZOR_IMAGE *image, int i) {
 // Writes a whole file. Returns 0 or the status of what failed first.
 inline int write_picture(const Picture &picture, const std::string &path, const Fill &fill = {}) {
     ZOR_IMAGE *image = open_for_writing(picture, path, fill);
-    int status = image == nullptr ? zor__err : 0;
-    for (int i = 0; i < picture.height && image != nullptr && status == 0; ++i)
+    if (image == nullptr)
+        return zor__err;
+    int status = 0;
+    for (int i = 0; i < picture.height && status == 0; ++i)
         status = write_line(image, picture, line(image, i));
-    const int closed = image != nullptr ? ZOR_close(image) : status;
+    const int closed = ZOR_close(image);
     return status == 0 ? closed : status;
 }
 
 inline ZOR_IMAGE *open_for_reading(const std::string &path, const char *key = nullptr) {
     Info info(path.c_str(), key);
-    info.record.complete_path = 1;
-    return ZOR_open(&info.record, "r");
+    info.complete_path = 1;
+    return info.open("r");
 }
 
-// Reads a whole file, its lines in file order or, shuffled, in another. Returns 0 or the status of
-// what failed first.
-inline int read_picture(const std::string &path, const char *key, Picture *picture,
-                        bool shuffled = false) {
-    ZOR_IMAGE *image = open_for_reading(path, key);
-    if (image == nullptr)
-        return zor__err;
+// Lines outside are refused, and so are those behind the first in a file without random access.
+// Seeking finds them all.
+inline void expect_line_rules(const std::string &path, const Picture &picture, bool random) {
+    const ReportLog log;
+    ZOR_IMAGE *image = open_for_reading(path);
+    void **rows = nullptr;
+    for (const int y : {-1, picture.height})
+        EXPECT_EQ(ZOR_scan_read(image, y, &rows), ZOR_E_SCANLINE);
+    EXPECT_EQ(ZOR_scan_read(image, 0, &rows), random ? 0 : ZOR_E_SCANLINE);
+    EXPECT_EQ(log.count(ZOR_MSG_BAD_SCANLINE), random ? 2 : 3);
+    EXPECT_EQ(ZOR_seek(&image, 1), 0);
+    EXPECT_EQ(ZOR_scan_read(image, 1, &rows), 0);
+    EXPECT_EQ(*static_cast<uint8_t *>(rows[0]), picture.samples[picture.width]);
+    ZOR_close(image);
+}
+
+// Reads all lines in file order or, shuffled, in another. Returns 0 or the status of what failed
+// first.
+inline int read_lines(ZOR_IMAGE *image, Picture *picture, bool shuffled = false) {
     const ZOR_IMAGE_DESC *desc = ZOR_image_desc(image, 0);
-    *picture = {desc->win_right + 1, desc->win_top + 1, desc->image, desc->matte, desc->aux};
-    const int height = picture->height;
+    const int height = desc->win_top + 1;
+    *picture = {desc->win_right + 1, height, desc->image, desc->matte, desc->aux};
     int status = 0;
     for (int i = 0; i < height && status == 0; ++i) {
         const int y = line(image, shuffled ? (i + height / 2) % height : i);
@@ -167,6 +177,11 @@ inline int read_picture(const std::string &path, const char *key, Picture *pictu
             for (int x = 0; x < picture->width; ++x)
                 picture->touch(rows[k], k, x, [&](auto sample) { picture->at(k, x, y) = sample; });
     }
-    ZOR_close(image);
     return status;
+}
+
+inline int read_picture(const std::string &path, Picture *picture, bool shuffled = false,
+                        const char *key = nullptr) {
+    const Image image(open_for_reading(path, key));
+    return image != nullptr ? read_lines(image.get(), picture, shuffled) : zor__err;
 }

@@ -21,11 +21,7 @@ struct Layout {
 inline std::string block(Picture &picture, int x0, int row0, int width, int rows, int first,
                          int channels) {
     const int bits = picture.image.bits;
-    const bool real = picture.image.type == ZOR_C_FLOAT;
     std::string bytes;
-    const auto put = [&bytes](auto value) {
-        bytes.append(reinterpret_cast<const char *>(&value), sizeof value);
-    };
     for (int row = row0; row < row0 + rows; ++row) {
         uint32_t packed = 0;
         int filled = 0;
@@ -34,21 +30,20 @@ inline std::string block(Picture &picture, int x0, int row0, int width, int rows
             const bool inside = x < picture.width && row < picture.height;
             const double sample =
                 inside ? picture.at(first + i % channels, x, picture.height - 1 - row) : 0;
-            if (bits == 64)
-                put(sample);
-            else if (bits == 32)
-                real ? put(static_cast<float>(sample)) : put(static_cast<uint32_t>(sample));
-            else if (bits == 16)
-                put(static_cast<uint16_t>(sample));
-            else
-                for (int bit = bits - 1; bit >= 0; --bit) {
-                    packed = packed << 1 | (static_cast<uint32_t>(sample) >> bit & 1);
-                    if (++filled % 8 == 0)
-                        put(static_cast<uint8_t>(packed));
-                }
+            double room = 0; // for any type
+            if (bits >= 16)
+                picture.touch(&room, 0, 0, [&](auto &native) {
+                    native = static_cast<std::decay_t<decltype(native)>>(sample);
+                    bytes.append(reinterpret_cast<const char *>(&native), sizeof native);
+                });
+            for (int bit = bits < 16 ? bits - 1 : -1; bit >= 0; --bit) {
+                packed = packed << 1 | (static_cast<uint32_t>(sample) >> bit & 1);
+                if (++filled % 8 == 0)
+                    bytes += static_cast<char>(packed);
+            }
         }
         if (filled % 8 != 0)
-            put(static_cast<uint8_t>(packed << (8 - filled % 8)));
+            bytes += static_cast<char>(packed << (8 - filled % 8));
     }
     return bytes;
 }
@@ -101,8 +96,7 @@ inline void make_tiff(const std::string &path, const Picture &samples, const Lay
 struct Look {
     explicit Look(const std::string &path) : tiff(TIFFOpen(path.c_str(), "r")) {}
     ~Look() { TIFFClose(tiff); }
-    Look(const Look &) = delete;
-    Look &operator=(const Look &) = delete;
+    Look(Look &&) = delete;
 
     [[nodiscard]] int number(uint32_t tag) const { // of 16 bits; -1 for none
         uint16_t value = 0;
@@ -121,8 +115,8 @@ inline void put_number(std::string &bytes, uint32_t number, int size = 4) {
         bytes += static_cast<char>(number >> 8 * i);
 }
 
-// A file put together by hand: a grey page of 8 bits in strips, its directory in front, data behind.
-// With several strips the data begins with their positions and then their sizes.
+// A file put together by hand: a grey page of 8 bits in strips, its directory in front, its data
+// behind. With several strips the data begins with their positions and then their sizes.
 struct RawTiff {
     uint32_t width, height, rows_per_strip, compression, strip_bytes;
     std::string data = "";

@@ -1,10 +1,11 @@
 // tiff_frames_test.cpp - files of several pages, damaged files, and failures of the machine.
 #include <gmock/gmock.h>
 
+#include <cstring>
 #include <sys/stat.h>
 
+#include "modules/faults.h"
 #include "modules/tiff_files.h"
-#include "support/fault.h"
 #include "zor/driver.h"
 
 using testing::ElementsAre;
@@ -14,7 +15,6 @@ namespace {
 
 class TiffFrames : public testing::Test {
 protected:
-    void SetUp() override { ASSERT_NE(ZOR_find("tiff"), nullptr); }
     Library library{"tiff"};
     ReportLog log;
     const TempFile temp{".tiff"};
@@ -31,17 +31,9 @@ int play(ZOR_IMAGE *image, int first, int last, int step) {
     return image->playback_play(image->data[0], first, last, step, 0, 0);
 }
 
-void expect_shows(ZOR_IMAGE *image, Picture expected) {
-    const ZOR_IMAGE_DESC *desc = ZOR_image_desc(image, 0);
-    Picture picture{desc->win_right + 1, desc->win_top + 1, desc->image, desc->matte, desc->aux};
-    for (int i = 0; i < picture.height; ++i) {
-        const int y = line(image, i);
-        void **rows = nullptr;
-        ASSERT_EQ(ZOR_scan_read(image, y, &rows), 0);
-        for (int k = 0; k < picture.channels(); ++k)
-            for (int x = 0; x < picture.width; ++x)
-                picture.touch(rows[k], k, x, [&](auto sample) { picture.at(k, x, y) = sample; });
-    }
+void expect_shows(ZOR_IMAGE *image, const Picture &expected) {
+    Picture picture;
+    EXPECT_EQ(read_lines(image, &picture), 0);
     expect_equal(picture, expected);
 }
 
@@ -68,9 +60,9 @@ TEST_F(TiffFrames, PagesAreFramesInAnyOrder) {
         for (const int first : {1, -2}) {
             make_pages(temp.path, pages, mode);
             Info info(temp.path.c_str());
-            info.record.complete_path = 1;
-            info.record.first_frame = first;
-            ZOR_IMAGE *image = ZOR_open(&info.record, "r");
+            info.complete_path = 1;
+            info.first_frame = first;
+            ZOR_IMAGE *image = info.open("r");
             ASSERT_NE(image, nullptr);
             EXPECT_EQ(image->num_frames, 5);
             EXPECT_EQ(get_frame(image), first);
@@ -195,7 +187,7 @@ TEST_F(TiffFrames, DamagedFilesEndInAFailure) {
             log.clear();
             const TempFile prefix(".tiff", whole.substr(0, i));
             Picture picture;
-            const int cut = read_picture(prefix.path, nullptr, &picture);
+            const int cut = read_picture(prefix.path, &picture);
             EXPECT_EQ(cut, i < 4 ? ZOR_E_NOT_THIS_TYPE : ZOR_E_READ) << i << log.text();
             EXPECT_TRUE(log.has_only(ZOR_MSG_CANNOT_OPEN)) << i << log.text();
 
@@ -203,7 +195,7 @@ TEST_F(TiffFrames, DamagedFilesEndInAFailure) {
             changed[i] = static_cast<char>(changed[i] ^ 0x10);
             const TempFile damaged(".tiff", changed);
             log.clear();
-            const int status = read_picture(damaged.path, nullptr, &picture);
+            const int status = read_picture(damaged.path, &picture);
             EXPECT_TRUE(status == 0 || (zor__err == status && !log.reports.empty()));
         }
         EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
@@ -303,36 +295,13 @@ TEST_F(TiffFrames, ALargeStripIsDecodedLineByLineWhileTheOrderLasts) {
 TEST_F(TiffFrames, EveryFailedAllocationIsReportedAndNothingLeaks) {
     const Picture picture = frame_picture(1);
     Info info(temp.path.c_str()); // complete before the faults begin
-    ZOR_IMAGE_DESC *desc = ZOR_info_add_image(&info.record, 6, 5);
+    ZOR_IMAGE_DESC *desc = ZOR_info_add_image(&info, 6, 5);
     desc->image = picture.image;
     desc->matte = picture.matte;
-    info.record.complete_path = 1;
-    info.record.description = STR_save("caf\xE9");
+    info.complete_path = 1;
+    info.description = STR_save("caf\xE9");
     ZOR_multiframe_set(0, 0); // a kept handle would look like a leak
-    for (const char *mode : {"w", "r"}) {
-        const bool writing = *mode == 'w';
-        const long points = for_each_failing_allocation([&](const Fault &fault) {
-            if (writing)
-                std::remove(temp.path.c_str());
-            log.clear();
-            ZOR_IMAGE *image = ZOR_open(&info.record, mode);
-            int status = image == nullptr ? zor__err : 0;
-            EXPECT_EQ(temp.exists(), !writing || image != nullptr);
-            void **rows = nullptr;
-            for (int frame = 1; frame <= 2 && status == 0; ++frame) {
-                status = set_frame(image, frame);
-                for (int y = 4; y >= 0 && status == 0; --y)
-                    status =
-                        writing ? write_line(image, picture, y) : ZOR_scan_read(image, y, &rows);
-            }
-            const int closed = image != nullptr ? ZOR_close(image) : status;
-            EXPECT_EQ(status, fault.struck() ? ZOR_E_MEMORY : 0) << log.text();
-            EXPECT_EQ(log.count(ZOR_MSG_NO_MEMORY), fault.struck() ? 1 : 0) << log.text();
-            EXPECT_TRUE(!writing || (closed < 0) == fault.struck());
-            EXPECT_EQ(fault.live(), 0);
-        });
-        EXPECT_GT(points, 10);
-    }
+    expect_memory_faults_reported(temp, picture, info, 2);
 }
 
 TEST_F(TiffFrames, FullDisksAndPipesAreReported) {
