@@ -146,6 +146,7 @@ int ZOR_init(void *catalogue, ZOR_ENUMERATE enumerate) {
         return zor::fail_start();
     for (const ZOR_DRIVER &driver : zor::builtin_drivers()) {
         if (driver.init != nullptr && driver.init() == 0) {
+            registry.starting = false; // ZOR_exit can take down what is up
             zor::set_status(ZOR_E_MEMORY);
             return -1;
         }
