@@ -7,7 +7,8 @@
  * until the configuration file ".zorrc" overrides them; docs/configuration.md lists the keywords.
  *
  * ZOR_init starts the database and ZOR_exit ends it; every accessor starts it by itself when
- * nothing else has. What is returned by address is the database's own, and valid until CLR_exit.
+ * nothing else has; when that fails, CLR_find returns null, and the others what the settings were
+ * by then. What is returned by address is the database's own, and valid until CLR_exit.
  *
  *     const CLR_SAMPLES *space = CLR_find(3);
  *     for (int32_t j = 0; j < space->n; ++j) // from samples to X, Y, Z
@@ -34,7 +35,7 @@ typedef struct CLR_TRISTIMULUS {
 } CLR_TRISTIMULUS;
 
 /* A sample space. Edges rise in the built-in ones; those of a configuration file are taken as they
- * stand, and what lies outside the visible range weighs nothing. 24 bytes. */
+ * stand, and what lies outside the visible range weighs nothing. 24 bytes on 32-bit builds. */
 typedef struct CLR_SAMPLES {
     int32_t n;              /* bins: 1 to 4096 */
     int32_t uniform;        /* 1: the bins divide the visible range evenly; 0: edges of their own */
