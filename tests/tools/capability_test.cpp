@@ -11,8 +11,7 @@ namespace {
 
 class Capabilities : public Tool {
 protected:
-    void SetUp() override {
-        Tool::SetUp();
+    Capabilities() {
         setenv("ZOR_MODULES", MODULES ":" OPTION_MODULES, 1);
         write_file("a.pam", pam(4, 3, 3, 1));
     }

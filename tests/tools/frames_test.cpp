@@ -2,7 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "picture.h"
+#include "support/files.h"
 #include "zor/frames.h"
 #include "zor/pattern.h"
 
@@ -71,8 +71,8 @@ TEST(FramePattern, PadsAndGrows) {
 }
 
 TEST(FramePattern, FindsTheNamesItMakes) {
-    std::string directory = (fs::temp_directory_path() / "zor-test-XXXXXX").string();
-    ASSERT_NE(mkdtemp(directory.data()), nullptr);
+    const TempDir temp;
+    const std::string directory = temp.path;
     for (const char *name : {"c.0010.d", "c.0009.d", "c.-0003.d", "c.10000.d", "c.0000.d", // frames
                              "c.11.d", "c.00012.d", "c.-0000.d", "c.00a1.d", "c.+001.d",
                              "c.0001.dd", "xc.0001.d", "c..d", "c.d", "c.99999999999.d"})

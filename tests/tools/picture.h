@@ -1,19 +1,8 @@
 // picture.h - pictures for the conversion tests, as files of the simplest kind.
 #pragma once
 
-#include <filesystem>
-#include <fstream>
-#include <iterator>
+#include <cstdint>
 #include <string>
-
-inline std::string read_file(const std::filesystem::path &path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-inline void write_file(const std::filesystem::path &path, const std::string &content) {
-    std::ofstream(path, std::ios::binary) << content;
-}
 
 // The samples of a picture, top row first: stretches of one value and of noise by turns.
 inline std::string raster(int width, int height, int channels, int bytes) {
@@ -22,10 +11,7 @@ inline std::string raster(int width, int height, int channels, int bytes) {
     uint32_t noise = 1;
     for (size_t i = 0; i < samples.size(); ++i) {
         noise = noise * 1664525 + 1013904223;
-        if (i == 0 || noise % 7 > 2)
-            samples[i] = static_cast<char>(noise >> 24);
-        else
-            samples[i] = samples[i - 1];
+        samples[i] = i == 0 || noise % 7 > 2 ? static_cast<char>(noise >> 24) : samples[i - 1];
     }
     return samples;
 }

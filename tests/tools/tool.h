@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "picture.h"
+#include "support/files.h"
 
 namespace fs = std::filesystem;
 
@@ -21,29 +22,23 @@ protected:
         std::string out, err;
     };
 
-    void SetUp() override {
+    Tool() {
         unsetenv("ZOR_MODULES");
         setenv("PATH", (PROGRAMS ":" + path_).c_str(), 1);
-        std::string name = (fs::temp_directory_path() / "zor-test-XXXXXX").string();
-        work_ = mkdtemp(name.data());
-        fs::create_directory(work_ / "w");
-        fs::current_path(work_ / "w");
+        fs::create_directory(work_.path / "w");
+        fs::current_path(work_.path / "w");
     }
-    void TearDown() override {
+    ~Tool() override {
         setenv("PATH", path_.c_str(), 1);
         fs::current_path("/");
-        fs::remove_all(work_);
     }
 
-    Run run(const std::string &command) {
-        const fs::path out = work_ / "out";
-        const fs::path err = work_ / "err";
-        const int status =
-            std::system(("( " + command + " ) >" + out.string() + " 2>" + err.string()).c_str());
-        return {WEXITSTATUS(status), read_file(out), read_file(err)};
+    static Run run(const std::string &command) {
+        const int status = std::system(("( " + command + " ) >../out 2>../err").c_str());
+        return {WEXITSTATUS(status), read_file("../out"), read_file("../err")};
     }
     // Runs what has to succeed.
-    std::string good(const std::string &command) {
+    static std::string good(const std::string &command) {
         const Run result = run(command);
         EXPECT_EQ(result.code, 0) << command << "\n" << result.err;
         return result.out;
@@ -55,6 +50,6 @@ protected:
         return names;
     }
 
-    fs::path work_;
+    TempDir work_;
     std::string path_ = std::getenv("PATH");
 };

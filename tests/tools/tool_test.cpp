@@ -7,14 +7,14 @@
 namespace fs = std::filesystem;
 using nlohmann::json;
 using testing::AllOf;
+using testing::ContainsRegex;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
 namespace {
 
 TEST_F(Tool, PicturesComeBackUnchangedThroughEveryOrderOfLines) {
-    const struct { int channels, bytes; } kinds[] = {{1, 1}, {3, 1}, {3, 2}, {4, 1}, {4, 2}};
-    for (const auto &[channels, bytes] : kinds) {
+    for (const auto &[channels, bytes] : {std::pair(1, 1), {3, 1}, {3, 2}, {4, 1}, {4, 2}}) {
         SCOPED_TRACE(testing::Message() << channels << " channels of " << bytes << " bytes");
         write_file("a.pam", pam(37, 11, channels, bytes));
         good("zor convert a.pam b.png && zor convert b.png c.MOX && zor convert c.MOX d.png &&"
@@ -85,16 +85,16 @@ TEST_F(Tool, InfoTellsWhatAFileHolds) {
     EXPECT_EQ(result["format"], "mox");
     EXPECT_EQ(result["texts"]["name"], "spheres");
     EXPECT_EQ(result["primaries"]["red"], json({0.64, 0.33}));
-    const json &image = result["images"][0];
-    EXPECT_EQ(image["window"], image["active"]);
-    EXPECT_EQ(image["active"], json({{"left", 0}, {"right", 31}, {"bottom", 0}, {"top", 23}}));
-    EXPECT_EQ(image["colour"], json({{"count", 3}, {"type", "integer"}, {"bits", 8}}));
-    EXPECT_EQ(image["matte"]["count"], 1);
-    EXPECT_EQ(image["auxiliary"], json({{"count", 1}, {"type", "float"}, {"bits", 32}}));
-    EXPECT_EQ(image["auxiliary_name"], "depth");
-    EXPECT_EQ(image["order"], "rising");
-    EXPECT_EQ(image["gamma"], 2.2);
-    EXPECT_EQ(image["frame"], 7);
+    const json image = json::parse(R"({
+        "width": 32, "height": 24, "order": "rising", "index_bits": 0, "gamma": 2.2, "frame": 7,
+        "window": {"left": 0, "right": 31, "bottom": 0, "top": 23},
+        "active": {"left": 0, "right": 31, "bottom": 0, "top": 23},
+        "colour": {"count": 3, "type": "integer", "bits": 8}, "channel_format": "rgb",
+        "matte": {"count": 1, "type": "integer", "bits": 8},
+        "auxiliary": {"count": 1, "type": "float", "bits": 32}, "auxiliary_name": "depth",
+        "picture": {"format": "ntsc_640", "ratio": "1.330", "width": 640, "height": 486,
+                    "aspect": 1.33}})");
+    EXPECT_EQ(result["images"], json({image}));
 
     // By content, whatever the name; a bad file does not hide the good ones.
     fs::copy("f.mox", "renamed.png");
@@ -124,28 +124,21 @@ TEST_F(Tool, ModulesAreFoundAndTheirFateIsTold) {
     write_file("mine/broken.so", "no module");
     write_file("mine/mox.so", "not asked for: there is one before it");
     fs::copy(MODULES "/png.so", "mine/twin.so"); // has a key that png.so has
-    const auto listed = [&](const std::string &command) {
-        std::map<std::string, std::pair<std::string, std::string>> result;
-        const json all = json::parse(run(command).out);
-        for (const json &module : all["modules"])
-            result[fs::path(module["path"].get<std::string>()).filename()] = {
-                module["state"], module["reason"].is_null() ? "" : module["reason"]};
-        return result;
-    };
     for (const char *command :
          {"zor formats --json --modules " OLD_MODULES " --modules " MODULES " --modules mine",
           "ZOR_MODULES=" OLD_MODULES ":" MODULES "::mine zor formats --json"}) {
-        auto modules = listed(command);
-        EXPECT_EQ(modules["mox.so"].first, "loaded");
-        EXPECT_EQ(modules["twin.so"].first, "loaded");
-        EXPECT_EQ(modules["png.so"].first, "refused") << "the later of two modules counts";
-        EXPECT_EQ(modules["old.so"].first, "refused");
-        EXPECT_THAT(modules["old.so"].second, HasSubstr("but found \"3.1\""));
-        EXPECT_EQ(modules["broken.so"].first, "not loaded");
-        EXPECT_THAT(modules["broken.so"].second, HasSubstr("broken.so"));
+        std::map<std::string, std::string> fates;
+        const json listed = json::parse(run(command).out);
+        for (const json &module : listed["modules"])
+            fates[fs::path(module["path"].get<std::string>()).filename()] =
+                module["state"].get<std::string>() + " " + module["reason"].dump();
+        EXPECT_EQ(fates["mox.so"], "loaded null");
+        EXPECT_EQ(fates["twin.so"], "loaded null");
+        EXPECT_THAT(fates["png.so"], HasSubstr("refused")) << "the later of two modules counts";
+        EXPECT_THAT(fates["old.so"], ContainsRegex("^refused .*but found .*3.1"));
+        EXPECT_THAT(fates["broken.so"], ContainsRegex("^not loaded .*broken.so"));
     }
-    const Run table = run("zor -v formats");
-    EXPECT_EQ(table.code, 2) << "the option is the command's";
+    EXPECT_EQ(run("zor -v formats").code, 2) << "the option is the command's";
     EXPECT_THAT(good("zor formats -v"), AllOf(HasSubstr("  .mox  "), HasSubstr("png.so")));
 
     const Run none = run("zor formats -v --modules " OLD_MODULES);
@@ -174,12 +167,8 @@ TEST_F(Tool, FailuresLeaveNothingBehind) {
     write_file("target.png", old);
     fs::create_directory("folder.png");
     fs::create_symlink("target.png", "link.png");
-    const auto before = files();
-    const struct {
-        const char *command;
-        int code;
-        const char *message;
-    } cases[] = {
+    const std::string before = good("ls -A");
+    const std::tuple<const char *, int, const char *> cases[] = {
         {"zor", 2, ""},
         {"zor convert a.pam target.png --fast", 2, "--fast"},
         {"zor convert a.pam new.xyz", 2, "mox (.mox)"},
@@ -207,14 +196,13 @@ TEST_F(Tool, FailuresLeaveNothingBehind) {
         // A disk that fills up, at last before anything could be written, messages included.
         {"trap '' XFSZ; ulimit -f 4; zor convert a.pam target.png", 4, "zor: target.png: "},
         {"trap '' XFSZ; ulimit -f 4; zor convert a.pam new.mox", 4, "zor: new.mox: "},
-        {"trap '' XFSZ; ulimit -f 0; zor convert a.pam new.mox", 4, ""},
-    };
+        {"trap '' XFSZ; ulimit -f 0; zor convert a.pam new.mox", 4, ""}};
     for (const auto &[command, code, message] : cases) {
         const Run result = run(command);
         EXPECT_EQ(result.code, code) << command << "\n" << result.err;
         EXPECT_THAT(result.err, HasSubstr(message)) << command;
         EXPECT_EQ(result.err.find(".zor-"), std::string::npos) << result.err;
-        EXPECT_EQ(files(), before) << command;
+        EXPECT_EQ(good("ls -A"), before) << command;
         EXPECT_EQ(read_file("target.png"), old) << command;
     }
     EXPECT_TRUE(fs::is_character_file("/dev/full"));
@@ -235,27 +223,14 @@ TEST_F(Tool, ASignalRemovesWhatWasBegun) {
                            "ls -a | grep -c '^.zor-'; kill $!; wait $!");
     EXPECT_EQ(result.code, 130);
     EXPECT_EQ(result.out, "1\n") << "there was something to remove";
-    EXPECT_EQ(files(), (std::set<std::string>{"head", "pipe"}));
+    EXPECT_EQ(good("ls -A"), "head\npipe\n");
 }
 
 TEST_F(Tool, ExamplesWork) {
     good("render_frame f.mox 3 40 30");
-    std::istringstream lines(good("image_stats f.mox"));
-    std::string line;
-    std::getline(lines, line);
-    EXPECT_THAT(line, HasSubstr("40 x 30"));
-    std::getline(lines, line);
-    std::map<std::string, std::array<double, 3>> channels;
-    for (std::string group, index; lines >> group >> index;) {
-        auto &[min, max, mean] = channels[group + index];
-        lines >> min >> max >> mean;
-        EXPECT_TRUE(min < mean && mean < max) << group << index;
-    }
-    EXPECT_EQ(channels.size(), 5U);
-    EXPECT_EQ(channels["matte1"][0], 0);
-    EXPECT_EQ(channels["matte1"][1], 255);
-    EXPECT_EQ(channels["aux1"][1], 1000) << "the sky";
-
+    EXPECT_THAT(good("image_stats f.mox"),
+                AllOf(HasSubstr("40 x 30"), HasSubstr("colour 3 "), // and of the sky:
+                      ContainsRegex("matte 1 +0 +255 "), ContainsRegex("aux 1 .* 1000 ")));
     good("zor -q convert f.mox f.png && cp f.png unnamed && image_stats unnamed");
     EXPECT_EQ(run("render_frame f.mox").code, 2);
     EXPECT_EQ(run("image_stats missing.mox").code, 1);
