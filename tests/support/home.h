@@ -1,29 +1,18 @@
 // home.h - a home directory of a test's own, for the configuration file.
 #pragma once
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <string>
 
-#include <gtest/gtest.h>
+#include "support/files.h"
 
-class Home {
-public:
+struct Home {
     Home() {
-        std::filesystem::create_directories(std::string(mkdtemp(path.data())) + "/userconfig");
+        std::filesystem::create_directory(path + "/userconfig");
         setenv("HOME", path.c_str(), 1);
         unsetenv("QK_ROOT");
     }
-    ~Home() { std::filesystem::remove_all(path); }
-    Home(const Home &) = delete;
-    Home &operator=(const Home &) = delete;
 
-    [[nodiscard]] std::string file() const { return path + "/.zorrc"; }
-
-    static void write(const std::string &path, const std::string &text) {
-        std::ofstream(path, std::ios::binary) << text;
-    }
-
-    std::string path = ::testing::TempDir() + "zor_home_XXXXXX";
+    const TempDir directory;
+    const std::string path = directory.path;
+    const std::string file = path + "/.zorrc";
 };
