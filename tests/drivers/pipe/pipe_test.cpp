@@ -21,8 +21,7 @@ public:
         dup2(saved_, STDOUT_FILENO);
         close(saved_);
     }
-    Redirected(const Redirected &) = delete;
-    Redirected &operator=(const Redirected &) = delete;
+    Redirected(Redirected &&) = delete;
 
 private:
     int saved_;
@@ -32,8 +31,7 @@ class PipeTest : public DriverTest {
 protected:
     static void SetUpTestSuite() { ASSERT_EQ(ZOR_init(nullptr, nullptr), 0); }
     static void TearDownTestSuite() { ZOR_exit(); }
-    void SetUp() override { file_ = std::tmpfile(); }
-    void TearDown() override { std::fclose(file_); }
+    ~PipeTest() override { std::fclose(file_); }
 
     // What arrived in the file that stands for the reader.
     std::string stream() {
@@ -47,20 +45,16 @@ protected:
         return ZOR_scan_write(image, y, Rows(image->images[0], y, false).pointers.data());
     }
     // The bytes of a scanline.
-    static std::string samples(const ZOR_IMAGE_DESC &desc, int y) {
+    static std::string samples(ZOR_IMAGE_DESC desc, int y) {
+        desc.win_left = desc.act_left, desc.win_right = desc.act_right; // the samples' places count
         std::string bytes;
-        const size_t width = static_cast<size_t>(desc.win_right - desc.win_left + 1);
-        for (const auto &row : Rows(desc, y, false).bytes) {
-            const size_t size = row.size() / width;
-            const auto at = static_cast<size_t>(desc.act_left - desc.win_left) * size;
-            const auto end = static_cast<size_t>(desc.act_right - desc.win_left + 1) * size;
-            bytes.append(row.begin() + static_cast<long>(at), row.begin() + static_cast<long>(end));
-        }
+        for (const auto &row : Rows(desc, y, false).bytes)
+            bytes.append(row.begin(), row.end());
         return bytes;
     }
 
 private:
-    FILE *file_ = nullptr;
+    FILE *file_ = std::tmpfile();
 };
 
 TEST_F(PipeTest, TheStreamIsALineOfTextAndTheActiveSamples) {
@@ -103,7 +97,7 @@ TEST_F(PipeTest, TheStreamIsALineOfTextAndTheActiveSamples) {
     EXPECT_EQ(stream(), expected);
 }
 
-TEST_F(PipeTest, OneImageIsAccepted) {
+TEST_F(PipeTest, OneImageIsWrittenAndNoneRead) {
     Request request("x.pipe");
     request.add(4, 3);
     request.add(4, 3);
@@ -112,18 +106,13 @@ TEST_F(PipeTest, OneImageIsAccepted) {
     ZOR_IMAGE none = {};
     EXPECT_EQ(zor::find_driver("pipe")->write_open(&none), 0);
     expect({ZOR_E_UNSUPPORTED, ZOR_MSG_MULTIPLE_IMAGES}, zor__err);
-}
 
-TEST_F(PipeTest, ReadingIsAcceptedAndDoesNothing) {
-    ZOR_IMAGE *image = Request("x.pipe").open("r");
+    ZOR_IMAGE *image = Request("x.pipe").open("r"); // accepted, and does nothing
     ASSERT_NE(image, nullptr) << log.text();
     EXPECT_EQ(ZOR_image_count(image), 0);
-    EXPECT_EQ(image->last_scanline, -1);
     void **rows = nullptr;
     EXPECT_EQ(ZOR_scan_read(image, 0, &rows), ZOR_E_UNSUPPORTED);
-    zor__err = 0;
     EXPECT_EQ(ZOR_close(image), ZOR_E_UNSUPPORTED);
-    EXPECT_EQ(zor__err, ZOR_E_UNSUPPORTED);
     image->close = [](ZOR_IMAGE *handle) { return zor__free_obj(handle), 0; };
     EXPECT_EQ(ZOR_close(image), 0);
 }
