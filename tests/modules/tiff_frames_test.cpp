@@ -182,20 +182,21 @@ TEST_F(TiffFrames, DamagedFilesEndInAFailure) {
     for (const int compression : {COMPRESSION_NONE, COMPRESSION_PACKBITS, COMPRESSION_LZW}) {
         make_tiff(temp.path, noise(9, 9, integers(3, 8)), {PHOTOMETRIC_RGB, compression});
         const std::string whole = temp.bytes();
+        const auto read = [&](const std::string &bytes) {
+            const TempFile file(".tiff", bytes);
+            Picture picture;
+            log.clear();
+            const int status = read_picture(file.path, &picture);
+            std::remove(file.path.c_str());
+            return status;
+        };
         testing::internal::CaptureStderr();             // libtiff is to report, not to print
         for (size_t i = 0; i + 4 < whole.size(); ++i) { // the end marks the list of pages
-            log.clear();
-            const TempFile prefix(".tiff", whole.substr(0, i));
-            Picture picture;
-            const int cut = read_picture(prefix.path, &picture);
-            EXPECT_EQ(cut, i < 4 ? ZOR_E_NOT_THIS_TYPE : ZOR_E_READ) << i << log.text();
+            EXPECT_EQ(read(whole.substr(0, i)), i < 4 ? ZOR_E_NOT_THIS_TYPE : ZOR_E_READ) << i;
             EXPECT_TRUE(log.has_only(ZOR_MSG_CANNOT_OPEN)) << i << log.text();
-
             std::string changed = whole;
             changed[i] = static_cast<char>(changed[i] ^ 0x10);
-            const TempFile damaged(".tiff", changed);
-            log.clear();
-            const int status = read_picture(damaged.path, &picture);
+            const int status = read(changed);
             EXPECT_TRUE(status == 0 || (zor__err == status && !log.reports.empty()));
         }
         EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
@@ -204,10 +205,9 @@ TEST_F(TiffFrames, DamagedFilesEndInAFailure) {
 
 TEST_F(TiffFrames, AFileThatIsCutOffIsReadUpToTheMissingStrip) {
     RawTiff file{4, 6, 2, COMPRESSION_NONE, 8};
-    for (const uint32_t position : {24, 32, 40})
-        put_number(file.data, RawTiff::data_offset + position);
-    for (int i = 0; i < 3; ++i)
-        put_number(file.data, 8);
+    constexpr uint32_t data = RawTiff::data_offset;
+    for (const uint32_t number : {data + 24, data + 32, data + 40, 8U, 8U, 8U})
+        put_number(file.data, number);
     file.data += "abcdefghijklmnop....";
     const TempFile cut(".tiff", file.bytes());
     ZOR_IMAGE *image = open_for_reading(cut.path);
@@ -226,14 +226,12 @@ TEST_F(TiffFrames, ListsOfPagesMayLie) {
     const RawTiff page{2, 1, 1, COMPRESSION_NONE, 2};
     // A page, and behind it two more, of which the last leads back to the second; then other ends.
     for (const uint32_t next : {0U, 8U, 110U, 1000000U}) {
-        RawTiff file = page;
         const auto size = static_cast<uint32_t>(page.bytes().size());
-        file.next = next == 110 ? size : next;
-        std::string bytes = file.bytes();
-        for (const uint32_t behind : {2 * size - 8, size}) {
-            RawTiff more = page;
-            more.next = behind;
-            bytes += more.bytes().substr(8);
+        std::string bytes = page.bytes().substr(0, 8);
+        for (const uint32_t behind : {next == 110 ? size : next, 2 * size - 8, size}) {
+            RawTiff linked = page;
+            linked.next = behind;
+            bytes += linked.bytes().substr(8);
         }
         const TempFile listed(".tiff", bytes);
         log.clear();
@@ -306,9 +304,9 @@ TEST_F(TiffFrames, EveryFailedAllocationIsReportedAndNothingLeaks) {
 
 TEST_F(TiffFrames, FullDisksAndPipesAreReported) {
     for (const int size : {2, 400}) {
-        const int status = write_picture(noise(size, size, integers(3, 8)), "/dev/full",
-                                         [](ZOR_INFO &info) { info.key = STR_save("tiff"); });
-        EXPECT_EQ(status, ZOR_E_WRITE);
+        EXPECT_EQ(write_picture(noise(size, size, integers(3, 8)), "/dev/full",
+                                [](ZOR_INFO &info) { info.key = STR_save("tiff"); }),
+                  ZOR_E_WRITE);
         EXPECT_TRUE(log.has(ZOR_MSG_CANNOT_WRITE)) << log.text();
         EXPECT_THAT(log.last(), HasSubstr(std::strerror(ENOSPC)));
     }
