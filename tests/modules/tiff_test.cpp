@@ -121,19 +121,18 @@ TEST_F(Tiff, PalettesBecomeColours) {
 }
 
 TEST_F(Tiff, ExtraSamplesAreMattesWhenTheyAreMarkedOrTheFirst) {
-    const struct {
-        std::vector<uint16_t> kinds;
-        int mattes;
-    } cases[] = {{{0}, 1}, {{1}, 1}, {{0, 0}, 1}, {{2, 2, 2}, 3}, {{1, 2, 0, 2}, 2}, {{0, 2}, 1}};
-    for (const auto &c : cases) {
-        const int extra = static_cast<int>(c.kinds.size());
+    using Case = std::pair<std::vector<uint16_t>, int>; // kinds, mattes
+    for (const auto &[kinds, mattes] :
+         {Case{{0}, 1}, Case{{1}, 1}, Case{{0, 0}, 1}, Case{{2, 2, 2}, 3}, Case{{1, 2, 0, 2}, 2},
+          Case{{0, 2}, 1}}) {
+        const int extra = static_cast<int>(kinds.size());
+        const auto mark = [extra, list = kinds.data()](TIFF *tiff) {
+            TIFFSetField(tiff, TIFFTAG_EXTRASAMPLES, extra, list);
+        };
         Picture file = file_of(3, extra, integers(1, 8));
-        make_tiff(temp.path, file, {PHOTOMETRIC_RGB, 1, 1, false, 0, [&](TIFF *tiff) {
-                                        TIFFSetField(tiff, TIFFTAG_EXTRASAMPLES, extra,
-                                                     c.kinds.data());
-                                    }});
-        file.matte = integers(c.mattes, 8);
-        file.aux = integers(extra - c.mattes, 8);
+        make_tiff(temp.path, file, {PHOTOMETRIC_RGB, 1, 1, false, 0, mark});
+        file.matte = integers(mattes, 8);
+        file.aux = integers(extra - mattes, 8);
         expect_reads(file);
     }
 }
@@ -209,17 +208,16 @@ TEST_F(Tiff, OtherWidthsAreWidenedSoThatShiftingBackRestoresThem) {
 }
 
 TEST_F(Tiff, MattesAreMarkedAsChosen) {
-    const Picture picture = noise(3, 3, integers(3, 8), integers(2, 8));
-    for (const int setting : {16, 17}) {
+    for (const auto &[setting, kind] :
+         {std::pair(16, EXTRASAMPLE_UNASSALPHA), {17, EXTRASAMPLE_ASSOCALPHA}}) {
+        const Picture picture = noise(3, 3, integers(3, 8), integers(2, 8));
         EXPECT_EQ(write_picture(picture, temp.path, with_setting(setting)), 0);
         const Look file(temp.path);
         EXPECT_EQ(file.number(TIFFTAG_COMPRESSION), COMPRESSION_LZW); // unless chosen otherwise
         uint16_t count = 0;
         const uint16_t *kinds = nullptr;
         TIFFGetField(file.tiff, TIFFTAG_EXTRASAMPLES, &count, &kinds);
-        ASSERT_EQ(count, 2);
-        const int kind = setting == 16 ? EXTRASAMPLE_UNASSALPHA : EXTRASAMPLE_ASSOCALPHA;
-        EXPECT_THAT(std::vector(kinds, kinds + 2), ElementsAre(kind, kind));
+        EXPECT_THAT(std::vector(kinds, kinds + count), ElementsAre(kind, kind));
     }
 }
 
