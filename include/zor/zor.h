@@ -159,6 +159,10 @@ ZOR_API int ZOR_close_do_it(ZOR_IMAGE *image);
 ZOR_API int32_t ZOR_image_count(const ZOR_IMAGE *image);
 ZOR_API const ZOR_IMAGE_DESC *ZOR_image_desc(const ZOR_IMAGE *image, int32_t index);
 
+/* Number of frames in a file that is read, see "Files of several frames"; 0 for a format whose files
+ * hold but one picture. */
+ZOR_API int32_t ZOR_image_num_frames(const ZOR_IMAGE *image);
+
 /* The format the image is opened with. */
 ZOR_API const ZOR_FORMAT *ZOR_image_format(const ZOR_IMAGE *image);
 

@@ -111,6 +111,10 @@ const ZOR_IMAGE_DESC *ZOR_image_desc(const ZOR_IMAGE *image, int32_t index) {
     return index >= 0 && index < ZOR_image_count(image) ? &image->images[index] : nullptr;
 }
 
+int32_t ZOR_image_num_frames(const ZOR_IMAGE *image) {
+    return image != nullptr ? image->num_frames : 0;
+}
+
 const ZOR_FORMAT *ZOR_image_format(const ZOR_IMAGE *image) {
     return image != nullptr ? image->format : nullptr;
 }

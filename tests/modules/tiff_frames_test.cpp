@@ -64,7 +64,7 @@ TEST_F(TiffFrames, PagesAreFramesInAnyOrder) {
             info.first_frame = first;
             ZOR_IMAGE *image = info.open("r");
             ASSERT_NE(image, nullptr);
-            EXPECT_EQ(image->num_frames, 5);
+            EXPECT_EQ(ZOR_image_num_frames(image), 5);
             EXPECT_EQ(get_frame(image), first);
             for (const int page : {0, 3, 1, 1, 2, 0, 2, 3}) {
                 EXPECT_EQ(set_frame(image, first + page), 0) << log.text();

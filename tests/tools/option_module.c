@@ -13,7 +13,7 @@ static ZOR_CAP_LIST packing = {5, 0, 3, packings};
 static ZOR_CAPABILITY capabilities[] = {
     {0, "packing", 0, 0, 0, 0, {0, 0, 0}, &packing, 0},
     {1, 0, 1, 8, "quality", 1, {0, 0, 0}, 0, 0},
-    {2, "tiles", 0, 0, 0, 2, {0, 0, 0}, 0, 0},
+    {0, "tiles", 0, 0, 0, 2, {0, 0, 0}, 0, 0},
     {3, "magic", 0, 0, 0, 2, {0, 0, 0}, 0, 4},
 };
 

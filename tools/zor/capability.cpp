@@ -145,13 +145,12 @@ bool CapabilitySettings::add(const std::string &assignment,
                   choices_text(*found);
         return false;
     }
-    const auto earlier =
-        std::find_if(settings_.begin(), settings_.end(),
-                     [&](const ZOR_CAP_SETTING &other) { return other.code == setting.code; });
-    if (earlier != settings_.end()) {
-        *earlier = setting;
+    const auto earlier = std::find(names_.begin(), names_.end(), found->name);
+    if (earlier != names_.end()) {
+        settings_[static_cast<size_t>(earlier - names_.begin())] = setting;
         return true;
     }
+    names_.push_back(found->name);
     list_.insert(list_.empty() ? list_.end() : list_.end() - 1, &settings_.emplace_back(setting));
     if (list_.size() == 1)
         list_.push_back(nullptr);

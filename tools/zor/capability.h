@@ -47,6 +47,7 @@ public:
 
 private:
     std::deque<ZOR_CAP_SETTING> settings_;
+    std::vector<std::string> names_;      // of their capabilities, which may share a code
     std::vector<ZOR_CAP_SETTING *> list_; // of all of them, and a null behind
 };
 

@@ -72,6 +72,7 @@ std::string counted(int32_t count, const char *thing) {
 // The picture on its way: what is to be written, and which of the input's channels go there.
 struct Plan {
     Info info;
+    int32_t frames = 0; // of the input file
     std::vector<int32_t> channels;
 };
 
@@ -98,6 +99,12 @@ bool drop_sub_images(ZOR_INFO &info, const Conversion &conversion, Reports &repo
         free_texts(info.images[i]);
     const int32_t dropped = std::exchange(info.num_images, 1) - 1;
     return leave_out(counted(dropped, "further image"), "one is converted", conversion, reports);
+}
+
+// The first frame is the one that is shown when a file is opened.
+bool drop_frames(const Plan &plan, const Conversion &conversion, Reports &reports) {
+    return plan.frames <= 1 || leave_out(counted(plan.frames - 1, "further frame"),
+                                         "the first is converted", conversion, reports);
 }
 
 // Lists the channels that go over; groups that the format has no place for are cleared.
@@ -134,6 +141,7 @@ bool describe_input(Plan &plan, const ZOR_IMAGE *input, Reports &reports) {
     plan.info.reset(ZOR_info_alloc());
     if (plan.info == nullptr || ZOR_info_from_image(plan.info.get(), input) != 0)
         return reports.explain(), false;
+    plan.frames = ZOR_image_num_frames(input);
     if (plan.info->num_images < 1) {
         reports.error("there is no image in this file");
         return false;
@@ -163,7 +171,8 @@ bool fit_to_format(Plan &plan, const Conversion &conversion, Reports &reports) {
     info.complete_path = 1;
     info.cap_settings = conversion.settings;
     return set_text(info.key, conversion.to->key) && leave_unsaid(info) &&
-           drop_sub_images(info, conversion, reports) && choose_channels(plan, conversion, reports);
+           drop_sub_images(info, conversion, reports) && drop_frames(plan, conversion, reports) &&
+           choose_channels(plan, conversion, reports);
 }
 
 Image open_output(const ZOR_INFO &info, Workplace &workplace, Reports &reports) {

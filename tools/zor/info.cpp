@@ -103,6 +103,7 @@ Json examine(const std::string &file, const std::string &from, Reports &reports)
     result["texts"] = texts(*info);
     result["job"] = info->job_number < 0 ? Json() : Json(info->job_number);
     result["field"] = info->field_flag;
+    result["frames"] = ZOR_image_num_frames(image.get());
     result["primaries"] = primaries(info->primaries);
     result["images"] = Json::array();
     for (int32_t i = 0; i < info->num_images; ++i)
@@ -156,6 +157,8 @@ void print_text(const Json &file, const ZOR_FORMAT *format) {
             rows.push_back({"image " + std::to_string(i + 1)});
         add_image(rows, images[i]);
     }
+    if (file["frames"] > 1)
+        rows.push_back({"frames", number(file["frames"])});
     for (const auto &[name, white] : file["primaries"].items())
         rows.push_back({name, number(white[0]) + " " + number(white[1])});
     for (const auto &[name, value] : file["texts"].items()) {
