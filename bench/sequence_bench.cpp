@@ -4,6 +4,7 @@
 //     bench_sequence [DIRECTORY]     for the files; /dev/shm without it
 //
 // A frame is one file under many names, so what is written counts, and reading comes from memory.
+// The first pair tells what the machine itself has to give: on a busy one no ratio comes near 2.
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -12,8 +13,11 @@
 #include <string>
 #include <sys/resource.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 #include <vector>
+
+#include <benchmark/benchmark.h>
 
 #include "frames.h"
 #include "paired.h"
@@ -66,28 +70,48 @@ void repeat(const fs::path &file, const std::string &name, int count) {
 }
 
 void add_pair(bench::Pairs *pairs, const std::string &name, const std::string &input,
-              const std::string &output, size_t bytes) {
+              const std::string &output, int count, size_t bytes) {
     const auto convert = [=](const char *jobs) {
-        return [=] { zor({"convert", input, output, "--jobs", jobs}); };
+        return [=] {
+            zor({"convert", input, output, "--frames", "1-" + std::to_string(count), "--jobs",
+                 jobs});
+        };
     };
-    pairs->add(name + ": two jobs", "one job", bytes, convert("2"), convert("1"));
+    pairs->add(name + ": two jobs", "one job", bytes * static_cast<size_t>(count), convert("2"),
+               convert("1"));
+}
+
+// Arithmetic that needs nothing but a processor, shared among threads: what a second one is worth
+// on this machine at the moment.
+void compute(unsigned threads) {
+    constexpr unsigned all = 400'000'000;
+    std::vector<std::jthread> running;
+    for (unsigned i = 0; i < threads; ++i) {
+        running.emplace_back([threads] {
+            for (unsigned n = 0, x = 1; n < all / threads; ++n)
+                benchmark::DoNotOptimize(x = x * 1664525 + 1013904223);
+        });
+    }
 }
 
 void measure_jobs(const fs::path &work) {
-    constexpr int count = 12;
+    // Frames enough to keep the command busy for about a second.
+    constexpr std::pair<const char *, int> formats[] = {{"png", 12}, {"mox", 200}, {"pam", 100}};
     constexpr int32_t width = Frame::width / 2;
     constexpr int32_t height = Frame::height / 2;
-    constexpr size_t bytes = size_t{width} * height * Frame::channels * count;
+    constexpr size_t bytes = size_t{width} * height * Frame::channels;
     bench::Pairs pairs;
+    pairs.add(
+        "arithmetic: two threads", "one thread", 0, [] { compute(2); }, [] { compute(1); });
     for (const bench::Picture picture : {bench::Picture::rendered, bench::Picture::photograph}) {
         const std::string name = bench::name_of(picture);
         const Frame frame = bench::make_frame(picture, 8);
         write_pam(work / "one.pam", width, height, corner(frame, width, height));
         zor({"convert", work / "one.pam", work / (name + ".mox")});
-        repeat(work / (name + ".mox"), name, count);
-        for (const char *format : {"png", "mox", "pam"})
+        repeat(work / (name + ".mox"), name, 200);
+        for (const auto &[format, count] : formats)
             add_pair(&pairs, name + ", mox to " + format, work / (name + ".#.mox"),
-                     work / (std::string("out.#.") + format), bytes);
+                     work / (std::string("out.#.") + format), count, bytes);
     }
     pairs.run(7);
 }
