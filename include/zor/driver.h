@@ -85,6 +85,7 @@
 
 #include <stdio.h>
 
+#include "curve.h"
 #include "messages.h"
 #include "str.h"
 #include "zor.h"
@@ -208,7 +209,7 @@ struct ZOR_IMAGE {
     void *chan_buffers; /* buffers from ZOR_chan_alloc, freed with the handle */
     char *open_name;    /* the file name the application gave */
     ZOR_CAP_SETTING **own_settings; /* the library's copy, in a handle that it keeps open */
-    ZOR_WORD reserved;
+    void *driver_state; /* while operators are pushed, what the driver left in slot 0; else null */
 };
 
 /* A driver record, as built from a module's symbols. 128 bytes. */

@@ -34,7 +34,7 @@ enum { ERR_DEBUG = 0, ERR_INFORMATION = 1, ERR_WARNING = 2, ERR_ERROR = 3, ERR_F
 /* Failure classes left in zor__err. */
 enum {
     ZOR_OK = 0,
-    ZOR_E_ARGUMENT = -1, /* a mode other than "r" or "w" */
+    ZOR_E_ARGUMENT = -1, /* a mode other than "r" or "w", a count below 0 */
     ZOR_E_SCANLINE = -2, /* scanline out of range or out of sequence */
     ZOR_E_CHANNELS = -4, /* unknown channel format */
     ZOR_E_OPEN = -5,     /* the file cannot be opened or created, or the request lacks something */

@@ -93,7 +93,28 @@ extern "C" {
     "%s: cannot stop playback for this %s file; " \
     "(it is not a multiframe file, or this function is unsupported for this file type)"
 
+/* Operators */
+#define ZOR_MSG_CHANNEL_FORMAT     902,  49, ERR_ERROR, "Invalid channel format %s"
+#define ZOR_MSG_AUXILIARIES        902,  69, ERR_ERROR, \
+    "%s cannot handle multiple auxiliary channels"
+#define ZOR_MSG_MATTES             902,  78, ERR_ERROR, "%s cannot handle multiple matte channels"
+#define ZOR_MSG_NO_AUX             902,  81, ERR_ERROR, \
+    "The image has no auxiliary channel information"
+#define ZOR_MSG_NO_MATTE           902,  82, ERR_ERROR, "The image has no matte channel information"
+#define ZOR_MSG_PRECISION          902,  83, ERR_WARNING, \
+    "Color response curve reduced to %d bits of precision (limit is 14 bits)"
+#define ZOR_MSG_LOCKED             902,  84, ERR_WARNING, \
+    "Cannot access sub image (attempted to access a locked sub image)"
+
 /* Response curves */
+#define ZOR_MSG_CURVE_CHANNELS     902,  45, ERR_ERROR, \
+    "Incompatible response curve channel counts " \
+    "(channel counts must be the same for composited response curves)"
+#define ZOR_MSG_CURVE_FLOAT        902,  46, ERR_ERROR, \
+    "Incompatible response curve channel type " \
+    "(channel must be of type ZOR_C_INTEGER for composited response curve)"
+#define ZOR_MSG_CURVE_ELEMENTS     902,  47, ERR_ERROR, \
+    "Incompatible response curve channel element counts"
 #define ZOR_MSG_CURVE_TYPE         902, 210, ERR_ERROR, \
     "Invalid curve type %d found: must be of type ZOR_C_INTEGER or ZOR_C_FLOAT"
 #define ZOR_MSG_CURVE_DEPTH        902, 211, ERR_ERROR, \

@@ -269,16 +269,6 @@ ZOR_API int ZOR_playback_params(ZOR_IMAGE *image, ZOR_WORD a, ZOR_WORD b, ZOR_WO
                                 ZOR_WORD e, ZOR_WORD f, ZOR_WORD g, ZOR_WORD h);
 ZOR_API int ZOR_playback_stop(ZOR_IMAGE *image, ZOR_WORD a);
 
-/* Response curves ------------------------------------------------------------------------------ */
-
-/* Copies a curve with tables of its own. Returns 0; -1 for a depth or type that tables cannot have
- * (ZOR_MSG_CURVE_DEPTH, ZOR_MSG_CURVE_TYPE) or for tables without entries, zor__err being left
- * alone; -1 and ZOR_E_MEMORY when memory ran out. */
-ZOR_API int ZOR_response_curve_copy(ZOR_RESPONSE_CURVE *copy, const ZOR_RESPONSE_CURVE *curve);
-
-/* Frees the tables of a tabulated curve, not the record. Null is ignored. Returns 1. */
-ZOR_API int ZOR_response_curve_done(ZOR_RESPONSE_CURVE *curve);
-
 /* Formats -----------------------------------------------------------------------------------------
  *
  * The queries share one cursor in the registry: ZOR_find and the probes leave it after the entry

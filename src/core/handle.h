@@ -52,6 +52,11 @@ bool is_initialised(const ZOR_INFO &info);
 // taken before the library's, and the driver's open function runs under the library's.
 ZOR_IMAGE *new_handle(int32_t mode);
 
+// What a driver's functions get, scan apart: what it left in slot 0, where operators put their own.
+inline void *driver_state(const ZOR_IMAGE &image) {
+    return image.driver_state != nullptr ? image.driver_state : image.data[0];
+}
+
 // Frees a handle that no driver has opened, lock included. Null is ignored.
 void discard_handle(ZOR_IMAGE *image);
 

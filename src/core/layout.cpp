@@ -47,6 +47,7 @@ ZOR_WORD_AT(ZOR_IMAGE, name, 53);
 ZOR_WORD_AT(ZOR_IMAGE, own_slot, 62);
 ZOR_WORD_AT(ZOR_IMAGE, open_name, 65);
 ZOR_WORD_AT(ZOR_IMAGE, own_settings, 66);
+ZOR_WORD_AT(ZOR_IMAGE, driver_state, 67);
 ZOR_WORD_AT(ZOR_IMAGE_DESC, win_left, 9);
 ZOR_WORD_AT(ZOR_IMAGE_DESC, orientation, 17);
 ZOR_WORD_AT(ZOR_IMAGE_DESC, image, 20);

@@ -1,5 +1,6 @@
 // playback.cpp - frames of multi-frame files, and their playback: calls that go straight on to the
 // driver.
+#include "core/handle.h"
 #include "err/status.h"
 #include "zor/driver.h"
 
@@ -20,7 +21,7 @@ int forward(ZOR_IMAGE *image, Function ZOR_IMAGE::*function, Refusal refuse, Wor
     if (image == nullptr)
         return zor::set_status(ZOR_E_UNSUPPORTED);
     if (image->*function != nullptr && image->num_frames > 0)
-        return (image->*function)(image->data[0], words...);
+        return (image->*function)(zor::driver_state(*image), words...);
     const auto text = [](const char *given) { return given != nullptr ? given : ""; };
     refuse(text(image->file_name), text(image->key));
     return ZOR_E_UNSUPPORTED;

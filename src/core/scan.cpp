@@ -1,4 +1,7 @@
 // scan.cpp - moving scanlines and rasters through an open image.
+#include <type_traits>
+
+#include "core/handle.h"
 #include "err/status.h"
 #include "platform/platform.h"
 #include "zor/driver.h"
@@ -8,7 +11,8 @@ using zor::platform::Mutex;
 
 namespace {
 
-// Runs one of the handle's line functions under its lock. A transfer that succeeds is remembered as
+// Runs one of the handle's line functions under its lock: the scan function with what is in slot 0,
+// be it an operator's, any other with the driver's state. A transfer that succeeds is remembered as
 // the last one.
 template<class Function, class... Words>
 int transfer(ZOR_IMAGE *image, Function ZOR_IMAGE::*function, int32_t y, Words... words) {
@@ -17,7 +21,9 @@ int transfer(ZOR_IMAGE *image, Function ZOR_IMAGE::*function, int32_t y, Words..
     const Lock lock(static_cast<Mutex *>(image->lock));
     if (image->*function == nullptr || image->data[0] == nullptr)
         return zor::set_status(ZOR_E_UNSUPPORTED);
-    const int result = (image->*function)(image->data[0], y, words...);
+    constexpr bool scan = std::is_same_v<Function, ZOR_SCAN_FUNCTION>;
+    void *state = scan ? image->data[0] : zor::driver_state(*image);
+    const int result = (image->*function)(state, y, words...);
     if (result == 0)
         image->last_scanline = y;
     return result;
@@ -36,7 +42,7 @@ int raster(ZOR_IMAGE *image, ZOR_RASTER_FUNCTION ZOR_IMAGE::*function, Words... 
         ERR_report_cat(zor__msg_cat, ZOR_MSG_NO_RASTER, text(image->file_name), text(image->key));
         return ZOR_E_UNSUPPORTED;
     }
-    const int result = (image->*function)(image->data[0], words...);
+    const int result = (image->*function)(zor::driver_state(*image), words...);
     image->last_scanline = -1;
     return result;
 }

@@ -4,6 +4,7 @@
 
 #include "core/capabilities.h"
 #include "core/description.h"
+#include "core/handle.h"
 #include "core/multiframe.h"
 #include "core/open.h"
 #include "err/status.h"
@@ -102,7 +103,7 @@ int ZOR_seek(ZOR_IMAGE **variable, int32_t target) {
         return zor::set_status(ZOR_E_UNSUPPORTED);
     if (image->seek != nullptr) {
         const zor::platform::Lock lock(static_cast<zor::platform::Mutex *>(image->lock));
-        return image->seek(image->data[0], target);
+        return image->seek(zor::driver_state(*image), target);
     }
     constexpr int32_t random_read = ZOR_ACCESS_READ | ZOR_ACCESS_RANDOM_READ;
     if (image->format != nullptr && (image->format->access & random_read) == random_read)
