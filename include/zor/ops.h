@@ -191,8 +191,8 @@ ZOR_API int ZOR__xyz_luminance_undo(ZOR_IMAGE *image);
  *   ZOR__samples_to_xyz        three floats, light; chan_format "xyz"
  * Colours of any type are taken: integers of up to 8 bits through the image's response curve,
  * others through its gamma if it is a power function. Bytes are the nearest to the wanted curve, a
- * power function with a positive gamma, whose gamma the description then states, or tables of bytes; NaN
- * gives 0. Nothing is pushed on channels that are not planar, on other formats, for curves that do
+ * power function with a positive gamma, whose gamma the description then states, or tables of bytes;
+ * NaN gives 0. Nothing is pushed on channels that are not planar, on other formats, for curves that do
  * not fit, and where there is no space for that many channels or the primaries are unusable. */
 ZOR_API ZOR_IMAGE *ZOR__samples_to_display(ZOR_IMAGE *image, const ZOR_RESPONSE_CURVE *curve);
 ZOR_API int ZOR__samples_to_display_undo(ZOR_IMAGE *image);
@@ -238,7 +238,7 @@ enum {
 
 /* Reading: resamples the image to another size, after a ZOR__cast, so that all channels become
  * 32-bit floats, and those of 8-bit pictures light. Windows start at (0, 0); the active window
- * takes in all that the old one has a part in, and the picture's size changes with that of its window.
+ * takes in all that the old one has a part in, and the picture's size changes with its window's.
  * Edges are continued beyond the window. Rows are read in file order, each of them once, as long as
  * the caller reads in file order, and again otherwise; only those under the filter are held.
  *   width, height  1 to 2^24
