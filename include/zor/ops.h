@@ -190,10 +190,11 @@ ZOR_API int ZOR__xyz_luminance_undo(ZOR_IMAGE *image);
  *   ZOR__samples_to_rgb        three floats, light in the image's primaries; chan_format "rgb"
  *   ZOR__samples_to_xyz        three floats, light; chan_format "xyz"
  * Colours of any type are taken: integers of up to 8 bits through the image's response curve,
- * others through its gamma if it is a power function. Bytes are the nearest to the wanted curve, a
- * power function with a positive gamma, whose gamma the description then states, or tables of bytes;
- * NaN gives 0. Nothing is pushed on channels that are not planar, on other formats, for curves that do
- * not fit, and where there is no space for that many channels or the primaries are unusable. */
+ * others through its gamma if it is a power function. Bytes are the nearest to the wanted curve,
+ * a power function with a positive gamma, whose gamma the description then states, or tables of
+ * bytes; NaN gives 0. Nothing is pushed on channels that are not planar, on other formats, for
+ * curves that do not fit, and where there is no space for that many channels or the primaries
+ * are unusable. */
 ZOR_API ZOR_IMAGE *ZOR__samples_to_display(ZOR_IMAGE *image, const ZOR_RESPONSE_CURVE *curve);
 ZOR_API int ZOR__samples_to_display_undo(ZOR_IMAGE *image);
 ZOR_API ZOR_IMAGE *ZOR__samples_to_luminance(ZOR_IMAGE *image, const ZOR_RESPONSE_CURVE *curve);
