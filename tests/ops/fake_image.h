@@ -147,7 +147,7 @@ public:
 
     // Rows that fit a description; and a sample in such rows.
     static void **new_rows(const ZOR_IMAGE_DESC &desc) {
-        const int interleaved = desc.chan_flag == 0 ? desc.image.count : 1;
+        const int interleaved = desc.chan_flag == 0 ? std::max(desc.image.count, 1) : 1;
         return zor__chan_alloc(&desc, (desc.win_right - desc.win_left + 1) * interleaved, "test");
     }
     static double get(const ZOR_IMAGE_DESC &desc, void *const *rows, int channel, int x) {
