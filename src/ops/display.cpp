@@ -105,14 +105,14 @@ bool choose_groups(const ZOR_IMAGE &image, Request &request) {
     const ZOR_IMAGE_DESC &desc = image.images[0];
     if ((request.flags & ZOR_DISPLAY_MATTE) != 0) {
         if (desc.matte.count < 1)
-            return ERR_report_cat(zor__msg_cat, ZOR_MSG_NO_MATTE, image.name), false;
+            return ERR_report_cat(zor__msg_cat, ZOR_MSG_NO_MATTE), false;
         if (desc.matte.count > 1)
             return ERR_report_cat(zor__msg_cat, ZOR_MSG_MATTES, display_name), false;
         request.targets[MATTE] = &bytes;
     }
     if ((request.flags & ZOR_DISPLAY_AUX) != 0) {
         if (desc.aux.count < 1)
-            return ERR_report_cat(zor__msg_cat, ZOR_MSG_NO_AUX, image.name), false;
+            return ERR_report_cat(zor__msg_cat, ZOR_MSG_NO_AUX), false;
         if (desc.aux.count > 1)
             return ERR_report_cat(zor__msg_cat, ZOR_MSG_AUXILIARIES, display_name), false;
         request.targets[AUX] = &bytes;
@@ -183,7 +183,7 @@ Outcome push_correction(Pushing &pushing, const Request &request, const ZOR_IMAG
     if (format == "raw" || (format == "sampled" && desc.size_code != 16))
         return outcome_of(
             pushing.push(SAMPLES_TO_DISPLAY, &ZOR__samples_to_display, request.curve));
-    if (indices || format == "sampled")
+    if (indices)
         return Outcome::done;
     if (format == "rgb" && other_primaries)
         return outcome_of(pushing.push(RGB_TRANSFORM, &ZOR__rgb_transform, request.curve));
