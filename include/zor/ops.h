@@ -69,7 +69,8 @@ enum {
  * primaries and curve.
  *   flags      ZOR_DISPLAY_...; groups not asked for stay as they are
  *   primaries  18 floats of which the last twelve are chromaticities (x, y, z; z is not used) of
- *              red, green, blue and white, or null: those of the image
+ *              red, green, blue and white; or null: "rgb" stays in those of the image, and "xyz"
+ *              goes to those of the colour defaults
  *   curve      the display's response curve; null: a power function of FMT_def_gamma
  * Refused are images without the one matte (ZOR_MSG_NO_MATTE, ZOR_MSG_MATTES) or auxiliary channel
  * (ZOR_MSG_NO_AUX, ZOR_MSG_AUXILIARIES) that was asked for. A channel format that is none of the
@@ -119,7 +120,8 @@ ZOR_API int ZOR__quantize_undo(ZOR_IMAGE *image);
 
 /* Reading: integers change their width by a shift, to one held in as many bytes or in fewer. Shifts
  * to the left leave zeros behind. Float groups and null targets stay as they are; when a group
- * cannot take its target nothing is pushed.
+ * cannot take its target nothing is pushed. With any target the operator is there, even if all
+ * groups have their width already.
  *   targets  for each group the wanted integers, or null */
 ZOR_API ZOR_IMAGE *ZOR__change_width(ZOR_IMAGE *image, const ZOR_TARGET *const targets[3]);
 ZOR_API int ZOR__change_width_undo(ZOR_IMAGE *image);
