@@ -17,13 +17,21 @@ namespace {
 using Convert = void (*)(void *to, const void *from, int32_t width, double largest,
                          const PowerTable *encode);
 
+// 0 for NaN. In the type that there is, of which more fit in a register.
+template<class Float>
+Float clamp_to_unit(Float value) {
+    const Float positive = value > 0 ? value : 0;
+    return positive < 1 ? positive : 1;
+}
+
 template<class Float, class Integer>
 void round_row(void *to, const void *from, int32_t width, double largest,
                const PowerTable * /*encode*/) {
     const auto *floats = static_cast<const Float *>(from);
     auto *integers = static_cast<Integer *>(to);
     for (int32_t x = 0; x < width; ++x)
-        integers[x] = to_sample<Integer>(static_cast<double>(floats[x]) * largest, largest);
+        integers[x] =
+            truncate_to<Integer>(static_cast<double>(clamp_to_unit(floats[x])) * largest + 0.5);
 }
 
 template<class Float, class Integer>
@@ -32,8 +40,7 @@ void encode_row(void *to, const void *from, int32_t width, double largest,
     const auto *floats = static_cast<const Float *>(from);
     auto *integers = static_cast<Integer *>(to);
     for (int32_t x = 0; x < width; ++x) {
-        const Float positive = floats[x] > 0 ? floats[x] : 0; // and for NaN
-        const auto light = static_cast<float>(positive < 1 ? positive : 1);
+        const auto light = static_cast<float>(clamp_to_unit(floats[x]));
         integers[x] = to_sample<Integer>((*encode)(light), largest);
     }
 }

@@ -38,6 +38,19 @@ void expect_nothing_pushed(const FakeImage &fake) {
     EXPECT_EQ(fake.image()->driver_state, nullptr);
 }
 
+TEST(Cast, GivesQuotientsToTheLastBit) {
+    for (int bits = 1; bits <= 16; ++bits) {
+        const int count = 1 << bits;
+        FakeImage fake(ZOR_MODE_READ, count, 1, {integers(1, bits), none, none});
+        fake.value = [](int, int x, int) { return x; };
+        ZOR__cast(fake.image());
+        const auto rows = fake.read(0);
+        for (int x = 0; x < count; ++x)
+            ASSERT_EQ(rows[0][static_cast<size_t>(x)], static_cast<float>(x / (count - 1.0)))
+                << x << " of " << bits;
+    }
+}
+
 TEST(Quantize, RoundsWhatIsClamped) {
     const std::vector<double> list = {nan, -inf, -0.25, 0, 0.31, 0.5, 0.69, 0.999, 1, 1.25, inf};
     for (const ZOR_CHANNELS &from : {floats(2), doubles(2)}) {
