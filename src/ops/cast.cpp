@@ -22,8 +22,8 @@ void divide(float *to, const void *from, int32_t width, double scale, const floa
         to[x] = static_cast<float>(static_cast<double>(samples[x]) * scale);
 }
 
-// The same for bytes, to the last bit, in floats. The scale is a sum of which the larger part has 16
-// bits: products with it are exact, and the smaller part's are too small for their rounding to count.
+// The same for bytes, to the last bit, in floats. The scale is a sum whose larger part has 16 bits:
+// products with it are exact, and those with the smaller one too small for their rounding to count.
 void divide_bytes(float *to, const void *from, int32_t width, double scale,
                   const float * /*table*/) {
     const auto *samples = static_cast<const uint8_t *>(from);

@@ -33,7 +33,7 @@ private:
     }
 };
 
-// How far a colour can move away from its mean before the component leaves [margin, limit - margin].
+// How far a colour can move from its mean before a component leaves [margin, limit - margin].
 double most_factor(double component, double mean, double limit, double margin) {
     if (component < margin)
         return (mean - margin) / (mean - component);

@@ -127,7 +127,7 @@ bool is_usable(const ZOR_IMAGE &image, const ZOR_RESPONSE_CURVE &encode) {
 }
 
 // Chooses the converters and makes what they need, given the description as callers will see it;
-// false when memory ran out.
+// false, with the status set, when it cannot be had.
 bool prepare(Quantize &record, const ZOR_IMAGE &image, const ZOR_IMAGE_DESC &seen,
              const ZOR_TARGET *const targets[3], bool encoding) {
     const auto integers = copy_groups(seen);
@@ -143,7 +143,7 @@ bool prepare(Quantize &record, const ZOR_IMAGE &image, const ZOR_IMAGE_DESC &see
     if (encoding) {
         record.encode.reset(allocate<PowerTable>());
         if (record.encode == nullptr)
-            return false;
+            return set_status(ZOR_E_MEMORY), false;
         const double power =
             static_cast<double>(record.gamma) / static_cast<double>(seen.curve.gamma);
         record.encode->fill(power, record.largest[COLOUR]);
@@ -152,7 +152,7 @@ bool prepare(Quantize &record, const ZOR_IMAGE &image, const ZOR_IMAGE_DESC &see
         int64_t{seen.image.count} + int64_t{seen.matte.count} + int64_t{seen.aux.count};
     record.handed_on.reset(allocate<void *>(num_channels + 1));
     if (record.handed_on == nullptr)
-        return false;
+        return set_status(ZOR_E_MEMORY), false;
     record.handed_on.get()[num_channels] = nullptr;
     record.converted.reset(zor__chan_alloc(reads(image) ? &seen : &image.images[0], record.width,
                                            "quantize operator"));
@@ -198,10 +198,8 @@ ZOR_IMAGE *ZOR__quantize(ZOR_IMAGE *image, const ZOR_TARGET *const targets[3],
     record->gamma = desc.curve.gamma;
     record->groups = copy_groups(desc);
     record->width = row_width(desc);
-    if (!prepare(*record, *image, seen, targets, encoding)) {
-        set_status(ZOR_E_MEMORY);
+    if (!prepare(*record, *image, seen, targets, encoding))
         return image;
-    }
     desc = seen;
     return install(image, std::move(record));
 }
