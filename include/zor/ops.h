@@ -69,7 +69,8 @@ enum {
  * primaries and curve.
  *   flags      ZOR_DISPLAY_...; groups not asked for stay as they are
  *   primaries  18 floats of which the last twelve are chromaticities (x, y, z; z is not used) of
- *              red, green, blue and white, or null: those of the image
+ *              red, green, blue and white; or null: "rgb" stays in those of the image, and "xyz"
+ *              goes to those of the colour defaults
  *   curve      the display's response curve; null: a power function of FMT_def_gamma
  * Refused are images without the one matte (ZOR_MSG_NO_MATTE, ZOR_MSG_MATTES) or auxiliary channel
  * (ZOR_MSG_NO_AUX, ZOR_MSG_AUXILIARIES) that was asked for. A channel format that is none of the
@@ -112,20 +113,22 @@ ZOR_API int ZOR__cast_undo(ZOR_IMAGE *image);
  *   targets  for each group the wanted integers, or null: as it is. Integer groups stay as they are
  *   encode   null; or, reading, a power function: colours are light, or of the gamma that the
  *            description states, and are encoded to this gamma before they are rounded, which the
- *            description then states */
+ *            description then states. That is right to a hundredth of a 16-bit step */
 ZOR_API ZOR_IMAGE *ZOR__quantize(ZOR_IMAGE *image, const ZOR_TARGET *const targets[3],
                                  const ZOR_RESPONSE_CURVE *encode);
 ZOR_API int ZOR__quantize_undo(ZOR_IMAGE *image);
 
 /* Reading: integers change their width by a shift, to one held in as many bytes or in fewer. Shifts
  * to the left leave zeros behind. Float groups and null targets stay as they are; when a group
- * cannot take its target nothing is pushed.
+ * cannot take its target nothing is pushed. With any target the operator is there, even if all
+ * groups have their width already.
  *   targets  for each group the wanted integers, or null */
 ZOR_API ZOR_IMAGE *ZOR__change_width(ZOR_IMAGE *image, const ZOR_TARGET *const targets[3]);
 ZOR_API int ZOR__change_width_undo(ZOR_IMAGE *image);
 
-/* Groups of 32-bit floats are mapped from their range to [0, 1], and clamped to it. Channels must be
- * planar, and every group that has a range must be of that type.
+/* Groups of 32-bit floats are mapped from their range to [0, 1], and clamped to it, in the active
+ * window and the line above it. Channels must be planar, and every group that has a range must be of
+ * that type; otherwise nothing is pushed.
  *   ranges  for each group its range, or null: as it is */
 ZOR_API ZOR_IMAGE *ZOR__remap(ZOR_IMAGE *image, const ZOR_RANGE *const ranges[3]);
 ZOR_API int ZOR__remap_undo(ZOR_IMAGE *image);
@@ -145,9 +148,9 @@ ZOR_API int ZOR__scale_undo(ZOR_IMAGE *image);
 
 /* Colour --------------------------------------------------------------------------------------- */
 
-/* Float and double colours are brought into [0, matte] of their pixel: "rgb" of three channels by
- * moving them toward their mean, others by clamping each component. Without a matte nothing is
- * pushed. */
+/* Float and double colours are brought into [0, matte] of their pixel, in the active window: "rgb" of
+ * three channels by moving them toward their mean, others by clamping each component. Without a matte
+ * of the same type nothing is pushed. */
 ZOR_API ZOR_IMAGE *ZOR__clip(ZOR_IMAGE *image);
 ZOR_API int ZOR__clip_undo(ZOR_IMAGE *image);
 
