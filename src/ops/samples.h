@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdint>
 
 #include "zor/records.h"
@@ -40,7 +41,7 @@ inline int32_t row_width(const ZOR_IMAGE_DESC &desc) { return desc.win_right - d
 // Largest value of an integer of so many bits, 0 to 32.
 inline constexpr std::array<double, 33> max_value = [] {
     std::array<double, 33> table{};
-    for (uint64_t bits = 0; bits < table.size(); ++bits)
+    for (size_t bits = 0; bits < table.size(); ++bits)
         table[bits] = static_cast<double>((uint64_t{1} << bits) - 1);
     return table;
 }();

@@ -6,6 +6,7 @@
 #include "core/library.h"
 #include "core/tape.h"
 #include "zor/driver.h"
+#include "zor/ops.h"
 
 namespace {
 
@@ -83,6 +84,27 @@ TEST_F(Scan, ForwardsRastersAndDirectScans) {
     image->last_scanline = 12;
     EXPECT_EQ(ZOR_get_raster(image, 0, 0, 0, 0, 0), 0);
     EXPECT_EQ(image->last_scanline, -1);
+}
+
+TEST_F(Scan, LeadsPastOperatorsToTheDriver) {
+    open("random");
+    static void *driver;
+    driver = image->data[0];
+    image->num_frames = 1;
+    image->direct_scan = [](void *state, int, ZOR_WORD, ZOR_WORD, ZOR_WORD, ZOR_WORD) {
+        return state == driver ? 7 : 0;
+    };
+    image->raster = [](void *state, ZOR_WORD, ZOR_WORD, ZOR_WORD, ZOR_WORD, ZOR_WORD) {
+        return state == driver ? 7 : 0;
+    };
+    image->set_frame = [](void *state, ZOR_WORD) { return state == driver ? 7 : 0; };
+    image->seek = [](void *state, int) { return state == driver ? 7 : 0; };
+    ZOR__cast(image);
+    ASSERT_NE(image->data[0], driver);
+    EXPECT_EQ(ZOR_direct_scan_read(image, 0, 1, 2, 3, 4), 7);
+    EXPECT_EQ(ZOR_get_raster(image, 1, 2, 3, 4, 5), 7);
+    EXPECT_EQ(ZOR_set_frame(image, 1), 7);
+    EXPECT_EQ(ZOR_seek(&image, tape_top - 3), 7);
 }
 
 TEST_F(Scan, SeeksForwardByReadingAndBackByReopening) {
