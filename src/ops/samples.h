@@ -36,6 +36,11 @@ inline bool is_float(const ZOR_CHANNELS &group) {
     return group.type == ZOR_C_FLOAT || group.type == ZOR_C_DOUBLE;
 }
 
+// Channels that share a row: colours may be interleaved in the first one.
+inline int32_t channels_per_row(const ZOR_IMAGE_DESC &desc, Group group) {
+    return group == COLOUR && desc.chan_flag == 0 ? std::max(desc.image.count, 1) : 1;
+}
+
 inline int32_t row_width(const ZOR_IMAGE_DESC &desc) { return desc.win_right - desc.win_left + 1; }
 
 // Largest value of an integer of so many bits, 0 to 32.
@@ -45,6 +50,23 @@ inline constexpr std::array<double, 33> max_value = [] {
         table[bits] = static_cast<double>((uint64_t{1} << bits) - 1);
     return table;
 }();
+
+// What a group's samples have for 1: the largest value of integers.
+inline double largest_value(const ZOR_CHANNELS &group) {
+    const bool integers = is_integer(group) && group.bits >= 0 && group.bits <= 32;
+    return integers ? max_value[static_cast<size_t>(group.bits)] : 1.0;
+}
+
+// A value as an integer sample: rounded, and clamped to [0, largest]; 0 for NaN.
+template<class Sample>
+Sample to_sample(double value, double largest) {
+    const double positive = value > 0 ? value : 0;
+    const double clamped = positive < largest ? positive : largest;
+    if constexpr (sizeof(Sample) < 4)
+        return static_cast<Sample>(static_cast<int32_t>(clamped + 0.5)); // can be vectorised
+    else
+        return static_cast<Sample>(clamped + 0.5);
+}
 
 // The active window as rows see it: so many samples from an offset on, in so many lines.
 struct ActivePart {
