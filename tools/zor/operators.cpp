@@ -42,6 +42,7 @@ private:
     }
 
     bool select();
+    [[nodiscard]] bool widens() const;
     bool make_bytes();
     bool make_floats();
     bool resize();
@@ -68,6 +69,7 @@ private:
     std::array<ZOR_CHANNELS, 3> before_ = {}; // as the file has them
     float gamma_ = 1;                         // the true one of the colours
     float file_gamma_ = 1;
+    bool light_ = false; // the colours were bytes of the file's gamma
 };
 
 // Where the operators want null for "none".
@@ -99,7 +101,7 @@ bool Pusher::change_width(const Targets &targets) {
         if (ZOR_sample_size(ZOR_C_INTEGER, bits) > ZOR_sample_size(ZOR_C_INTEGER, groups[g].bits))
             return refuse("integers of " + std::to_string(groups[g].bits) +
                           " bits cannot be widened to " + std::to_string(bits) +
-                          ", which take more bytes; --resize and --float lead to wider samples");
+                          " beside auxiliary channels that floats cannot hold");
         // The shift leaves zeros where white has ones.
         factors[g] = static_cast<float>(std::ldexp(1, bits) - 1) /
                      static_cast<float>(std::ldexp(1, bits) - std::ldexp(1, bits - groups[g].bits));
@@ -117,7 +119,7 @@ bool Pusher::change_width(const Targets &targets) {
 // Floats become integers.
 //   gamma  that colours are encoded to, from the one that the description states
 bool Pusher::quantize(const Targets &targets, std::optional<float> gamma) {
-    const ZOR_RESPONSE_CURVE curve = {1, gamma.value_or(1), 0, 0, 0, 0, 0, nullptr};
+    const ZOR_RESPONSE_CURVE curve = {1, gamma.value_or(1), 0, 0, light_ ? 256 : 0, 0, 0, nullptr};
     ZOR__quantize(image_, pointers(targets).data(), gamma.has_value() ? &curve : nullptr);
     const auto now = groups_of(desc());
     for (size_t g = 0; g < now.size(); ++g)
@@ -137,11 +139,24 @@ bool Pusher::make_bytes() {
 bool Pusher::make_floats() {
     const ZOR_CHANNELS colours = desc().image;
     ZOR__cast(image_);
-    if (is_integer(colours) && colours.bits == 8)
+    light_ = is_integer(colours) && colours.count > 0 && colours.bits == 8 && gamma_ != 1;
+    if (light_)
         gamma_ = 1;
     const auto now = groups_of(desc());
     return check(std::all_of(now.begin(), now.end(),
                              [](const ZOR_CHANNELS &group) { return group.type == ZOR_C_FLOAT; }));
+}
+
+// Whether integers are to take more bytes, which they do by way of floats. Auxiliary channels come
+// along and have to come back as they were: what floats cannot hold keeps that from happening.
+bool Pusher::widens() const {
+    const auto size = [](int32_t bits) { return ZOR_sample_size(ZOR_C_INTEGER, bits); };
+    const ZOR_CHANNELS &aux = before_[2];
+    if (aux.count > 0 && is_integer(aux) && aux.bits > 24)
+        return false;
+    return std::any_of(before_.begin(), before_.begin() + 2, [&](const ZOR_CHANNELS &group) {
+        return group.count > 0 && is_integer(group) && size(wanted_.bits) > size(group.bits);
+    });
 }
 
 int32_t extent(double pixels) {
@@ -175,25 +190,31 @@ bool Pusher::make_integers() {
         if (before_[g].count == 0)
             targets[g] = {};
     }
-    const bool light = gamma_ != file_gamma_ && desc().curve.kind != 2;
-    if (!quantize(targets, light ? std::optional(file_gamma_) : std::nullopt))
+    const bool encode = light_ && desc().curve.kind != 2;
+    if (!quantize(targets, encode ? std::optional(file_gamma_) : std::nullopt))
         return false;
-    if (light)
+    if (encode)
         gamma_ = file_gamma_;
     return change_width(targets);
 }
 
-// Float colours become 8 bits of the display's gamma at once: the display itself would round light,
-// which has too few steps in the dark. Returns the gamma to hand on to it; nothing after a failure.
+// Float colours become 8 bits of the display's gamma at once, or of the one that they had as bytes:
+// the display itself would round light, which has too few steps in the dark. Returns the gamma to
+// hand on to it; nothing after a failure.
 std::optional<float> Pusher::encode() {
-    const float gamma = *wanted_.gamma;
+    const bool unstated = is_integer(before_[0]) && before_[0].bits <= 8 &&
+                          wanted_.unstated.has_value() && *wanted_.unstated == file_gamma_;
+    const float gamma = unstated ? file_gamma_ : wanted_.gamma.value_or(2.2F);
     if (!has_floats(desc().image) || desc().curve.kind == 2)
         return gamma;
-    ZOR__clip(image_);
+    if (!is_integer(before_[0])) // as the display does
+        ZOR__clip(image_);
+    const Targets bytes = {ZOR_TARGET{ZOR_C_INTEGER, 8}, {}, {}};
+    if (light_)
+        return quantize(bytes, file_gamma_) ? std::optional(gamma) : std::nullopt;
     // From the gamma that is stated, although it may not be the true one.
     const float wanted = desc().curve.gamma * gamma / gamma_;
-    const bool done = quantize({ZOR_TARGET{ZOR_C_INTEGER, 8}, {}, {}}, wanted);
-    return done ? std::optional(wanted) : std::nullopt;
+    return quantize(bytes, wanted) ? std::optional(wanted) : std::nullopt;
 }
 
 // What to ask of the display; nothing after a report.
@@ -254,7 +275,7 @@ bool Pusher::display(Outcome &outcome) {
     const int32_t code = desc().size_code;
     const bool corrected =
         is("raw") || (code != 16 && (code != 8 || is("sampled"))) || wanted_.luminance;
-    outcome.gamma = corrected ? *wanted_.gamma : gamma_;
+    outcome.gamma = corrected ? wanted_.gamma.value_or(2.2F) : light_ ? file_gamma_ : gamma_;
     const ZOR_RESPONSE_CURVE curve = {1, *gamma, 0, 0, 0, 0, 0, nullptr};
     ZOR__display(image_, static_cast<unsigned char>(*flags), given ? primaries.data() : nullptr,
                  &curve);
@@ -271,7 +292,7 @@ bool Pusher::push(Outcome &outcome) {
     const bool shown = wanted_.for_display();
     if (wanted_.size.has_value() && shown && !make_bytes())
         return false;
-    if ((wanted_.size.has_value() || wanted_.to_float) && !make_floats())
+    if ((wanted_.size.has_value() || wanted_.to_float || widens()) && !make_floats())
         return false;
     if (wanted_.size.has_value() && !resize())
         return false;

@@ -34,6 +34,9 @@ struct Operations {
     bool luminance = false;        // the same, one channel
     std::optional<float> gamma;    // of the display
     std::optional<Chromaticities> primaries;
+    // Bytes of this gamma, the one assumed for files that state none, are fit for a display as they
+    // are. Nothing: no gamma is like that.
+    std::optional<float> unstated;
     int32_t bits = 0; // integers so wide; 0: as wide as they were
 
     [[nodiscard]] bool for_display() const { return display || luminance; }

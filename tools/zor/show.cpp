@@ -39,6 +39,7 @@ Operations operations_of(const ShowRequest &request) {
     operations.image = request.image;
     operations.display = true;
     operations.gamma = FMT_def_gamma();
+    operations.unstated = FMT_def_input_gamma();
     if (request.width > 0)
         operations.size = WantedSize{request.width, 0, 0};
     return operations;
