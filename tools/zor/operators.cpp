@@ -236,6 +236,13 @@ std::optional<unsigned> Pusher::display_flags() {
     return std::nullopt;
 }
 
+// Whether three colours, x, y, z each, span a plane, and a white is light.
+bool are_usable(const float *p) {
+    const double area = (double{p[0]} - p[6]) * (double{p[4]} - p[7]) -
+                        (double{p[3]} - p[6]) * (double{p[1]} - p[7]);
+    return std::abs(area) > 1e-6 && std::abs(p[10]) > 1e-6F;
+}
+
 // The wanted primaries, or the picture's own where colours become rgb for the first time. The
 // argument of ZOR__display has them behind six other numbers.
 //   given  receives whether they matter
@@ -266,6 +273,8 @@ bool Pusher::display(Outcome &outcome) {
     bool given = false;
     if (!gamma.has_value() || !choose_primaries(primaries, given))
         return check(false);
+    if (given && !are_usable(primaries.data() + 6))
+        return refuse("no colours can be mixed from these primaries");
     outcome.rgb = is("xyz") || is("sampled");
     if (given && !wanted_.luminance) {
         outcome.primaries.emplace();
