@@ -1,4 +1,5 @@
 // convert_test.cpp - conversions of images that take a program to make, and without memory.
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <numeric>
@@ -49,7 +50,7 @@ protected:
     }
 
     // Writes a picture of one row, in which pixel x has the value x in all channels, and a matte.
-    void write_ramp(const char *name, float gamma) const {
+    void write_ramp(const char *name, float gamma, const char *chan_format = "rgb") const {
         const std::unique_ptr<ZOR_INFO, decltype([](ZOR_INFO *info) { ZOR_info_free(info, 1); })>
             info(ZOR_info_alloc());
         info->file_name = STR_save(path(name).c_str());
@@ -57,6 +58,7 @@ protected:
         ZOR_IMAGE_DESC *desc = ZOR_info_add_image(info.get(), 256, 1);
         desc->curve = {1, gamma, 0, 0, 0, 0, 0, nullptr};
         desc->matte = {1, ZOR_C_INTEGER, 8};
+        desc->chan_format = STR_save(chan_format);
         ZOR_IMAGE *image = ZOR_open(info.get(), "w");
         ASSERT_NE(image, nullptr);
         std::array<uint8_t, 256> row;
@@ -90,6 +92,9 @@ TEST_F(Convert, WindowsAndFurtherImagesGoOverWhereTheyCan) {
     write_two_images("a.mox");
     EXPECT_EQ(convert("a.mox", "b.mox", true), zor::EXIT_OUTPUT_FAILED) << "one image only";
     EXPECT_EQ(convert("a.mox", "b.mox"), zor::EXIT_FINE);
+    zor::Operations first;
+    first.image = 1;
+    EXPECT_EQ(convert("a.mox", "d.mox", true, first), zor::EXIT_FINE) << "no other one counts";
     EXPECT_EQ(convert("b.mox", "c.mox", true), zor::EXIT_FINE);
     EXPECT_EQ(read_file(path("a.mox")).substr(0, 16), read_file(path("b.mox")).substr(0, 16))
         << "window and active window";
@@ -125,6 +130,28 @@ TEST_F(Convert, ResizedPicturesKeepTheirLook) {
             }
         }
     }
+}
+
+TEST_F(Convert, ADisplayMakesRgbOfOtherColours) {
+    zor::Operations shown;
+    shown.display = true;
+    shown.gamma = 1.8F;
+    for (const char *format : {"xyz", "sampled"}) {
+        write_ramp("a.mox", 2.2F, format);
+        ASSERT_EQ(convert("a.mox", "b.mox", true, shown), zor::EXIT_FINE);
+        const zor::Image image = zor::open_input(path("b.mox"), "", reports_);
+        ASSERT_NE(image, nullptr);
+        EXPECT_STREQ(ZOR_image_desc(image.get(), 0)->chan_format, "rgb");
+        EXPECT_EQ(ZOR_image_desc(image.get(), 0)->curve.gamma, 1.8F);
+        const std::vector<int> green = read_ramp("b.mox", 1).first;
+        EXPECT_TRUE(std::is_sorted(green.begin(), green.end()));
+        EXPECT_GT(green[255], 200) << format;
+    }
+    zor::Operations luminance = shown;
+    std::swap(luminance.display, luminance.luminance);
+    EXPECT_EQ(convert("a.mox", "c.mox", true, luminance), zor::EXIT_FINE) << "of samples";
+    write_ramp("a.mox", 2.2F, "xyz");
+    EXPECT_EQ(convert("a.mox", "d.mox", true, luminance), zor::EXIT_INPUT_FAILED);
 }
 
 TEST_F(Convert, EveryAllocationMayFail) {
