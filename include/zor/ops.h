@@ -69,7 +69,8 @@ enum {
  * primaries and curve.
  *   flags      ZOR_DISPLAY_...; groups not asked for stay as they are
  *   primaries  18 floats of which the last twelve are chromaticities (x, y, z; z is not used) of
- *              red, green, blue and white, or null: those of the image
+ *              red, green, blue and white; or null: "rgb" stays in those of the image, and "xyz"
+ *              goes to those of the colour defaults
  *   curve      the display's response curve; null: a power function of FMT_def_gamma
  * Refused are images without the one matte (ZOR_MSG_NO_MATTE, ZOR_MSG_MATTES) or auxiliary channel
  * (ZOR_MSG_NO_AUX, ZOR_MSG_AUXILIARIES) that was asked for. A channel format that is none of the
@@ -121,7 +122,8 @@ ZOR_API int ZOR__quantize_undo(ZOR_IMAGE *image);
 
 /* Reading: integers change their width by a shift, to one held in as many bytes or in fewer. Shifts
  * to the left leave zeros behind. Float groups and null targets stay as they are; when a group
- * cannot take its target nothing is pushed.
+ * cannot take its target nothing is pushed. With any target the operator is there, even if all
+ * groups have their width already.
  *   targets  for each group the wanted integers, or null */
 ZOR_API ZOR_IMAGE *ZOR__change_width(ZOR_IMAGE *image, const ZOR_TARGET *const targets[3]);
 ZOR_API int ZOR__change_width_undo(ZOR_IMAGE *image);
@@ -181,16 +183,21 @@ ZOR_API int ZOR__rgb_luminance_undo(ZOR_IMAGE *image);
 ZOR_API ZOR_IMAGE *ZOR__xyz_luminance(ZOR_IMAGE *image, const ZOR_RESPONSE_CURVE *curve);
 ZOR_API int ZOR__xyz_luminance_undo(ZOR_IMAGE *image);
 
-/* Reading colours that are spectral samples: the sample space with as many bins as there are colour
- * channels (CLR_find) gives their X, Y, Z, scaled so that samples of 1 are the image's white point.
- *   ZOR__samples_to_display    "sampled": three 8-bit channels of rgb of the colour matrices, or
- *                              "raw": each channel corrected to the curve, one channel copied to
- *                              three, more than three cut down to the first three
- *   ZOR__samples_to_luminance  one 8-bit channel, Y
+/* Reading colours that are spectral samples, with the channel format "sampled": the sample space
+ * with as many bins as there are colour channels (CLR_find) gives their X, Y, Z, scaled so that
+ * samples of 1 are the image's white point.
+ *   ZOR__samples_to_display    three 8-bit channels of rgb of the colour matrices; chan_format "rgb".
+ *                              Also "raw", which it keeps: each channel corrected to the curve, one
+ *                              channel copied to three, two with a black third one, more than three
+ *                              cut down to the first three
+ *   ZOR__samples_to_luminance  one 8-bit channel, Y; chan_format "rgb"
  *   ZOR__samples_to_rgb        three floats, light in the image's primaries; chan_format "rgb"
- *   ZOR__samples_to_xyz        three floats; chan_format "xyz"
- * Colours of any type are taken; 8-bit and narrower ones through the image's response curve. No
- * space for that many channels: nothing is pushed. */
+ *   ZOR__samples_to_xyz        three floats, light; chan_format "xyz"
+ * Colours of any type are taken: integers of up to 8 bits through the image's response curve, others
+ * through its gamma if it is a power function. Bytes are the nearest to the wanted curve, a power
+ * function with a positive gamma, whose gamma the description then states, or tables of bytes; NaN
+ * gives 0. Nothing is pushed on channels that are not planar, on other formats, for curves that do
+ * not fit, and where there is no space for that many channels or the primaries are unusable. */
 ZOR_API ZOR_IMAGE *ZOR__samples_to_display(ZOR_IMAGE *image, const ZOR_RESPONSE_CURVE *curve);
 ZOR_API int ZOR__samples_to_display_undo(ZOR_IMAGE *image);
 ZOR_API ZOR_IMAGE *ZOR__samples_to_luminance(ZOR_IMAGE *image, const ZOR_RESPONSE_CURVE *curve);
@@ -234,20 +241,21 @@ enum {
 };
 
 /* Reading: resamples the image to another size, after a ZOR__cast, so that all channels become
- * 32-bit floats, and those of 8-bit pictures light. Windows start at (0, 0). Edges are continued
- * beyond the window. Rows are read in file order as long as the caller reads in file order; only
- * those under the filter are held.
- *   width, height  1 or more
+ * 32-bit floats, and those of 8-bit pictures light. Windows start at (0, 0); the active window takes
+ * in all that the old one has a part in, and the picture's size changes with that of its window.
+ * Edges are continued beyond the window. Rows are read in file order, each of them once, as long as
+ * the caller reads in file order, and again otherwise; only those under the filter are held.
+ *   width, height  1 to 2^24
  *   filter         ZOR_FILTER_...
- * Sizes and filters there are not are refused. */
+ * Sizes and filters there are not are refused, as are channels that are not planar. */
 ZOR_API ZOR_IMAGE *ZOR__resize(ZOR_IMAGE *image, int32_t width, int32_t height, int32_t filter);
 ZOR_API int ZOR__resize_undo(ZOR_IMAGE *image);
 
-/* Reading: merges two fields into a frame of twice the height. Lines are counted from the top, from
- * 0; the even field has lines 0, 2, 4...
+/* Reading: merges two fields into a frame of twice the height, whose windows reach from twice the
+ * fields' bottom line up. Lines are counted from the top, from 0; the even field has lines 0, 2, 4...
  *   image  the field that is shown first: the even one when FMT_def_dominance is 0, else the odd
- *   other  the field shown second: a handle of its own, open for reading, with windows, channels
- *          and orientation like those of image. It stays the caller's, who leaves it alone and open
+ *   other  the field shown second: a handle of its own, open for reading, with windows, channels,
+ *          curve and orientation like those of image. It stays the caller's, who leaves it alone and open
  *          until the merge is undone or image closed
  * Fields that differ are refused. */
 ZOR_API ZOR_IMAGE *ZOR__merge_fields(ZOR_IMAGE *image, ZOR_IMAGE *other);

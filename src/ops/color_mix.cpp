@@ -97,14 +97,27 @@ bool make_products(ColorMix *mix) {
     return true;
 }
 
-// Sum k of a colour, as an index of codes.
-int32_t code_index(const ColorMix &mix, const std::array<int64_t, 3> &light, size_t k) {
-    const int64_t sum =
-        mix.matrix[k] * light[0] + mix.matrix[3 + k] * light[1] + mix.matrix[6 + k] * light[2];
-    // A shift to the right rounds down, negative sums too.
-    const int64_t top = (int64_t{1} << mix.precision) - 1;
-    return static_cast<int32_t>(std::clamp<int64_t>(sum >> mix.precision, -1, top)) + 1;
-}
+// One of the three sums for a colour.
+class PlainSum {
+public:
+    PlainSum(const ColorMix &mix, size_t k)
+        : weights_{mix.matrix[k], mix.matrix[3 + k], mix.matrix[6 + k]},
+          precision_(mix.precision),
+          top_((int64_t{1} << mix.precision) - 1) {}
+
+    // An index of codes.
+    [[nodiscard]] int64_t operator()(const std::array<int64_t, 3> &light) const {
+        const int64_t sum =
+            weights_[0] * light[0] + weights_[1] * light[1] + weights_[2] * light[2];
+        // A shift to the right rounds down, negative sums too.
+        return std::clamp<int64_t>(sum >> precision_, -1, top_) + 1;
+    }
+
+private:
+    std::array<int64_t, 3> weights_;
+    int32_t precision_;
+    int64_t top_;
+};
 
 std::array<int64_t, 3> light_of(const ColorMix &mix, const ColorRows &rows, int32_t x) {
     return {mix.light[0][rows[0][x]], mix.light[1][rows[1][x]], mix.light[2][rows[2][x]]};
@@ -112,6 +125,7 @@ std::array<int64_t, 3> light_of(const ColorMix &mix, const ColorRows &rows, int3
 
 // Eight numbers of 16 bits and four of 32, in 16 bytes that the compiler keeps in one register.
 using Int16x8 = int16_t __attribute__((vector_size(16)));
+using UInt16x8 = uint16_t __attribute__((vector_size(16)));
 using Int32x4 = int32_t __attribute__((vector_size(16)));
 
 Int32x4 load(const int32_t (&from)[4]) {
@@ -120,36 +134,50 @@ Int32x4 load(const int32_t (&from)[4]) {
     return to;
 }
 
-// By the products. Rendered pictures repeat colours; the last one's result is kept for that.
+uint32_t word_at(const uint8_t *from) {
+    uint32_t word = 0;
+    std::memcpy(&word, from, sizeof word);
+    return word;
+}
+
+// By the products, and four colours at a time where they are those of the four before: rendered
+// pictures have many of one colour in a row.
 void mix_colors_quickly(const ColorMix &mix, const ColorRows &rows, int32_t count) {
     const auto &shares = mix.products->shares;
     const auto most = static_cast<int16_t>(1 << mix.precision);
     const Int16x8 highest = {most, most, most, most, most, most, most, most};
     const Int16x8 lowest = {};
-    uint8_t *const red = rows[0];
-    uint8_t *const green = rows[1];
-    uint8_t *const blue = rows[2];
+    const auto [red, green, blue] = rows;
     const auto [red_codes, green_codes, blue_codes] = mix.codes;
-    uint32_t last = UINT32_MAX; // no colour
-    uint8_t codes[3] = {};
-    for (int32_t x = 0; x < count; ++x) {
-        const uint32_t color = red[x] | uint32_t{green[x]} << 8 | uint32_t{blue[x]} << 16;
-        if (color != last) {
-            last = color;
-            const Int32x4 sums =
-                load(shares[0][red[x]]) + load(shares[1][green[x]]) + load(shares[2][blue[x]]);
-            // The upper halves are the whole parts.
-            Int16x8 indices = reinterpret_cast<Int16x8>(sums);
-            indices = indices > lowest ? indices : lowest;
-            indices = indices < highest ? indices : highest;
-            codes[0] = red_codes[indices[1]];
-            codes[1] = green_codes[indices[3]];
-            codes[2] = blue_codes[indices[5]];
+    const auto mix_one = [&](int32_t x) {
+        // The upper halves of the sums are their whole parts.
+        auto indices = reinterpret_cast<Int16x8>(
+            load(shares[0][red[x]]) + load(shares[1][green[x]]) + load(shares[2][blue[x]]));
+        indices = indices > lowest ? indices : lowest;
+        indices = indices < highest ? indices : highest;
+        const auto from_zero = reinterpret_cast<UInt16x8>(indices);
+        red[x] = red_codes[from_zero[1]];
+        green[x] = green_codes[from_zero[3]];
+        blue[x] = blue_codes[from_zero[5]];
+    };
+    constexpr int32_t block = sizeof(uint32_t);
+    std::array<uint32_t, 3> last = {};
+    int32_t x = 0;
+    for (; x + block <= count; x += block) {
+        const std::array<uint32_t, 3> now = {word_at(red + x), word_at(green + x),
+                                             word_at(blue + x)};
+        const uint32_t differing = (now[0] ^ last[0]) | (now[1] ^ last[1]) | (now[2] ^ last[2]);
+        if (differing == 0 && x > 0) {
+            for (uint8_t *const row : rows)
+                std::memcpy(row + x, row + x - block, block);
+            continue;
         }
-        red[x] = codes[0];
-        green[x] = codes[1];
-        blue[x] = codes[2];
+        last = now;
+        for (int32_t i = 0; i < block; ++i)
+            mix_one(x + i);
     }
+    for (; x < count; ++x)
+        mix_one(x);
 }
 
 } // namespace
@@ -174,16 +202,20 @@ void mix_colors(const ColorMix &mix, const ColorRows &rows, int32_t count) {
 }
 
 void mix_colors_plainly(const ColorMix &mix, const ColorRows &rows, int32_t count) {
+    const std::array<PlainSum, 3> sums = {PlainSum(mix, 0), PlainSum(mix, 1), PlainSum(mix, 2)};
     for (int32_t x = 0; x < count; ++x) {
         const auto light = light_of(mix, rows, x);
         for (size_t k = 0; k < 3; ++k)
-            rows[k][x] = mix.codes[k][code_index(mix, light, k)];
+            rows[k][x] = mix.codes[k][sums[k](light)];
     }
 }
 
 void mix_luminance(const ColorMix &mix, const ColorRows &rows, int32_t count) {
+    const PlainSum sum(mix, 1);
+    const uint8_t *const codes = mix.codes[0];
+    const ColorRows own = rows; // which stores cannot change
     for (int32_t x = 0; x < count; ++x)
-        rows[0][x] = mix.codes[0][code_index(mix, light_of(mix, rows, x), 1)];
+        own[0][x] = codes[sum(light_of(mix, own, x))];
 }
 
 } // namespace zor

@@ -74,13 +74,21 @@ class Pushing {
 public:
     Pushing(ZOR_IMAGE *image, Display *record) : image_(image), record_(record) {}
 
-    // Pushes an operator and notes whether there was something to do. False when memory ran out.
+    // Pushes an operator and notes whether there was something to do. False when memory ran out,
+    // which only the status tells: it is set to a value that nobody else sets. Operators that do
+    // not touch it leave it as it was before.
     template<class Operator, class... Arguments>
     bool push(Step step, Operator *push_operator, const Arguments &...arguments) {
+        constexpr int32_t untouched = 1;
+        const int32_t status_before = status();
         const void *before = image_->data[0];
+        set_status(untouched);
         push_operator(image_, arguments...);
         record_->done[step] = image_->data[0] != before ? 1 : 0;
-        return status() != ZOR_E_MEMORY;
+        const bool failed = status() == ZOR_E_MEMORY;
+        if (status() == untouched)
+            set_status(status_before);
+        return !failed;
     }
 
 private:
@@ -199,14 +207,9 @@ Outcome push_correction(Pushing &pushing, const Request &request, const ZOR_IMAG
 Outcome push_all(ZOR_IMAGE *image, Display &record, const Request &request) {
     const ColorMatrixLock lock;
     Pushing pushing(image, &record);
-    const int32_t status_before = status();
-    set_status(0); // tells whether memory ran out
     Outcome outcome = push_samples(pushing, request);
     if (outcome != Outcome::done)
         return outcome;
-    if (status() == 0)
-        set_status(status_before);
-
     const ZOR_IMAGE_DESC &desc = image->images[0];
     if ((request.flags & ZOR_DISPLAY_LUMINANCE) != 0) {
         outcome = push_luminance(pushing, request, desc);

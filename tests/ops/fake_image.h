@@ -98,6 +98,9 @@ public:
         }
         image_->scan = mode == ZOR_MODE_READ ? &read_line : &write_line;
         image_->close = &close_image;
+        constexpr float primaries[] = {0.67F, 0.33F, 0,     0.21F, 0.71F,  0.08F,
+                                       0.14F, 0.08F, 0.78F, 0.31F, 0.316F, 0.374F};
+        std::copy_n(primaries, 12, image_->primaries);
     }
     ~FakeImage() {
         image_->close(image_); // from the top of the stack down

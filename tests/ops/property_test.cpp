@@ -8,6 +8,7 @@
 
 #include "ops/fake_image.h"
 #include "support/fault.h"
+#include "zor/clr.h"
 
 namespace {
 
@@ -147,6 +148,12 @@ ZOR_RESPONSE_CURVE any_curve(Dice &dice) {
     return {1, dice.pick({1.0F, 1.8F, 2.2F}), 0, 0, 0, 0, 0, nullptr};
 }
 
+template<auto push>
+void with_curve(ZOR_IMAGE *image, Dice &dice) {
+    const ZOR_RESPONSE_CURVE curve = any_curve(dice);
+    push(image, &curve);
+}
+
 const Operator operators[] = {
     {[](ZOR_IMAGE *image, Dice &dice) { ZOR__select(image, dice.roll(2)); }, &ZOR__select_undo},
     {[](ZOR_IMAGE *image, Dice &) { ZOR__cast(image); }, &ZOR__cast_undo},
@@ -168,9 +175,45 @@ const Operator operators[] = {
      },
      &ZOR__scale_undo},
     {[](ZOR_IMAGE *image, Dice &) { ZOR__clip(image); }, &ZOR__clip_undo},
+    {[](ZOR_IMAGE *image, Dice &) { ZOR__samples_to_rgb(image); }, &ZOR__samples_to_rgb_undo},
+    {[](ZOR_IMAGE *image, Dice &) { ZOR__samples_to_xyz(image); }, &ZOR__samples_to_xyz_undo},
+    {with_curve<ZOR__samples_to_display>, &ZOR__samples_to_display_undo},
+    {with_curve<ZOR__samples_to_luminance>, &ZOR__samples_to_luminance_undo},
+    {with_curve<ZOR__gamma>, &ZOR__gamma_undo},
+    {with_curve<ZOR__rgb_transform>, &ZOR__rgb_transform_undo},
+    {with_curve<ZOR__xyz_transform>, &ZOR__xyz_transform_undo},
+    {with_curve<ZOR__rgb_luminance>, &ZOR__rgb_luminance_undo},
+    {with_curve<ZOR__xyz_luminance>, &ZOR__xyz_luminance_undo},
+    {[](ZOR_IMAGE *image, Dice &dice) {
+         const int width = 1 + dice.roll(80);
+         const int height = 1 + dice.roll(8);
+         ZOR__resize(image, width, height, dice.roll(5));
+     },
+     &ZOR__resize_undo},
+    {[](ZOR_IMAGE *image, Dice &dice) {
+         float primaries[18] = {};
+         std::copy_n(image->primaries, 12, primaries + 6);
+         primaries[6] += dice.pick({0.0F, 0.02F});
+         const ZOR_RESPONSE_CURVE curve = any_curve(dice);
+         const int flags = dice.roll(4) != 0 ? dice.pick({7, 16}) : dice.roll(64);
+         ZOR__display(image, static_cast<unsigned char>(flags), dice.toss() ? primaries : nullptr,
+                      &curve);
+     },
+     &ZOR__display_undo},
 };
 const Operator &any_operator(Dice &dice) {
     return operators[dice.roll(static_cast<int>(std::size(operators)))];
+}
+
+// Undoes a push. A display that gave up half way has left other operators, and nothing of its own.
+void take_off(ZOR_IMAGE *image, const Operator &op, const Snapshot &below) {
+    if (op.undo(image) == 1)
+        return;
+    EXPECT_EQ(op.undo, &ZOR__display_undo);
+    for (int i = 0; i < 4 && image->data[0] != below.slots[0]; ++i)
+        for (const Operator &other : operators)
+            if (image->data[0] != below.slots[0])
+                other.undo(image);
 }
 
 // Moves a line or two through the stack.
@@ -204,15 +247,15 @@ TEST(Stacks, ComeOffWithoutATrace) {
             if (image->data[0] != before.slots[0])
                 stack.push_back({&op, before});
             else
-                ASSERT_EQ(Snapshot(*image), before);
+                ASSERT_TRUE(Snapshot(*image) == before);
             scan(*fake, dice);
         }
         pushed += static_cast<int>(stack.size());
         // The rest of some stacks is left to the close function.
         const size_t left = dice.toss() ? 0 : stack.size() / 2;
         for (; stack.size() > left; stack.pop_back()) {
-            ASSERT_EQ(stack.back().op->undo(image), 1);
-            ASSERT_EQ(Snapshot(*image), stack.back().below);
+            take_off(image, *stack.back().op, stack.back().below);
+            ASSERT_TRUE(Snapshot(*image) == stack.back().below);
             scan(*fake, dice);
         }
     }
@@ -221,6 +264,7 @@ TEST(Stacks, ComeOffWithoutATrace) {
 
 TEST(Stacks, StayAsTheyWereWhenMemoryRunsOut) {
     ReportLog log;
+    CLR_find(1); // which the library keeps
     long struck = 0;
     for (uint32_t seed = 1; seed <= 300; ++seed) {
         SCOPED_TRACE(seed);
@@ -230,6 +274,10 @@ TEST(Stacks, StayAsTheyWereWhenMemoryRunsOut) {
         for (int i = dice.roll(3); i > 0; --i)
             any_operator(dice).push(image, dice);
         const Operator &op = any_operator(dice);
+        // The luminance of xyz is only there when memory is not.
+        if (op.undo == &ZOR__xyz_luminance_undo ||
+            (op.undo == &ZOR__display_undo && fake->desc().chan_format == std::string("xyz")))
+            continue;
         const Snapshot before(*image);
         for (long n = 1;; ++n) {
             Dice same = dice;
@@ -242,9 +290,13 @@ TEST(Stacks, StayAsTheyWereWhenMemoryRunsOut) {
             ASSERT_EQ(fault.live(), 0);
             ASSERT_EQ(zor__err, ZOR_E_MEMORY);
             ASSERT_EQ(image->data[0], before.slots[0]);
-            if (op.undo == &ZOR__cast_undo && Snapshot(*image) != before)
-                break; // it leaves its description behind, and is known for it
-            ASSERT_EQ(Snapshot(*image), before);
+            // A cast leaves its description behind, and is known for it; so does what begins with one.
+            if ((op.undo == &ZOR__cast_undo || op.undo == &ZOR__resize_undo) &&
+                Snapshot(*image) != before) {
+                EXPECT_EQ(fake->desc().image.type, ZOR_C_FLOAT);
+                break;
+            }
+            ASSERT_TRUE(Snapshot(*image) == before);
         }
     }
     EXPECT_GT(struck, 200);

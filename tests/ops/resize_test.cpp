@@ -158,6 +158,7 @@ TEST(Resize, DescribesTheNewPictureAndPutsTheOldOneBack) {
     desc.act_right = 29;
     desc.act_bottom = 0;
     desc.act_top = 9;
+    desc.picture_width = 100;
     desc.picture_height = 75;
     const auto before = state_of(*image);
     ZOR__resize(image, 50, 101, ZOR_FILTER_BOX);
@@ -276,7 +277,7 @@ TEST(Resize, GivesTheSameBitsEverywhere) {
             ZOR__resize_undo(fake.image());
         }
     }
-    EXPECT_EQ(hash, 0U);
+    EXPECT_EQ(hash, 18333368317384260663U);
 }
 
 } // namespace
