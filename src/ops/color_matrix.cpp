@@ -21,16 +21,17 @@ struct Chromaticity {
     double x, y;
 };
 
-// Of red, green, blue and white.
+Chromaticity chromaticity(const float *from) {
+    return {static_cast<double>(from[0]), static_cast<double>(from[1])};
+}
+
+// Of red, green, blue and white. The colour database is left alone when it is not needed.
 std::array<Chromaticity, 4> chromaticities(const float *primaries) {
-    std::array<Chromaticity, 4> result;
-    const std::array<const float *, 4> defaults = {CLR_def_red_primary(), CLR_def_green_primary(),
-                                                   CLR_def_blue_primary(), CLR_def_white_point()};
-    for (size_t i = 0; i < result.size(); ++i) {
-        const float *from = primaries != nullptr ? primaries + 3 * i : defaults[i];
-        result[i] = {static_cast<double>(from[0]), static_cast<double>(from[1])};
-    }
-    return result;
+    if (primaries == nullptr)
+        return {chromaticity(CLR_def_red_primary()), chromaticity(CLR_def_green_primary()),
+                chromaticity(CLR_def_blue_primary()), chromaticity(CLR_def_white_point())};
+    return {chromaticity(primaries), chromaticity(primaries + 3), chromaticity(primaries + 6),
+            chromaticity(primaries + 9)};
 }
 
 double length(double x, double y, double z) { return std::sqrt(x * x + y * y + z * z); }

@@ -18,8 +18,6 @@ private:
         config_close();
         write_file(home_.file, "fmt__gamma_table_res " + std::to_string(n) + "\n");
         FMT_init(nullptr);
-        FMT_exit();
-        config_close();
     }
     Home home_;
 };
