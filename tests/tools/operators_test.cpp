@@ -55,6 +55,9 @@ TEST_F(Operators, FilesSayWhatTheirSamplesAre) {
         EXPECT_EQ(image["height"], height);
         EXPECT_EQ(image["colour"], json({{"count", colours}, {"type", type}, {"bits", bits}}));
         EXPECT_EQ(image["gamma"], gamma);
+        const bool resized = width != 64;
+        EXPECT_EQ(image["picture"]["width"], resized ? width : 640);
+        EXPECT_EQ(image["picture"]["format"] == "ntsc_640", !resized);
         EXPECT_EQ(image["matte"]["bits"], bits);
         EXPECT_EQ(image["auxiliary"]["bits"], aux_bits);
         const bool p3 = std::string(command).ends_with("p3");

@@ -294,6 +294,7 @@ bool Pusher::display(Outcome &outcome) {
 }
 
 bool Pusher::push(Outcome &outcome) {
+    outcome.resized = wanted_.size.has_value();
     if (!select())
         return false;
     before_ = groups_of(desc());
@@ -332,6 +333,9 @@ bool state(ZOR_INFO &info, const Outcome &outcome) {
         desc.curve = {1, *outcome.gamma, 0, 0, 0, 0, 0, nullptr};
     if (outcome.primaries.has_value())
         std::copy(outcome.primaries->begin(), outcome.primaries->end(), info.primaries);
+    // The numbers of a named format, which are for another size, would stand in for the picture's.
+    if (outcome.resized && !set_text(desc.picture_format, ""))
+        return false;
     return !outcome.rgb || set_text(desc.chan_format, "rgb");
 }
 

@@ -60,6 +60,7 @@ std::string contradiction(const Operations &operations);
 struct Outcome {
     std::optional<float> gamma; // the exponent of its power function
     bool rgb = false;           // the colours have become that
+    bool resized = false;
     std::optional<std::array<float, 12>> primaries;
 };
 
