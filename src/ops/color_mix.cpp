@@ -147,8 +147,12 @@ void mix_colors_quickly(const ColorMix &mix, const ColorRows &rows, int32_t coun
     const auto most = static_cast<int16_t>(1 << mix.precision);
     const Int16x8 highest = {most, most, most, most, most, most, most, most};
     const Int16x8 lowest = {};
-    const auto [red, green, blue] = rows;
-    const auto [red_codes, green_codes, blue_codes] = mix.codes;
+    uint8_t *const red = rows[0];
+    uint8_t *const green = rows[1];
+    uint8_t *const blue = rows[2];
+    const uint8_t *const red_codes = mix.codes[0];
+    const uint8_t *const green_codes = mix.codes[1];
+    const uint8_t *const blue_codes = mix.codes[2];
     const auto mix_one = [&](int32_t x) {
         // The upper halves of the sums are their whole parts.
         auto indices = reinterpret_cast<Int16x8>(

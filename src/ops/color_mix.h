@@ -15,8 +15,8 @@ namespace zor {
 
 constexpr int32_t most_precision = 14; // bits
 
-// For each byte of each channel its share in the three sums, and a fourth that is not used, in units
-// of 2^-16 so that the whole parts lie in the upper halves.
+// For each byte of each channel its share in the three sums, and a fourth that is not used, in
+// units of 2^-16 so that the whole parts lie in the upper halves.
 struct MixProducts {
     int32_t shares[3][256][4];
 };

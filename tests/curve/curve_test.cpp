@@ -149,21 +149,22 @@ TEST(Copying, GivesTablesOfItsOwn) {
     EXPECT_EQ(error(copy.curve, 1, [&](int i) { return Real(entry(owner.curve, 0, i)); }), 0);
 
     Curve bad = owner.curve;
+    Owner none;
     zor__err = -3;
     for (const int depth : {1, 7, 20}) {
         bad.depth = depth;
-        EXPECT_EQ(ZOR_response_curve_copy(&copy.curve, &bad), -1);
+        EXPECT_EQ(ZOR_response_curve_copy(&none.curve, &bad), -1);
         EXPECT_EQ(log.last(), "Invalid curve depth 1 found: must be in the range 8 to 16");
-        EXPECT_EQ(copy.curve.tables, nullptr);
+        EXPECT_EQ(none.curve.tables, nullptr);
     }
     bad.type = 3;
-    EXPECT_EQ(ZOR_response_curve_copy(&copy.curve, &bad), -1);
+    EXPECT_EQ(ZOR_response_curve_copy(&none.curve, &bad), -1);
     EXPECT_TRUE(log.has(ZOR_MSG_CURVE_TYPE));
     EXPECT_EQ(zor__err, -3);
 
     const Curve function = power(2, 0, 0, 0, 0);
-    EXPECT_EQ(ZOR_response_curve_copy(&copy.curve, &function), 0);
-    EXPECT_EQ(copy.curve.tables, nullptr);
+    EXPECT_EQ(ZOR_response_curve_copy(&none.curve, &function), 0);
+    EXPECT_EQ(none.curve.tables, nullptr);
 }
 
 class Composing : public testing::Test {

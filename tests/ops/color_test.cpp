@@ -225,16 +225,6 @@ TEST_F(Color, TransformsMixLight) {
     EXPECT_EQ(log.text(), "");
 }
 
-TEST_F(Color, EqualPrimariesKeepEveryByte) {
-    FakeColors fake(1);
-    fake.value = [](int, int x, int) { return x; };
-    ZOR_color_matrix_set(3, fake.image()->primaries);
-    ASSERT_TRUE(fake.takes(&ZOR__rgb_transform, linear));
-    for (const auto &row : fake.read(0))
-        for (size_t x = 0; x < 256; ++x)
-            EXPECT_NEAR(row[x], static_cast<double>(x), 1);
-}
-
 TEST_F(Color, LuminanceComesBeforeMatteAndDepth) {
     FakeColors fake(1, {{3, ZOR_C_INTEGER, 8}, {1, ZOR_C_INTEGER, 8}, {1, ZOR_C_INTEGER, 16}});
     fake.value = [](int channel, int, int) { return 10 * channel; };
