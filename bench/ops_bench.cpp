@@ -196,10 +196,11 @@ To round_to(float value, double largest) {
 }
 
 void add_row_operators(Bench &b) {
-    b.add_rows<uint8_t, float>("cast, 8 bits, light", eight, false, &ZOR__cast,
-                               [](uint8_t v) { return static_cast<float>(v) * (1.0F / 255.0F); });
+    b.add_rows<uint8_t, float>("cast, 8 bits", eight, false, &ZOR__cast, [](uint8_t v) {
+        return static_cast<float>(static_cast<double>(v) * (1.0 / 255));
+    });
     b.add_rows<uint16_t, float>("cast, 16 bits", sixteen, false, &ZOR__cast, [](uint16_t v) {
-        return static_cast<float>(v) * (1.0F / 65535.0F);
+        return static_cast<float>(static_cast<double>(v) * (1.0 / 65535));
     });
     b.add_rows<uint16_t, uint8_t>(
         "narrow, 16 to 8 bits", sixteen, true,

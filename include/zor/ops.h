@@ -113,9 +113,10 @@ ZOR_API int ZOR__cast_undo(ZOR_IMAGE *image);
  *   targets  for each group the wanted integers, or null: as it is. Integer groups stay as they are
  *   encode   null; or, reading, a power function: colours are light, or of the gamma that the
  *            description states, and are encoded to this gamma before they are rounded, which the
- *            description then states. num_elements 256 says that the light was made from bytes of
- *            this gamma by ZOR_gamma_btof, as a cast does: the line near black that its table has
- *            is taken out again, so that the bytes come back */
+ *            description then states. That is right to a hundredth of a 16-bit step.
+ *            num_elements 256 says that the light was made from bytes of this gamma by
+ *            ZOR_gamma_btof, as a cast does: the line near black that its table has is taken out
+ *            again, so that the bytes come back */
 ZOR_API ZOR_IMAGE *ZOR__quantize(ZOR_IMAGE *image, const ZOR_TARGET *const targets[3],
                                  const ZOR_RESPONSE_CURVE *encode);
 ZOR_API int ZOR__quantize_undo(ZOR_IMAGE *image);
@@ -128,8 +129,9 @@ ZOR_API int ZOR__quantize_undo(ZOR_IMAGE *image);
 ZOR_API ZOR_IMAGE *ZOR__change_width(ZOR_IMAGE *image, const ZOR_TARGET *const targets[3]);
 ZOR_API int ZOR__change_width_undo(ZOR_IMAGE *image);
 
-/* Groups of 32-bit floats are mapped from their range to [0, 1], and clamped to it. Channels must be
- * planar, and every group that has a range must be of that type.
+/* Groups of 32-bit floats are mapped from their range to [0, 1], and clamped to it, in the active
+ * window and the line above it. Channels must be planar, and every group that has a range must be of
+ * that type; otherwise nothing is pushed.
  *   ranges  for each group its range, or null: as it is */
 ZOR_API ZOR_IMAGE *ZOR__remap(ZOR_IMAGE *image, const ZOR_RANGE *const ranges[3]);
 ZOR_API int ZOR__remap_undo(ZOR_IMAGE *image);
@@ -149,9 +151,9 @@ ZOR_API int ZOR__scale_undo(ZOR_IMAGE *image);
 
 /* Colour --------------------------------------------------------------------------------------- */
 
-/* Float and double colours are brought into [0, matte] of their pixel: "rgb" of three channels by
- * moving them toward their mean, others by clamping each component. Without a matte nothing is
- * pushed. */
+/* Float and double colours are brought into [0, matte] of their pixel, in the active window: "rgb" of
+ * three channels by moving them toward their mean, others by clamping each component. Without a matte
+ * of the same type nothing is pushed. */
 ZOR_API ZOR_IMAGE *ZOR__clip(ZOR_IMAGE *image);
 ZOR_API int ZOR__clip_undo(ZOR_IMAGE *image);
 

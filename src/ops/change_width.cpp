@@ -15,18 +15,21 @@ namespace {
 using Convert = void (*)(void *row, int64_t count, int32_t shift);
 
 // The loop that is vectorised goes to a buffer, since the row's two types must not meet in it.
-template<class From, class To>
+//   known  the shift, where that makes a faster loop; 0: any
+template<class From, class To, int known>
 void shift_row(void *row, int64_t count, int32_t shift) {
     constexpr int64_t step = 512;
     auto *bytes = static_cast<char *>(row);
     To converted[step];
-    const int right = std::max(shift, 0);
-    const int left = std::max(-shift, 0);
+    const int right = known != 0 ? known : std::max(shift, 0);
+    const int left = known != 0 ? 0 : std::max(-shift, 0);
     for (int64_t x = 0; x < count; x += step) {
         const int64_t part = std::min(step, count - x);
         const From *from = reinterpret_cast<const From *>(bytes) + x;
-        for (int64_t i = 0; i < part; ++i)
-            converted[i] = static_cast<To>(static_cast<uint32_t>(from[i]) >> right << left);
+        for (int64_t i = 0; i < part; ++i) {
+            const uint32_t sample = from[i];
+            converted[i] = static_cast<To>(sample >> right << left);
+        }
         std::memcpy(bytes + x * static_cast<int64_t>(sizeof(To)), converted,
                     static_cast<size_t>(part) * sizeof(To));
     }
@@ -58,12 +61,12 @@ struct ChangeWidth {
 };
 
 // Null when samples would have to grow.
-Convert choose_convert(const ZOR_CHANNELS &from, const ZOR_CHANNELS &to) {
+Convert choose_convert(const ZOR_CHANNELS &from, const ZOR_CHANNELS &to, int32_t shift) {
     return choose_by_sample(from, [&]<class From>(From) -> Convert {
-        return choose_by_sample(to, []<class To>(To) -> Convert {
+        return choose_by_sample(to, [&]<class To>(To) -> Convert {
             if constexpr (std::is_integral_v<From> && std::is_integral_v<To> &&
                           sizeof(To) <= sizeof(From))
-                return &shift_row<From, To>;
+                return shift == 8 ? &shift_row<From, To, 8> : &shift_row<From, To, 0>;
             else
                 return nullptr;
         });
@@ -80,7 +83,7 @@ bool plan(ZOR_CHANNELS &group, const ZOR_TARGET *target, ChangeWidth::GroupShift
         return true;
     const ZOR_CHANNELS wanted = {group.count, target->type, target->bits};
     shift.shift = group.bits - target->bits;
-    shift.convert = choose_convert(group, wanted);
+    shift.convert = choose_convert(group, wanted, shift.shift);
     group = wanted;
     return shift.convert != nullptr;
 }

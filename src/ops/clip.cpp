@@ -33,7 +33,7 @@ private:
     }
 };
 
-// How far a colour can move away from its mean before the component leaves [margin, limit - margin].
+// How far a colour can move from its mean before a component leaves [margin, limit - margin].
 double most_factor(double component, double mean, double limit, double margin) {
     if (component < margin)
         return (mean - margin) / (mean - component);
@@ -70,6 +70,19 @@ void clip_colour(Sample &r, Sample &g, Sample &b, Sample limit) {
     b = static_cast<Sample>(mean + factor * (blue - mean));
 }
 
+// Whether a run of colours can stay as it is, as most can.
+template<class Sample>
+bool all_inside(const Sample *r, const Sample *g, const Sample *b, const Sample *limits,
+                int64_t start, int64_t end) {
+    int outside = 0;
+    for (int64_t x = start; x < end; ++x) {
+        for (const Sample component : {r[x], g[x], b[x]})
+            outside |=
+                static_cast<int>(!(component >= 0)) | static_cast<int>(!(component <= limits[x]));
+    }
+    return outside == 0;
+}
+
 // The work on a row. Rgb: of three channels, which are clipped together.
 template<class Sample, bool rgb, bool planar>
 void clip_row(const Clip &clip, void *const *rows) {
@@ -84,8 +97,14 @@ void clip_row(const Clip &clip, void *const *rows) {
         Sample *const r = channel(0);
         Sample *const g = channel(1);
         Sample *const b = channel(2);
-        for (int64_t x = 0; x < clip.count; ++x)
-            clip_colour(r[x * stride], g[x * stride], b[x * stride], limits[x]);
+        constexpr int64_t step = 64;
+        for (int64_t start = 0; start < clip.count; start += step) {
+            const int64_t end = std::min<int64_t>(start + step, clip.count);
+            if (planar && all_inside(r, g, b, limits, start, end))
+                continue;
+            for (int64_t x = start; x < end; ++x)
+                clip_colour(r[x * stride], g[x * stride], b[x * stride], limits[x]);
+        }
     } else {
         for (int32_t k = 0; k < clip.num_colours; ++k) {
             Sample *const row = channel(k);

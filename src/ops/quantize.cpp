@@ -30,13 +30,21 @@ struct Encode {
 using Convert = void (*)(void *to, const void *from, int32_t width, double largest,
                          const Encode *encode);
 
+// 0 for NaN. In the type that there is, of which more fit in a register.
+template<class Float>
+Float clamp_to_unit(Float value) {
+    const Float positive = value > 0 ? value : 0;
+    return positive < 1 ? positive : 1;
+}
+
 template<class Float, class Integer>
 void round_row(void *to, const void *from, int32_t width, double largest,
                const Encode * /*encode*/) {
     const auto *floats = static_cast<const Float *>(from);
     auto *integers = static_cast<Integer *>(to);
     for (int32_t x = 0; x < width; ++x)
-        integers[x] = to_sample<Integer>(static_cast<double>(floats[x]) * largest, largest);
+        integers[x] =
+            truncate_to<Integer>(static_cast<double>(clamp_to_unit(floats[x])) * largest + 0.5);
 }
 
 template<class Float, class Integer>
@@ -44,8 +52,7 @@ void encode_row(void *to, const void *from, int32_t width, double largest, const
     const auto *floats = static_cast<const Float *>(from);
     auto *integers = static_cast<Integer *>(to);
     for (int32_t x = 0; x < width; ++x) {
-        const Float positive = floats[x] > 0 ? floats[x] : 0; // and for NaN
-        const auto light = static_cast<float>(positive < 1 ? positive : 1);
+        const auto light = static_cast<float>(clamp_to_unit(floats[x]));
         integers[x] = to_sample<Integer>((*encode)(light), largest);
     }
 }
@@ -132,7 +139,7 @@ bool is_usable(const ZOR_IMAGE &image, const ZOR_RESPONSE_CURVE &encode) {
 }
 
 // Chooses the converters and makes what they need, given the description as callers will see it;
-// false when memory ran out.
+// false, with the status set, when it cannot be had.
 //   from_bytes  the light to be encoded was made from bytes by a table
 bool prepare(Quantize &record, const ZOR_IMAGE &image, const ZOR_IMAGE_DESC &seen,
              const ZOR_TARGET *const targets[3], bool encoding, bool from_bytes) {
@@ -149,7 +156,7 @@ bool prepare(Quantize &record, const ZOR_IMAGE &image, const ZOR_IMAGE_DESC &see
     if (encoding) {
         record.encode.reset(allocate<Encode>());
         if (record.encode == nullptr)
-            return false;
+            return set_status(ZOR_E_MEMORY), false;
         const double power =
             static_cast<double>(record.gamma) / static_cast<double>(seen.curve.gamma);
         record.encode->power.fill(power, record.largest[COLOUR]);
@@ -162,7 +169,7 @@ bool prepare(Quantize &record, const ZOR_IMAGE &image, const ZOR_IMAGE_DESC &see
         int64_t{seen.image.count} + int64_t{seen.matte.count} + int64_t{seen.aux.count};
     record.handed_on.reset(allocate<void *>(num_channels + 1));
     if (record.handed_on == nullptr)
-        return false;
+        return set_status(ZOR_E_MEMORY), false;
     record.handed_on.get()[num_channels] = nullptr;
     record.converted.reset(zor__chan_alloc(reads(image) ? &seen : &image.images[0], record.width,
                                            "quantize operator"));
@@ -208,11 +215,8 @@ ZOR_IMAGE *ZOR__quantize(ZOR_IMAGE *image, const ZOR_TARGET *const targets[3],
     record->gamma = desc.curve.gamma;
     record->groups = copy_groups(desc);
     record->width = row_width(desc);
-    if (!prepare(*record, *image, seen, targets, encoding,
-                 encoding && encode->num_elements == 256)) {
-        set_status(ZOR_E_MEMORY);
+    if (!prepare(*record, *image, seen, targets, encoding, encoding && encode->num_elements == 256))
         return image;
-    }
     desc = seen;
     return install(image, std::move(record));
 }

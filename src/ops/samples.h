@@ -57,15 +57,20 @@ inline double largest_value(const ZOR_CHANNELS &group) {
     return integers ? max_value[static_cast<size_t>(group.bits)] : 1.0;
 }
 
+// A value, 0 or more, truncated to an integer sample that can hold it.
+template<class Sample>
+Sample truncate_to(double value) {
+    if constexpr (sizeof(Sample) < 4)
+        return static_cast<Sample>(static_cast<int32_t>(value)); // can be vectorised
+    else
+        return static_cast<Sample>(value);
+}
+
 // A value as an integer sample: rounded, and clamped to [0, largest]; 0 for NaN.
 template<class Sample>
 Sample to_sample(double value, double largest) {
     const double positive = value > 0 ? value : 0;
-    const double clamped = positive < largest ? positive : largest;
-    if constexpr (sizeof(Sample) < 4)
-        return static_cast<Sample>(static_cast<int32_t>(clamped + 0.5)); // can be vectorised
-    else
-        return static_cast<Sample>(clamped + 0.5);
+    return truncate_to<Sample>((positive < largest ? positive : largest) + 0.5);
 }
 
 // The active window as rows see it: so many samples from an offset on, in so many lines.

@@ -1,4 +1,4 @@
-// property_test.cpp - stacks of any operators on images of any kind: what was pushed comes off again
+// property_test.cpp - stacks of any operators on images of any kind: what was pushed comes off
 // without a trace, in whatever order it came and whenever memory runs out.
 #include <gtest/gtest.h>
 
@@ -290,7 +290,7 @@ TEST(Stacks, StayAsTheyWereWhenMemoryRunsOut) {
             ASSERT_EQ(fault.live(), 0);
             ASSERT_EQ(zor__err, ZOR_E_MEMORY);
             ASSERT_EQ(image->data[0], before.slots[0]);
-            // A cast leaves its description behind, and is known for it; so does what begins with one.
+            // A cast leaves its description behind, as always; so does what begins with one.
             if ((op.undo == &ZOR__cast_undo || op.undo == &ZOR__resize_undo) &&
                 Snapshot(*image) != before) {
                 EXPECT_EQ(fake->desc().image.type, ZOR_C_FLOAT);
