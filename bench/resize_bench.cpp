@@ -18,7 +18,7 @@ constexpr int32_t width = bench::Frame::width;
 constexpr int32_t height = bench::Frame::height;
 constexpr int32_t channels = 3;
 
-// Three channels of floats, handed out row by row: what resampling costs, and not what casting does.
+// Three channels of floats, handed out row by row: what resampling costs, without casting.
 class Source {
 public:
     Source() : image(zor::new_handle(ZOR_MODE_READ)), samples_(size_t{width} * height * channels) {

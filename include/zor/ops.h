@@ -188,18 +188,19 @@ ZOR_API int ZOR__xyz_luminance_undo(ZOR_IMAGE *image);
 /* Reading colours that are spectral samples, with the channel format "sampled": the sample space
  * with as many bins as there are colour channels (CLR_find) gives their X, Y, Z, scaled so that
  * samples of 1 are the image's white point.
- *   ZOR__samples_to_display    three 8-bit channels of rgb of the colour matrices; chan_format "rgb".
- *                              Also "raw", which it keeps: each channel corrected to the curve, one
- *                              channel copied to three, two with a black third one, more than three
- *                              cut down to the first three
+ *   ZOR__samples_to_display    three 8-bit channels of rgb of the colour matrices, chan_format
+ *                              "rgb". Also of "raw", which it keeps: each channel corrected to the
+ *                              curve, one channel copied to three, two with a black third one, more
+ *                              than three cut down to the first three
  *   ZOR__samples_to_luminance  one 8-bit channel, Y; chan_format "rgb"
  *   ZOR__samples_to_rgb        three floats, light in the image's primaries; chan_format "rgb"
  *   ZOR__samples_to_xyz        three floats, light; chan_format "xyz"
- * Colours of any type are taken: integers of up to 8 bits through the image's response curve, others
- * through its gamma if it is a power function. Bytes are the nearest to the wanted curve, a power
- * function with a positive gamma, whose gamma the description then states, or tables of bytes; NaN
- * gives 0. Nothing is pushed on channels that are not planar, on other formats, for curves that do
- * not fit, and where there is no space for that many channels or the primaries are unusable. */
+ * Colours of any type are taken: integers of up to 8 bits through the image's response curve,
+ * others through its gamma if it is a power function. Bytes are the nearest to the wanted curve,
+ * a power function with a positive gamma, whose gamma the description then states, or tables of
+ * bytes; NaN gives 0. Nothing is pushed on channels that are not planar, on other formats, for
+ * curves that do not fit, and where there is no space for that many channels or the primaries
+ * are unusable. */
 ZOR_API ZOR_IMAGE *ZOR__samples_to_display(ZOR_IMAGE *image, const ZOR_RESPONSE_CURVE *curve);
 ZOR_API int ZOR__samples_to_display_undo(ZOR_IMAGE *image);
 ZOR_API ZOR_IMAGE *ZOR__samples_to_luminance(ZOR_IMAGE *image, const ZOR_RESPONSE_CURVE *curve);
@@ -243,8 +244,8 @@ enum {
 };
 
 /* Reading: resamples the image to another size, after a ZOR__cast, so that all channels become
- * 32-bit floats, and those of 8-bit pictures light. Windows start at (0, 0); the active window takes
- * in all that the old one has a part in, and the picture's size changes with that of its window.
+ * 32-bit floats, and those of 8-bit pictures light. Windows start at (0, 0); the active window
+ * takes in all that the old one has a part in, and the picture's size changes with its window's.
  * Edges are continued beyond the window. Rows are read in file order, each of them once, as long as
  * the caller reads in file order, and again otherwise; only those under the filter are held.
  *   width, height  1 to 2^24
@@ -254,11 +255,12 @@ ZOR_API ZOR_IMAGE *ZOR__resize(ZOR_IMAGE *image, int32_t width, int32_t height, 
 ZOR_API int ZOR__resize_undo(ZOR_IMAGE *image);
 
 /* Reading: merges two fields into a frame of twice the height, whose windows reach from twice the
- * fields' bottom line up. Lines are counted from the top, from 0; the even field has lines 0, 2, 4...
+ * fields' bottom line up. Lines are counted from the top, from 0; the even field has lines 0, 2,
+ * 4...
  *   image  the field that is shown first: the even one when FMT_def_dominance is 0, else the odd
  *   other  the field shown second: a handle of its own, open for reading, with windows, channels,
- *          curve and orientation like those of image. It stays the caller's, who leaves it alone and open
- *          until the merge is undone or image closed
+ *          curve and orientation like those of image. It stays the caller's, who leaves it alone
+ *          and open until the merge is undone or image closed
  * Fields that differ are refused. */
 ZOR_API ZOR_IMAGE *ZOR__merge_fields(ZOR_IMAGE *image, ZOR_IMAGE *other);
 ZOR_API int ZOR__merge_fields_undo(ZOR_IMAGE *image);

@@ -1,7 +1,7 @@
 // merge_fields.cpp - two fields as one frame.
 //
-// Rows of a frame are the fields' own rows, handed on. Line y of the frame is line y / 2 of a field,
-// rounded down, which leaves the frame's top line, 2 top + 1, to the even field.
+// Rows of a frame are the fields' own rows, handed on. Line y of the frame is line y / 2 of a
+// field, rounded down, which leaves the frame's top line, 2 top + 1, to the even field.
 #include <algorithm>
 #include <cstring>
 

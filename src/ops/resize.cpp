@@ -55,7 +55,6 @@ int Resize::hold(int32_t line) {
     int32_t &slot = held.get()[line % ring_size];
     if (slot == line)
         return 0;
-    slot = -1;
     const int32_t y = old.desc.win_bottom + line;
     void **below = nullptr;
     const int result = scan_below(head, y, reinterpret_cast<void **>(&below));

@@ -1,8 +1,8 @@
 // samples_to.cpp - colours that are spectral samples, as colours of a display, luminance, rgb or
 // X, Y, Z.
 //
-// The four operators are one, with different weights: new channel k is the sum of weights(k, j) times
-// the light of sample j. Two of them encode the sums as bytes.
+// The four operators are one, with different weights: new channel k is the sum of weights(k, j)
+// times the light of sample j. Two of them encode the sums as bytes.
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -95,7 +95,8 @@ void weigh_raw(SampleTransform *record) {
                 record->num_old == 1 || j == k ? 1.0F : 0.0F;
 }
 
-// Weights of the samples in X, Y, Z, where samples of 1 are to be white, and of these in the result.
+// Weights of the samples in X, Y, Z, where samples of 1 are to be white, and of these in what is
+// wanted.
 void weigh_samples(SampleTransform *record, const CLR_SAMPLES &space, const Triple &white,
                    const Matrix &mix) {
     Triple sums = {};

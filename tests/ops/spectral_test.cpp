@@ -109,6 +109,7 @@ TEST(Samples, WeighTheSpaceOfTheirCount) {
 TEST(Samples, GoToTheDisplayThroughTheColourMatrices) {
     ASSERT_EQ(ZOR_color_matrix_set(3, rec709), 0);
     Spectral fake({4, ZOR_C_FLOAT, 32});
+    fake.desc().curve.gamma = 1.7F;
     fake.value = [](int channel, int x, int) {
         return x == 0 ? 1 : x == 1 ? NAN : x == 2 ? (channel == 1 ? 9 : -3) : 0.2 * channel;
     };
@@ -148,6 +149,7 @@ TEST(RawSamples, AreCorrectedChannelByChannel) {
                     // Where a half is rounded to hangs on the last bit.
                     EXPECT_NEAR(rows[k][x], n == 2 && k == 2 ? 0 : out, 0.5001) << k << " " << n;
                 }
+            EXPECT_EQ(rows[3][0], n); // the matte
         }
 }
 
