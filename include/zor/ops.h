@@ -113,7 +113,10 @@ ZOR_API int ZOR__cast_undo(ZOR_IMAGE *image);
  *   targets  for each group the wanted integers, or null: as it is. Integer groups stay as they are
  *   encode   null; or, reading, a power function: colours are light, or of the gamma that the
  *            description states, and are encoded to this gamma before they are rounded, which the
- *            description then states. That is right to a hundredth of a 16-bit step */
+ *            description then states. That is right to a hundredth of a 16-bit step.
+ *            num_elements 256 says that the light was made from bytes of this gamma by
+ *            ZOR_gamma_btof, as a cast does: the line near black that its table has is taken out
+ *            again, so that the bytes come back */
 ZOR_API ZOR_IMAGE *ZOR__quantize(ZOR_IMAGE *image, const ZOR_TARGET *const targets[3],
                                  const ZOR_RESPONSE_CURVE *encode);
 ZOR_API int ZOR__quantize_undo(ZOR_IMAGE *image);

@@ -1,21 +1,34 @@
 // quantize.cpp - floats as integers.
+#include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 #include <type_traits>
 
 #include "ops/operator.h"
 #include "ops/power_table.h"
 #include "ops/samples.h"
+#include "zor/fmt.h"
 
 namespace zor {
 
 namespace {
 
+// Codes for light.
+struct Encode {
+    PowerTable power;
+    double line; // slope of a line above which no code lies
+
+    [[nodiscard]] double operator()(float light) const {
+        return std::min(power(light), static_cast<double>(light) * line);
+    }
+};
+
 // Converts one row.
 //   largest  value of the integers
 //   encode   makes codes of light, or null
 using Convert = void (*)(void *to, const void *from, int32_t width, double largest,
-                         const PowerTable *encode);
+                         const Encode *encode);
 
 // 0 for NaN. In the type that there is, of which more fit in a register.
 template<class Float>
@@ -26,7 +39,7 @@ Float clamp_to_unit(Float value) {
 
 template<class Float, class Integer>
 void round_row(void *to, const void *from, int32_t width, double largest,
-               const PowerTable * /*encode*/) {
+               const Encode * /*encode*/) {
     const auto *floats = static_cast<const Float *>(from);
     auto *integers = static_cast<Integer *>(to);
     for (int32_t x = 0; x < width; ++x)
@@ -35,8 +48,7 @@ void round_row(void *to, const void *from, int32_t width, double largest,
 }
 
 template<class Float, class Integer>
-void encode_row(void *to, const void *from, int32_t width, double largest,
-                const PowerTable *encode) {
+void encode_row(void *to, const void *from, int32_t width, double largest, const Encode *encode) {
     const auto *floats = static_cast<const Float *>(from);
     auto *integers = static_cast<Integer *>(to);
     for (int32_t x = 0; x < width; ++x) {
@@ -48,7 +60,7 @@ void encode_row(void *to, const void *from, int32_t width, double largest,
 // The other way, for writing.
 template<class Float, class Integer>
 void divide_row(void *to, const void *from, int32_t width, double largest,
-                const PowerTable * /*encode*/) {
+                const Encode * /*encode*/) {
     const auto *integers = static_cast<const Integer *>(from);
     auto *floats = static_cast<Float *>(to);
     for (int32_t x = 0; x < width; ++x)
@@ -80,7 +92,7 @@ struct Quantize {
     int32_t width = 0;
     std::array<Convert, num_groups> convert = {}; // null: as it is
     std::array<double, num_groups> largest = {};  // values of the integers
-    Owned<PowerTable> encode;                     // for colours, or null
+    Owned<Encode> encode;                         // for colours, or null
     Channels converted;
     Owned<void *> handed_on; // rows of converted, and those that stay as they are
 
@@ -128,8 +140,9 @@ bool is_usable(const ZOR_IMAGE &image, const ZOR_RESPONSE_CURVE &encode) {
 
 // Chooses the converters and makes what they need, given the description as callers will see it;
 // false, with the status set, when it cannot be had.
+//   from_bytes  the light to be encoded was made from bytes by a table
 bool prepare(Quantize &record, const ZOR_IMAGE &image, const ZOR_IMAGE_DESC &seen,
-             const ZOR_TARGET *const targets[3], bool encoding) {
+             const ZOR_TARGET *const targets[3], bool encoding, bool from_bytes) {
     const auto integers = copy_groups(seen);
     for (size_t g = 0; g < num_groups; ++g) {
         if (!is_converted(record.groups[g], targets[g]))
@@ -141,12 +154,16 @@ bool prepare(Quantize &record, const ZOR_IMAGE &image, const ZOR_IMAGE_DESC &see
         record.largest[g] = largest_value(integers[g]);
     }
     if (encoding) {
-        record.encode.reset(allocate<PowerTable>());
+        record.encode.reset(allocate<Encode>());
         if (record.encode == nullptr)
             return set_status(ZOR_E_MEMORY), false;
         const double power =
             static_cast<double>(record.gamma) / static_cast<double>(seen.curve.gamma);
-        record.encode->fill(power, record.largest[COLOUR]);
+        record.encode->power.fill(power, record.largest[COLOUR]);
+        // What a table made lighter near black becomes as dark again as it was.
+        record.encode->line = from_bytes
+                                  ? (FMT_def_gamma_tab_res() - 1) / 255.0 * record.largest[COLOUR]
+                                  : std::numeric_limits<double>::max();
     }
     const int64_t num_channels =
         int64_t{seen.image.count} + int64_t{seen.matte.count} + int64_t{seen.aux.count};
@@ -198,7 +215,7 @@ ZOR_IMAGE *ZOR__quantize(ZOR_IMAGE *image, const ZOR_TARGET *const targets[3],
     record->gamma = desc.curve.gamma;
     record->groups = copy_groups(desc);
     record->width = row_width(desc);
-    if (!prepare(*record, *image, seen, targets, encoding))
+    if (!prepare(*record, *image, seen, targets, encoding, encoding && encode->num_elements == 256))
         return image;
     desc = seen;
     return install(image, std::move(record));
