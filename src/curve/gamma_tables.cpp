@@ -47,8 +47,10 @@ uint8_t *ZOR_gamma_tob(double gamma) {
     const int32_t n = FMT_def_gamma_tab_res();
     return zor::make_table<uint8_t>(n, n, [=](int32_t i) {
         const double value = std::pow(static_cast<double>(i) / (n - 1), 1.0 / gamma) * 255 + 0.5;
-        // The bound is i as it stands, beyond 255 too.
-        return static_cast<uint8_t>(std::min<int32_t>(zor::to_integer<uint8_t>(value), i));
+        // Of values beyond 255, which a negative gamma gives, the low byte has always counted; the
+        // bound is i as it stands, beyond 255 too.
+        const auto low_byte = static_cast<uint8_t>(zor::to_integer<uint32_t>(value));
+        return static_cast<uint8_t>(std::min<int32_t>(low_byte, i));
     });
 }
 

@@ -20,12 +20,16 @@ size_t entry_size(const ZOR_RESPONSE_CURVE &curve) {
     return curve.depth >= 9 && curve.depth <= 16 ? 2 : 0;
 }
 
+bool can_have_tables(const ZOR_RESPONSE_CURVE &curve) {
+    return entry_size(curve) != 0 && curve.num_channels >= 1 && curve.num_elements >= 1;
+}
+
 bool make_tables(ZOR_RESPONSE_CURVE *curve) {
     const int64_t channels = curve->num_channels;
     const int64_t elements = curve->num_elements;
     const auto entry = static_cast<int64_t>(entry_size(*curve));
     curve->tables = nullptr;
-    if (channels < 1 || elements < 1 || entry == 0)
+    if (!can_have_tables(*curve))
         return false;
     Owned<void *> tables(allocate<void *>(channels));
     const bool fits = channels <= PTRDIFF_MAX / entry / elements;
@@ -63,11 +67,13 @@ int refuse_entry(const ZOR_RESPONSE_CURVE &curve) {
 int ZOR_response_curve_copy(ZOR_RESPONSE_CURVE *copy, const ZOR_RESPONSE_CURVE *curve) {
     *copy = *curve;
     copy->tables = nullptr;
-    if (curve->kind != 2 || curve->tables == nullptr)
+    if (curve->kind != 2)
         return 0; // a power function has nothing more to it
     const size_t entry = zor::entry_size(*curve);
     if (entry == 0)
         return zor::refuse_entry(*curve);
+    if (curve->tables == nullptr)
+        return 0;
     if (!zor::make_tables(copy))
         return -1;
     for (int32_t k = 0; k < curve->num_channels; ++k)

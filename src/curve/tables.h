@@ -21,6 +21,9 @@ Entry to_integer(double value) {
 // Bytes of an entry of a curve's tables: 1, 2 or, for floats, 4; 0 for one that tables cannot have.
 size_t entry_size(const ZOR_RESPONSE_CURVE &curve);
 
+// Whether a curve's type, depth and counts are those of tables.
+bool can_have_tables(const ZOR_RESPONSE_CURVE &curve);
+
 // Gives a curve tables with uninitialised entries; false without a channel or an element, or with
 // ZOR_E_MEMORY. What it had as tables is forgotten, and null after a failure.
 bool make_tables(ZOR_RESPONSE_CURVE *curve);

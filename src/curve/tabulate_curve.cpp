@@ -8,8 +8,7 @@ namespace zor {
 
 namespace {
 
-// Of all channels together.
-constexpr int64_t most_elements = int64_t{1} << 24;
+constexpr int32_t most_elements = 1 << 24;
 
 // Light for each element: a fraction of a scale, rounded where entries are integers.
 template<class Entry>
@@ -36,8 +35,8 @@ int ZOR_response_curve_init(ZOR_RESPONSE_CURVE *curve) {
     curve->reserved = 0;
     curve->tables = nullptr;
     const size_t entry = zor::entry_size(*curve);
-    if (curve->num_elements < 2 || curve->num_channels < 1 || entry == 0 ||
-        int64_t{curve->num_elements} * curve->num_channels > zor::most_elements)
+    if (curve->num_elements < 2 || curve->num_elements > zor::most_elements ||
+        curve->num_channels < 1 || entry == 0)
         return -1;
     if (!zor::make_tables(curve))
         return -1;

@@ -101,6 +101,17 @@ Convert choose_convert(const ZOR_CHANNELS &group) {
     });
 }
 
+// Whether every group is of floats or has samples that can be told from its type and bits. Channels
+// that share a row are nobody's but their driver's.
+bool is_castable(const ZOR_IMAGE_DESC &desc) {
+    const auto groups = copy_groups(desc);
+    return desc.chan_flag == 1 &&
+           std::all_of(groups.begin(), groups.end(), [](const ZOR_CHANNELS &group) {
+               return group.count < 1 || group.type == ZOR_C_FLOAT ||
+                      choose_convert(group) != nullptr;
+           });
+}
+
 // Chooses the rows' converters; false when memory ran out.
 bool prepare(Cast &cast, const ZOR_IMAGE_DESC &desc) {
     for (size_t g = 0; g < num_groups; ++g)
@@ -134,6 +145,10 @@ ZOR_IMAGE *ZOR__cast(ZOR_IMAGE *image) {
     if (std::all_of(groups.begin(), groups.end(),
                     [](const ZOR_CHANNELS *group) { return group->type == ZOR_C_FLOAT; }))
         return image;
+    if (!is_castable(desc)) {
+        zor__fail(ZOR_E_UNSUPPORTED, ZOR_MSG_CANNOT_HANDLE, "cast operator");
+        return image;
+    }
     RecordPtr<Cast> record = new_record<Cast>();
     if (record == nullptr)
         return image;

@@ -20,7 +20,8 @@ bool can_correct(const ZOR_IMAGE *image, const ZOR_RESPONSE_CURVE *curve, const 
         zor__fail(ZOR_E_UNSUPPORTED, ZOR_MSG_IMAGE_WIDTH, name);
         return false;
     }
-    return is_integer(colors) && colors.bits >= 1 && colors.count >= 1;
+    return is_integer(colors) && colors.bits >= 1 && colors.count >= 1 &&
+           image->images[0].chan_flag == 1;
 }
 
 } // namespace zor

@@ -2,6 +2,7 @@
 #include "ops/color_mix.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <limits>
 
@@ -122,6 +123,8 @@ private:
 std::array<int64_t, 3> light_of(const ColorMix &mix, const ColorRows &rows, int32_t x) {
     return {mix.light[0][rows[0][x]], mix.light[1][rows[1][x]], mix.light[2][rows[2][x]]};
 }
+
+static_assert(std::endian::native == std::endian::little); // upper halves come second
 
 // Eight numbers of 16 bits and four of 32, in 16 bytes that the compiler keeps in one register.
 using Int16x8 = int16_t __attribute__((vector_size(16)));

@@ -128,7 +128,9 @@ void set_matrix(ColorMix *mix, const Matrix &matrix) {
     constexpr double low = std::numeric_limits<int32_t>::min();
     constexpr double high = std::numeric_limits<int32_t>::max();
     std::transform(matrix.begin(), matrix.end(), mix->matrix.begin(), [&](double value) {
-        const double scaled = std::round(std::ldexp(value, mix->precision));
+        // A matrix is of floats, whatever it was made of.
+        const auto entry = static_cast<double>(static_cast<float>(value));
+        const double scaled = std::round(std::ldexp(entry, mix->precision));
         return static_cast<int32_t>(std::clamp(scaled, low, high));
     });
 }

@@ -91,6 +91,13 @@ public:
         return !failed;
     }
 
+    // The same for one that pushes another one first.
+    template<class Operator, class... Arguments>
+    void push_pair(Step step, Step below, Operator *push_operator, const Arguments &...arguments) {
+        push(step, push_operator, arguments...);
+        record_->done[below] = record_->done[step];
+    }
+
 private:
     ZOR_IMAGE *image_;
     Display *record_;
@@ -169,7 +176,7 @@ Outcome push_luminance(Pushing &pushing, const Request &request, const ZOR_IMAGE
         return outcome_of(pushing.push(RGB_LUMINANCE, &ZOR__rgb_luminance, request.curve));
     if (format == "xyz") {
         // The status says that memory ran out whatever happens.
-        pushing.push(XYZ_LUMINANCE, &ZOR__xyz_luminance, request.curve);
+        pushing.push_pair(XYZ_LUMINANCE, GAMMA, &ZOR__xyz_luminance, request.curve);
         return Outcome::done;
     }
     if (format == "sampled")

@@ -1,4 +1,5 @@
 // gamma.cpp - 8-bit colours from the image's response curve to another.
+#include <bit>
 #include <cstring>
 
 #include "curve/tables.h"
@@ -11,6 +12,8 @@ namespace zor {
 namespace {
 
 constexpr char gamma_name[] = "gamma correction operator";
+
+static_assert(std::endian::native == std::endian::little); // words are made of bytes here
 
 // Bytes in place, stored a word at a time.
 void correct(uint8_t *row, int32_t count, const uint8_t *table) {
@@ -52,6 +55,7 @@ struct Gamma {
     int32_t margin = 0; // samples to the right of the active ones
     int32_t channels = 0;
     OwnedCurve table;
+    Owned<uint8_t> for_bytes; // 256 entries of each of its channels where it has fewer; else null
     ZOR_RESPONSE_CURVE curve = {}; // of the image before
     Store store = nullptr;
 
@@ -62,7 +66,9 @@ struct Gamma {
         image.images[0].image.bits = bits;
     }
     [[nodiscard]] const uint8_t *table_for(int32_t channel) const {
-        return table_of<const uint8_t>(table.curve, table.curve.num_channels > 1 ? channel : 0);
+        const int32_t k = table.curve.num_channels > 1 ? channel : 0;
+        return for_bytes != nullptr ? for_bytes.get() + 256 * k
+                                    : table_of<const uint8_t>(table.curve, k);
     }
 };
 
@@ -109,7 +115,27 @@ bool compose(Gamma &gamma, ZOR_IMAGE_DESC &desc, ZOR_RESPONSE_CURVE wanted, bool
     }
     return outcome == 0 && entry_size(*table) == sizeof(uint8_t) &&
            (table->num_channels == 1 || table->num_channels >= gamma.channels) &&
-           (reading ? table->num_elements >= 256 : depth >= 1);
+           (reading || depth >= 1);
+}
+
+// Gives every byte an entry: a table for fewer bits lasts as far as it goes, and ends in the same
+// colour from there on. False when memory ran out.
+bool serve_bytes(Gamma &gamma) {
+    const ZOR_RESPONSE_CURVE &table = gamma.table.curve;
+    if (table.num_elements >= 256)
+        return true;
+    gamma.for_bytes.reset(allocate<uint8_t>(int64_t{256} * table.num_channels));
+    if (gamma.for_bytes == nullptr) {
+        set_status(ZOR_E_MEMORY);
+        return false;
+    }
+    for (int32_t k = 0; k < table.num_channels; ++k) {
+        const auto *from = table_of<const uint8_t>(table, k);
+        uint8_t *to = gamma.for_bytes.get() + 256 * k;
+        to = std::copy_n(from, table.num_elements, to);
+        std::fill_n(to, 256 - table.num_elements, from[table.num_elements - 1]);
+    }
+    return true;
 }
 
 } // namespace
@@ -132,7 +158,7 @@ ZOR_IMAGE *ZOR__gamma(ZOR_IMAGE *image, const ZOR_RESPONSE_CURVE *curve) {
     record->channels = desc.image.count;
     record->table.curve = {1, 1.0F, 0, 1, 256, ZOR_C_INTEGER, 8, nullptr};
     record->curve = desc.curve;
-    if (!compose(*record, desc, *curve, reads(*image)))
+    if (!compose(*record, desc, *curve, reads(*image)) || (reads(*image) && !serve_bytes(*record)))
         return image; // the description's curve keeps the counts it was given
     if (!reads(*image)) {
         desc.image.bits = resolution_depth();

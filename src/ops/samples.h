@@ -75,8 +75,8 @@ Sample to_sample(double value, double largest) {
 
 // The active window as rows see it: so many samples from an offset on, in so many lines.
 struct ActivePart {
-    int32_t offset, count;
     int32_t bottom, top;
+    int32_t offset, count;
     [[nodiscard]] bool has_line(int y) const { return y >= bottom && y <= top; }
 };
 
@@ -84,7 +84,7 @@ struct ActivePart {
 inline ActivePart active_part(const ZOR_IMAGE_DESC &desc) {
     const int32_t left = std::clamp(desc.act_left, desc.win_left, desc.win_right);
     const int32_t right = std::clamp(desc.act_right, left, desc.win_right);
-    return {left - desc.win_left, right - left + 1, desc.act_bottom, desc.act_top};
+    return {desc.act_bottom, desc.act_top, left - desc.win_left, right - left + 1};
 }
 
 // A row of a channel-pointer array as samples of a type.

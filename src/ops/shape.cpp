@@ -8,9 +8,6 @@ namespace zor {
 void OldShape::save(const ZOR_IMAGE &image) {
     desc = image.images[0];
     seek = image.seek;
-    raster = image.raster;
-    region = image.region;
-    direct_scan = image.direct_scan;
     last_line = image.last_scanline;
 }
 
@@ -23,17 +20,15 @@ void OldShape::restore(ZOR_IMAGE &image) const {
           &ZOR_IMAGE_DESC::picture_height})
         now.*field = desc.*field;
     image.seek = seek;
-    image.raster = raster;
-    image.region = region;
-    image.direct_scan = direct_scan;
     image.last_scanline = last_line;
 }
 
 void start_new_shape(ZOR_IMAGE &image) {
     image.seek = nullptr;
-    image.raster = nullptr;
-    image.region = nullptr;
-    image.direct_scan = nullptr;
+    forget_last_line(image);
+}
+
+void forget_last_line(ZOR_IMAGE &image) {
     const ZOR_IMAGE_DESC &desc = image.images[0];
     const bool rising = (desc.orientation & ZOR_ORIENTATION_RISING) != 0;
     image.last_scanline = rising ? -1 : desc.win_top + 1; // before the first one in file order

@@ -7,14 +7,11 @@
 
 namespace zor {
 
-// The windows and picture size of an image, and what in its handle knows no other shape: the
-// functions that go to the driver past all operators, and the last line moved.
+// The windows and picture size of an image, and what in its handle counts the driver's lines: seek
+// and the last line moved.
 struct OldShape {
     ZOR_IMAGE_DESC desc = {}; // of which only the shape is put back
     ZOR_SEEK_FUNCTION seek = nullptr;
-    ZOR_RASTER_FUNCTION raster = nullptr;
-    ZOR_RASTER_FUNCTION region = nullptr;
-    ZOR_DIRECT_FUNCTION direct_scan = nullptr;
     int32_t last_line = 0; // moved by the layer below
 
     // Remembers a shape that is about to change.
@@ -23,8 +20,11 @@ struct OldShape {
     void restore(ZOR_IMAGE &image) const;
 };
 
-// Takes the functions away, and no line has been moved: once the description has the new shape.
+// Takes seek away, and no line has been moved: once the description has the new shape.
 void start_new_shape(ZOR_IMAGE &image);
+
+// Says that no line has been moved.
+void forget_last_line(ZOR_IMAGE &image);
 
 // Scales a size of the picture with that of its window, from which it may differ.
 int32_t scale_size(int32_t size, int64_t from, int64_t to);

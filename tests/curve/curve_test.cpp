@@ -126,7 +126,7 @@ TEST(Tabulating, RefusesSilentlyWhatTablesCannotHave) {
         bad.push_back(power(1, 1, 256, type, 8));
     for (const int elements : {INT32_MIN, 0, 1, (1 << 24) + 1, INT32_MAX})
         bad.push_back(power(1, 1, elements, ZOR_C_FLOAT, 8));
-    for (const int channels : {-1, 0, 1 << 20})
+    for (const int channels : {-1, 0})
         bad.push_back(power(1, channels, 256, ZOR_C_INTEGER, 8));
     zor__err = -3;
     for (Curve &curve : bad) {

@@ -106,6 +106,19 @@ TEST_F(Color, GammaCorrectsTheActiveBytes) {
     EXPECT_EQ(fake.desc().curve.num_elements, 0);
 }
 
+// An image of 4 bits has 16 elements; what a driver may yet hand out beyond them is as bright.
+TEST_F(Color, GammaGoesByShortTables) {
+    FakeColors fake(1, {{1, ZOR_C_INTEGER, 4}, {}, {}});
+    const Tables stored(2, 1, 16, ZOR_C_INTEGER, 8);
+    ZOR_response_curve_copy(&fake.desc().curve, &stored.curve);
+    fake.value = [](int, int x, int) { return x % 256; };
+    ASSERT_TRUE(fake.takes(&ZOR__gamma, linear));
+    const auto row = fake.read(0)[0];
+    EXPECT_EQ(row[5], 28); // 255 (5 / 15)^2
+    EXPECT_EQ(row[15], 255);
+    EXPECT_EQ(row[255], 255);
+}
+
 TEST_F(Color, GammaStoresLight) {
     // The light of a line is 0, 1, ..., and runs past the table.
     for (const int n : {200, 4096, 65536}) {
@@ -353,6 +366,17 @@ TEST_F(Color, XyzLuminanceIsToBeHadWithoutMemoryOnly) {
         }
     }
     EXPECT_EQ(pushed, 1);
+
+    // A display takes away what came with it.
+    ZOR_IMAGE *image = fake.image();
+    void *const driver = image->data[0];
+    std::memcpy(image->images[0].chan_format, "xyz", 3);
+    const ZOR_RESPONSE_CURVE curve = power(2.4F);
+    for_each_failing_allocation([&](const Fault &) {
+        ZOR__display(image, ZOR_DISPLAY_LUMINANCE, nullptr, &curve);
+        ZOR__display_undo(image);
+        EXPECT_EQ(image->data[0], driver);
+    });
 }
 
 // Every target gives these bytes.
