@@ -31,8 +31,8 @@ void fill_light(ColorMix *mix, const ZOR_RESPONSE_CURVE &input) {
 bool make_codes(ColorMix *mix, const ZOR_RESPONSE_CURVE &output) {
     const int32_t top = (1 << mix->precision) - 1;
     const int32_t num_tables = output.num_channels > 1 ? 3 : 1;
-    const int32_t size = top + 2;
-    mix->code_block.reset(allocate<uint8_t>(int64_t{num_tables} * size));
+    const int64_t size = top + 2;
+    mix->code_block.reset(allocate<uint8_t>(num_tables * size));
     if (mix->code_block == nullptr)
         return false;
     for (int32_t k = 0; k < num_tables; ++k) {

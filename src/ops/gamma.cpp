@@ -67,7 +67,7 @@ struct Gamma {
     }
     [[nodiscard]] const uint8_t *table_for(int32_t channel) const {
         const int32_t k = table.curve.num_channels > 1 ? channel : 0;
-        return for_bytes != nullptr ? for_bytes.get() + 256 * k
+        return for_bytes != nullptr ? for_bytes.get() + int64_t{256} * k
                                     : table_of<const uint8_t>(table.curve, k);
     }
 };
@@ -131,7 +131,7 @@ bool serve_bytes(Gamma &gamma) {
     }
     for (int32_t k = 0; k < table.num_channels; ++k) {
         const auto *from = table_of<const uint8_t>(table, k);
-        uint8_t *to = gamma.for_bytes.get() + 256 * k;
+        uint8_t *to = gamma.for_bytes.get() + int64_t{256} * k;
         to = std::copy_n(from, table.num_elements, to);
         std::fill_n(to, 256 - table.num_elements, from[table.num_elements - 1]);
     }

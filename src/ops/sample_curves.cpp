@@ -146,8 +146,8 @@ void ByteEncoder::encode(uint8_t *to, const float *light, int32_t width, int32_t
     if (tables != nullptr) {
         const uint8_t *table = tables.get() + int64_t{num_entries} * (channel % num_tables);
         for (int32_t x = 0; x < width; ++x) {
-            const double place = static_cast<double>(clamped(light[x])) * (num_entries - 1);
-            to[x] = table[static_cast<int32_t>(place + 0.5)];
+            const double place = static_cast<double>(clamped(light[x])) * (num_entries - 1) + 0.5;
+            to[x] = table[static_cast<int32_t>(place)];
         }
         return;
     }

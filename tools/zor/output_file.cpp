@@ -37,7 +37,7 @@ std::string make_file(const std::function<fs::path()> &name,
                       const std::function<int(const std::string &)> &create, Reports &reports) {
     int failure = EEXIST;
     for (int tries = 0; tries < 100 && failure == EEXIST; ++tries) {
-        const std::string path = name().string();
+        std::string path = name().string();
         failure = create(path);
         if (failure == 0)
             return path;
