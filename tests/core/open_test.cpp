@@ -5,6 +5,7 @@
 
 #include "core/library.h"
 #include "core/tape.h"
+#include "support/system.h"
 #include "zor/driver.h"
 #include "zor/fmt.h"
 
@@ -78,7 +79,7 @@ TEST(Open, HandsARequestForReadingOnAndWarnsIfItWasNeverInitialised) {
 
 TEST(Open, FillsAHandleForWritingWithDefaults) {
     const Library library({"tape"});
-    setenv("QK_JOB_NUM", "42", 1);
+    set_variable("QK_JOB_NUM", "42");
     Info info("new.tape");
     info.job_number = 0;
     info.complete_path = 0x101;
@@ -91,7 +92,7 @@ TEST(Open, FillsAHandleForWritingWithDefaults) {
     ZOR_IMAGE_DESC *desc = ZOR_info_add_image(&info, 4, 30);
     desc->act_bottom = 7; // the format stores no active window: it is the whole one
     const Image image(info.open("w"));
-    unsetenv("QK_JOB_NUM");
+    set_variable("QK_JOB_NUM", nullptr);
     ASSERT_NE(image, nullptr) << library.log.text();
     EXPECT_EQ(image->mode, ZOR_MODE_WRITE);
     EXPECT_EQ(image->job_number, 42);

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "support/system.h"
 #include "texts.h"
 #include "zor/str.h"
 
@@ -112,14 +113,14 @@ std::string expand(const std::string &text, int found) {
 }
 
 TEST(FileNames, ExpandedForm) {
-    setenv("ZOR_A1", "v$ZOR_A1", 1);
+    set_variable("ZOR_A1", "v$ZOR_A1");
     EXPECT_EQ(expand(" \t/a b/~$ZOR_A1/${ZOR_A1}y", 1), "/a b/~v$ZOR_A1/v$ZOR_A1y");
     EXPECT_EQ(expand("${ZOR_A1/$ZOR_A1}", 1), "v$ZOR_A1/v$ZOR_A1}"); // braces need not pair
     EXPECT_EQ(expand("$ZOR_A1/${ZOR_NONE}/x", 0) + expand("a$\xE4", 0), "ZOR_NONE");
     // Too long a name or text is cut.
     const std::string x(600, 'x');
     EXPECT_EQ(expand("$" + x, 0), x.substr(0, 259));
-    setenv("ZOR_A1", x.c_str(), 1);
+    set_variable("ZOR_A1", x.c_str());
     EXPECT_EQ(expand("ab$ZOR_A1/c$ZOR_A1", 1), "ab" + x.substr(0, 257));
 }
 
