@@ -6,6 +6,7 @@
 #
 #   make asan | tsan | linux32   the tests under sanitizers, or as 32-bit programs
 #   make win32                   the DLL, its modules and the command for 32-bit Windows
+#   make win32-test              the tests of that, under Wine
 #   make lint                    formatting, static analysis, folder rules
 #   make bench                   benchmarks; make fuzz SECONDS=60, make fuzz32: fuzzing
 #   make install PREFIX=/usr/local
@@ -20,7 +21,7 @@ configure = cmake --preset $(1) $(2) >/dev/null
 build = $(call configure,$(1),$(2)) && cmake --build build/$(1) -j $(JOBS)
 run_tests = ctest --test-dir build/$(1) --output-on-failure --no-tests=error -j $(JOBS)
 
-.PHONY: demo test asan tsan linux32 win32 lint bench fuzz fuzz32 install clean
+.PHONY: demo test asan tsan linux32 win32 win32-test lint bench fuzz fuzz32 install clean
 
 demo:
 	scripts/setup.sh native
@@ -48,6 +49,12 @@ win32:
 	scripts/setup.sh native win32
 	$(call build,$@,-DZOR_BUILD_TESTS=OFF)
 	scripts/check_exports.sh build/win32/bin/zor.dll i686-w64-mingw32-objdump
+
+win32-test:
+	scripts/setup.sh native win32
+	$(call build,win32,-DZOR_BUILD_TESTS=ON)
+	scripts/check_exports.sh build/win32/bin/zor.dll i686-w64-mingw32-objdump
+	scripts/win32_test.sh build/win32 -j $(JOBS)
 
 lint:
 	scripts/setup.sh native lint

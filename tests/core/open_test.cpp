@@ -152,9 +152,13 @@ TEST(Open, ChecksFileNames) {
                              "caf\xC3\xA9.tape", "\xE6\x97\xA5.tape", "\xF0\x9F\x8E\xA8.tape"})
         EXPECT_EQ(status(name), 1) << name;
     for (const char *name : {"tab\t.tape", "cut\xC3", "over\xC0\xAF.tape", "c1\xC2\x85.tape",
-                             "half\xED\xA0\x80", "far\xF4\x90\x80\x80", "/etc/passwd/below.tape"})
+                             "half\xED\xA0\x80", "far\xF4\x90\x80\x80"})
         EXPECT_EQ(status(name), ZOR_E_OPEN) << name;
-    EXPECT_EQ(library.log.count(ZOR_MSG_BAD_FILE_NAME), 7);
+    EXPECT_EQ(library.log.count(ZOR_MSG_BAD_FILE_NAME), 6);
+    if (*name_below_a_file != '\0') {
+        EXPECT_EQ(status(name_below_a_file), ZOR_E_OPEN);
+        EXPECT_EQ(library.log.count(ZOR_MSG_BAD_FILE_NAME), 7);
+    }
     EXPECT_EQ(status(nullptr), ZOR_E_OPEN);
     EXPECT_EQ(library.log.last(), "Required field, handle, uninitialized");
 }

@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <filesystem>
+#include <sstream>
 
 #include "support/system.h"
 #include "texts.h"
@@ -36,14 +36,24 @@ std::string clean(const std::string &name) {
     return STR_filename_clean(text.data());
 }
 
-// The same by other means: the standard library differs in the end of the name alone.
+// The same by other means.
 std::string clean_otherwise(const std::string &name) {
     const size_t colon = name.find(':');
     const size_t host = colon < name.find('/') ? colon + 1 : 0;
-    std::string rest = std::filesystem::path(name.substr(host)).lexically_normal().string();
-    while (rest.size() > 1 && rest.back() == '/')
-        rest.pop_back();
-    return name.substr(0, host) + (rest.empty() ? "." : rest);
+    const bool rooted = name[host] == '/';
+    std::vector<std::string> parts;
+    std::istringstream rest(name.substr(host));
+    for (std::string part; std::getline(rest, part, '/');) {
+        const bool can_go_up = !parts.empty() && parts.back() != "..";
+        if (part == ".." && can_go_up)
+            parts.pop_back();
+        else if (part != "" && part != "." && (part != ".." || !rooted))
+            parts.push_back(part);
+    }
+    std::string result = name.substr(0, host) + (rooted ? "/" : parts.empty() ? "." : "");
+    for (size_t i = 0; i < parts.size(); ++i)
+        result.append(i > 0 ? "/" : "").append(parts[i]);
+    return result;
 }
 
 TEST(FileNames, CleanForm) {

@@ -1,6 +1,7 @@
 // system.h - what tests ask of the operating system; system_posix.cpp and system_win32.cpp.
 #pragma once
 
+#include <cstdio>
 #include <string>
 
 // Sets an environment variable of this process; null removes it.
@@ -9,8 +10,42 @@ void set_variable(const char *name, const char *value);
 // Makes an empty directory whose path starts with that prefix.
 std::string make_directory(const std::string &prefix);
 
+// Turns the standard output to an open file for a scope.
+class Redirected {
+public:
+    explicit Redirected(std::FILE *target);
+    ~Redirected();
+    Redirected(const Redirected &) = delete;
+    Redirected &operator=(const Redirected &) = delete;
+
+private:
+    int saved_;
+};
+
+// A pipe that holds some bytes, no more than fit it, and a name that it can be opened by; an empty
+// name where pipes have none. Once it is open, end() tells the reader that no more will come.
+class FullPipe {
+public:
+    explicit FullPipe(const std::string &bytes);
+    ~FullPipe();
+    FullPipe(const FullPipe &) = delete;
+    FullPipe &operator=(const FullPipe &) = delete;
+    void end();
+
+    std::string name;
+
+private:
+    int ends_[2];
+};
+
 // The running program, as the loader of modules knows it.
 void *this_program();
 
-// A device that is as good as a file on a full disk, or an empty text.
+// Devices that are as good as a file on a full disk and as a file without end, and a name of which
+// the system cannot say that there is no such file; empty texts where there is none.
 extern const char *const full_device;
+extern const char *const endless_device;
+extern const char *const name_below_a_file;
+
+// What a line ends with in files that are not opened as binary.
+extern const char *const text_line_end;

@@ -1,5 +1,6 @@
 // system_posix.cpp - system.h for POSIX systems.
 #include <dlfcn.h>
+#include <unistd.h>
 
 #include <cstdlib>
 
@@ -14,6 +15,38 @@ std::string make_directory(const std::string &prefix) {
     return mkdtemp(name.data()) != nullptr ? name : "";
 }
 
+Redirected::Redirected(std::FILE *target) {
+    std::fflush(stdout);
+    saved_ = dup(STDOUT_FILENO);
+    dup2(fileno(target), STDOUT_FILENO);
+}
+
+Redirected::~Redirected() {
+    std::fflush(stdout);
+    dup2(saved_, STDOUT_FILENO);
+    close(saved_);
+}
+
+FullPipe::FullPipe(const std::string &bytes) {
+    if (pipe(ends_) == 0 &&
+        write(ends_[1], bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size()))
+        name = "/proc/self/fd/" + std::to_string(ends_[0]);
+}
+
+FullPipe::~FullPipe() {
+    end();
+    close(ends_[0]);
+}
+
+void FullPipe::end() {
+    if (ends_[1] >= 0)
+        close(ends_[1]);
+    ends_[1] = -1;
+}
+
 void *this_program() { return dlopen(nullptr, RTLD_NOW); }
 
 const char *const full_device = "/dev/full";
+const char *const endless_device = "/dev/zero";
+const char *const name_below_a_file = "/etc/passwd/below.tape";
+const char *const text_line_end = "\n";

@@ -1,6 +1,7 @@
 // system_win32.cpp - system.h for Windows.
 #include <cstdlib>
 #include <filesystem>
+#include <io.h>
 
 #include "support/system.h"
 #include <windows.h>
@@ -19,6 +20,25 @@ std::string make_directory(const std::string &prefix) {
     }
 }
 
+Redirected::Redirected(std::FILE *target) {
+    std::fflush(stdout);
+    saved_ = _dup(1);
+    _dup2(_fileno(target), 1);
+}
+
+Redirected::~Redirected() {
+    std::fflush(stdout);
+    _dup2(saved_, 1);
+    _close(saved_);
+}
+
+FullPipe::FullPipe(const std::string &) : ends_{} {}
+FullPipe::~FullPipe() = default;
+void FullPipe::end() { ends_[1] = -1; }
+
 void *this_program() { return GetModuleHandleA(nullptr); }
 
 const char *const full_device = "";
+const char *const endless_device = "";
+const char *const name_below_a_file = "";
+const char *const text_line_end = "\r\n";

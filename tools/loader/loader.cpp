@@ -2,7 +2,6 @@
 #include "loader.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 
@@ -64,7 +63,7 @@ std::vector<std::string> split(const std::string &list, char separator) {
 std::vector<std::string> module_directories(const std::vector<std::string> &wanted) {
     if (!wanted.empty())
         return wanted;
-    if (const char *listed = std::getenv("ZOR_MODULES"); listed != nullptr && *listed != '\0')
+    if (const std::string listed = environment_text("ZOR_MODULES"); !listed.empty())
         return split(listed, search_path_separator);
 
     const fs::path program = program_directory();

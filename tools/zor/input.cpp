@@ -11,6 +11,8 @@
 #include <zor/messages.h>
 #include <zor/str.h>
 
+#include "system.h"
+
 namespace zor {
 namespace fs = std::filesystem;
 
@@ -57,7 +59,7 @@ std::string recognise(const std::string &file, Reports &reports) {
         reports.error("name the format with --from; only files tell theirs by their content");
         return {};
     }
-    const std::unique_ptr<std::FILE, CloseFile> stream(std::fopen(file.c_str(), "rb"));
+    const std::unique_ptr<std::FILE, CloseFile> stream(open_file(file, "rb"));
     if (stream == nullptr) {
         reports.error(std::strerror(errno));
         return {};

@@ -9,6 +9,7 @@
 #include <CLI/CLI.hpp>
 
 #include "commands.h"
+#include "system.h"
 #include "text.h"
 
 namespace zor {
@@ -84,7 +85,7 @@ void add_convert_options(CLI::App &command, ConvertRequest &request) {
     command.add_flag("--json", request.json, "Print a line of JSON for each frame");
 }
 
-int run(int argc, char **argv) {
+int run(const std::vector<std::string> &arguments) {
     RuntimeOptions options;
     ExitCode code = EXIT_FINE;
     CLI::App app("Looks at raster images and converts them.", "zor");
@@ -123,7 +124,8 @@ int run(int argc, char **argv) {
     convert_command->callback([&] { code = convert(options, request); });
 
     try {
-        app.parse(argc, argv);
+        // Expected last one first, and without the program's name.
+        app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend() - 1));
     } catch (const CLI::ParseError &error) {
         return app.exit(error) == 0 ? EXIT_FINE : EXIT_WRONG_USAGE;
     }
@@ -141,7 +143,7 @@ int run(int argc, char **argv) {
 
 int main(int argc, char **argv) {
     try {
-        return zor::run(argc, argv);
+        return zor::run(zor::arguments(argc, argv));
     } catch (const std::bad_alloc &) {
         std::fputs("zor: out of memory\n", stderr);
     } catch (const std::exception &error) {

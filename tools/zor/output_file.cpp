@@ -62,7 +62,7 @@ OutputFile::OutputFile(const std::string &wanted, TemporaryFiles &temporary_file
 
 OutputFile::~OutputFile() {
     if (!path_.empty())
-        std::remove(path_.c_str());
+        remove_file(path_);
     forget();
 }
 
@@ -74,7 +74,7 @@ bool OutputFile::create(const std::string &extension, Reports &reports) {
     }
     // Replacing a file asks for rights on its directory alone; its own count as well here.
     if (!direct_ && fs::exists(target_, error) &&
-        File(std::fopen(target_.string().c_str(), "r+b")) == nullptr) {
+        File(open_file(target_.string(), "r+b")) == nullptr) {
         reports.error(std::strerror(errno));
         return false;
     }
@@ -113,12 +113,12 @@ bool OutputFile::commit(Reports &reports) {
 }
 
 bool OutputFile::copy_out(Reports &reports) {
-    const File from(std::fopen(path_.c_str(), "rb"));
+    const File from(open_file(path_, "rb"));
     // Gone at once where the system allows it: copying may take as long as the reader likes.
-    if (std::remove(path_.c_str()) == 0)
+    if (remove_file(path_) == 0)
         forget();
     const bool standard = target_.empty();
-    File opened(standard ? nullptr : std::fopen(target_.string().c_str(), "wb"));
+    File opened(standard ? nullptr : open_file(target_.string(), "wb"));
     std::FILE *to = standard ? binary_standard_output() : opened.get();
     const bool copied = from != nullptr && to != nullptr && copy(from.get(), to);
     const int reason = errno;
