@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <string>
+#include <vector>
 
 // Sets an environment variable of this process; null removes it.
 void set_variable(const char *name, const char *value);
@@ -21,6 +22,11 @@ public:
 private:
     int saved_;
 };
+
+// Runs a program to its end, without a shell, its standard streams turned to files; names and
+// arguments, which hold no quotes, are UTF-8. Returns its exit code, or -1 when there is none.
+int run_program(const std::vector<std::string> &arguments, const std::string &input,
+                const std::string &output, const std::string &errors);
 
 // A pipe that holds some bytes, no more than fit it, and a name that it can be opened by; an empty
 // name where pipes have none. Once it is open, end() tells the reader that no more will come.

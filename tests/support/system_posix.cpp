@@ -1,5 +1,8 @@
 // system_posix.cpp - system.h for POSIX systems.
 #include <dlfcn.h>
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -25,6 +28,26 @@ Redirected::~Redirected() {
     std::fflush(stdout);
     dup2(saved_, STDOUT_FILENO);
     close(saved_);
+}
+
+int run_program(const std::vector<std::string> &arguments, const std::string &input,
+                const std::string &output, const std::string &errors) {
+    std::vector<char *> words;
+    for (const std::string &argument : arguments)
+        words.push_back(const_cast<char *>(argument.c_str()));
+    words.push_back(nullptr);
+    constexpr int create = O_WRONLY | O_CREAT | O_TRUNC;
+    posix_spawn_file_actions_t files;
+    posix_spawn_file_actions_init(&files);
+    posix_spawn_file_actions_addopen(&files, STDIN_FILENO, input.c_str(), O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, output.c_str(), create, 0666);
+    posix_spawn_file_actions_addopen(&files, STDERR_FILENO, errors.c_str(), create, 0666);
+    pid_t child;
+    int status = -1;
+    if (posix_spawn(&child, words[0], &files, nullptr, words.data(), environ) == 0)
+        waitpid(child, &status, 0);
+    posix_spawn_file_actions_destroy(&files);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 FullPipe::FullPipe(const std::string &bytes) {

@@ -32,6 +32,45 @@ Redirected::~Redirected() {
     _close(saved_);
 }
 
+namespace {
+
+std::filesystem::path path(const std::string &utf8) {
+    return std::u8string(utf8.begin(), utf8.end());
+}
+
+} // namespace
+
+int run_program(const std::vector<std::string> &arguments, const std::string &input,
+                const std::string &output, const std::string &errors) {
+    SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
+    const auto open = [&](const std::string &name, DWORD access, DWORD how) {
+        return CreateFileW(path(name).c_str(), access, FILE_SHARE_READ, &inherited, how,
+                           FILE_ATTRIBUTE_NORMAL, nullptr);
+    };
+    STARTUPINFOW streams = {};
+    streams.cb = sizeof streams;
+    streams.dwFlags = STARTF_USESTDHANDLES;
+    streams.hStdInput = open(input, GENERIC_READ, OPEN_EXISTING);
+    streams.hStdOutput = open(output, GENERIC_WRITE, CREATE_ALWAYS);
+    streams.hStdError = open(errors, GENERIC_WRITE, CREATE_ALWAYS);
+    std::wstring line;
+    for (const std::string &argument : arguments)
+        line += (line.empty() ? L"\"" : L" \"") + path(argument).wstring() + L'"';
+    PROCESS_INFORMATION child;
+    const bool started = CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr,
+                                        nullptr, &streams, &child) != 0;
+    for (HANDLE stream : {streams.hStdInput, streams.hStdOutput, streams.hStdError})
+        CloseHandle(stream);
+    if (!started)
+        return -1;
+    DWORD code = 0;
+    WaitForSingleObject(child.hProcess, INFINITE);
+    GetExitCodeProcess(child.hProcess, &code);
+    CloseHandle(child.hThread);
+    CloseHandle(child.hProcess);
+    return static_cast<int>(code);
+}
+
 FullPipe::FullPipe(const std::string &) : ends_{} {}
 FullPipe::~FullPipe() = default;
 void FullPipe::end() { ends_[1] = -1; }

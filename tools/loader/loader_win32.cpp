@@ -5,6 +5,7 @@
 #include <cstring>
 #include <iterator>
 
+#include "paths.h"
 #include "system.h"
 
 namespace zor {
@@ -14,12 +15,12 @@ const char search_path_separator = ';';
 
 std::string environment_text(const char *name) {
     const wchar_t *text = _wgetenv(std::filesystem::path(name).c_str());
-    return text != nullptr ? std::filesystem::path(text).string() : "";
+    return text != nullptr ? to_text(text) : "";
 }
 
 void *load_module(const std::string &path, std::string &error) {
     // The altered search path lets a module find libraries that lie beside it.
-    HMODULE handle = LoadLibraryExW(std::filesystem::absolute(path).c_str(), nullptr,
+    HMODULE handle = LoadLibraryExW(std::filesystem::absolute(to_path(path)).c_str(), nullptr,
                                     LOAD_WITH_ALTERED_SEARCH_PATH);
     if (handle == nullptr)
         error = "system error " + std::to_string(GetLastError());

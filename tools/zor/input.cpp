@@ -11,6 +11,7 @@
 #include <zor/messages.h>
 #include <zor/str.h>
 
+#include "loader/paths.h"
 #include "system.h"
 
 namespace zor {
@@ -49,7 +50,7 @@ const char *recognise(std::string file, std::FILE *stream) {
 // The same for a name; empty, after a message, when there is none.
 std::string recognise(const std::string &file, Reports &reports) {
     std::error_code error;
-    const fs::file_status status = fs::status(file, error);
+    const fs::file_status status = fs::status(to_path(file), error);
     if (fs::is_directory(status)) {
         reports.error(std::strerror(EISDIR));
         return {};
@@ -76,7 +77,7 @@ bool is_standard_input(const std::string &file) { return file == "-" || file == 
 
 bool is_plain_file(const std::string &file) {
     std::error_code error;
-    return !is_standard_input(file) && fs::is_regular_file(file, error);
+    return !is_standard_input(file) && fs::is_regular_file(to_path(file), error);
 }
 
 bool is_standard_output(const std::string &file) { return file == "-" || file == "/dev/stdout"; }

@@ -92,6 +92,7 @@ int run(const std::vector<std::string> &arguments) {
     app.footer(exit_codes);
     app.set_version_flag("--version", "zor " ZOR_VERSION);
     app.require_subcommand(1);
+    app.allow_windows_style_options(false); // "/dev/stdin" is a file
     app.fallthrough();
     app.add_option("--modules", options.module_directories,
                    "Directory to load format modules from; may be given several times. Default: "

@@ -9,6 +9,7 @@
 #include <random>
 
 #include "input.h"
+#include "loader/paths.h"
 #include "system.h"
 
 namespace zor {
@@ -31,12 +32,12 @@ std::string random_name() {
 }
 
 // Where a file has to go to be found under this name: links are followed.
-fs::path resolve(const std::string &wanted) {
+fs::path resolve(const fs::path &wanted) {
     std::error_code error;
     if (!fs::is_symlink(wanted, error))
         return wanted;
     const fs::path target = fs::weakly_canonical(wanted, error);
-    return error ? fs::path(wanted) : target;
+    return error ? wanted : target;
 }
 
 // Returns false with errno set.
@@ -52,7 +53,7 @@ bool copy(std::FILE *from, std::FILE *to) {
 } // namespace
 
 OutputFile::OutputFile(const std::string &wanted, TemporaryFiles &temporary_files)
-    : temporary_files_(temporary_files), target_(resolve(wanted)) {
+    : temporary_files_(temporary_files), target_(resolve(to_path(wanted))) {
     std::error_code error;
     const fs::file_status status = fs::status(target_, error);
     direct_ = is_standard_output(wanted) || (fs::exists(status) && !fs::is_regular_file(status));
@@ -74,15 +75,15 @@ bool OutputFile::create(const std::string &extension, Reports &reports) {
     }
     // Replacing a file asks for rights on its directory alone; its own count as well here.
     if (!direct_ && fs::exists(target_, error) &&
-        File(open_file(target_.string(), "r+b")) == nullptr) {
+        File(open_file(to_text(target_), "r+b")) == nullptr) {
         reports.error(std::strerror(errno));
         return false;
     }
     const fs::path directory = direct_ ? fs::temp_directory_path(error) : target_.parent_path();
     const std::string ending =
-        target_.has_extension() && !direct_ ? target_.extension().string() : extension;
+        target_.has_extension() && !direct_ ? to_text(target_.extension()) : extension;
     for (int tries = 0; tries < 100; ++tries) {
-        const std::string path = (directory / (random_name() + ending)).string();
+        const std::string path = to_text(directory / to_path(random_name() + ending));
         const int failure = temporary_files_.create(path, direct_);
         if (failure == 0) {
             path_ = path;
@@ -102,8 +103,8 @@ bool OutputFile::commit(Reports &reports) {
         return copy_out(reports);
     std::error_code error;
     if (const fs::file_status old = fs::status(target_, error); fs::exists(old))
-        fs::permissions(path_, old.permissions(), error);
-    fs::rename(path_, target_, error);
+        fs::permissions(to_path(path_), old.permissions(), error);
+    fs::rename(to_path(path_), target_, error);
     if (error) {
         reports.error(error.message());
         return false;
@@ -118,7 +119,7 @@ bool OutputFile::copy_out(Reports &reports) {
     if (remove_file(path_) == 0)
         forget();
     const bool standard = target_.empty();
-    File opened(standard ? nullptr : open_file(target_.string(), "wb"));
+    File opened(standard ? nullptr : open_file(to_text(target_), "wb"));
     std::FILE *to = standard ? binary_standard_output() : opened.get();
     const bool copied = from != nullptr && to != nullptr && copy(from.get(), to);
     const int reason = errno;
