@@ -20,6 +20,8 @@ export PICTURES # names may hold what a shell would take for its own
 
 configure = cmake --preset $(1) $(2) >/dev/null
 build = $(call configure,$(1),$(2)) && cmake --build build/$(1) -j $(JOBS)
+win32_libs = scripts/setup.sh native win32 && { scripts/fetch_win32_libs.sh || \
+	echo "win32: libpng is not to be had, the png module is left out"; }
 package = cmake --preset win32 -B build/$(1) -DZOR_BUILD_TESTS=OFF >/dev/null && \
 	cmake --build build/$(1) -j $(JOBS) && scripts/win32_package.sh build/$(1) build/$(1).zip
 run_tests = ctest --test-dir build/$(1) --output-on-failure --no-tests=error -j $(JOBS)
@@ -49,18 +51,18 @@ linux32:
 	$(call run_tests,$@)
 
 win32:
-	scripts/setup.sh native win32
+	$(win32_libs)
 	$(call build,$@,-DZOR_BUILD_TESTS=OFF)
 	scripts/check_exports.sh build/win32/bin/zor.dll i686-w64-mingw32-objdump
 
 win32-test:
-	scripts/setup.sh native win32
+	$(win32_libs)
 	$(call build,win32,-DZOR_BUILD_TESTS=ON)
 	scripts/check_exports.sh build/win32/bin/zor.dll i686-w64-mingw32-objdump
 	scripts/win32_test.sh build/win32 -j $(JOBS)
 
 win32-package:
-	scripts/setup.sh native win32
+	$(win32_libs)
 	rm -rf build/package build/package-again
 	$(call package,package)
 	$(call package,package-again)

@@ -12,7 +12,7 @@ packages_for() {
     fuzz) echo clang libclang-rt-14-dev g++-multilib ;;
     lint) echo clang-format clang-tidy clang-tools ;;
     linux32) echo g++-multilib ;;
-    win32) echo g++-mingw-w64-i686-posix zip unzip ;;
+    win32) echo g++-mingw-w64-i686-posix dpkg-dev zip unzip ;;
     wine) echo debootstrap debian-archive-keyring wget util-linux ;;
     *) echo "setup.sh: unknown group '$1'" >&2; exit 2 ;;
     esac

@@ -10,7 +10,7 @@ epoch=${SOURCE_DATE_EPOCH:-$(git -C "$top" log -1 --format=%ct 2>/dev/null || ec
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-cmake --install "$build" --strip --prefix "$work/zor" >/dev/null
+cmake --install "$build" --prefix "$work/zor" >/dev/null
 chmod -R u=rwX,go=rX "$work/zor"
 find "$work/zor" -exec touch -h -d "@$epoch" {} +
 rm -f "$zip"

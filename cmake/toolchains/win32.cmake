@@ -7,11 +7,15 @@ set(CMAKE_CXX_COMPILER i686-w64-mingw32-g++-posix)
 set(CMAKE_RC_COMPILER i686-w64-mingw32-windres)
 set(CMAKE_C_FLAGS_INIT "-msse2 -mfpmath=sse -mstackrealign")
 set(CMAKE_CXX_FLAGS_INIT "-msse2 -mfpmath=sse -mstackrealign")
-# The same sources give the same files: no time of the build in them.
+# The same sources give the same files: no time of the build in them. Stripping them afterwards would
+# put one in.
 foreach(kind EXE SHARED MODULE)
     set(CMAKE_${kind}_LINKER_FLAGS_INIT "-static -Wl,--no-insert-timestamp")
+    set(CMAKE_${kind}_LINKER_FLAGS_RELEASE_INIT "-s")
 endforeach()
-set(CMAKE_FIND_ROOT_PATH /usr/i686-w64-mingw32)
+# Libraries for modules: what fetch_win32_libs.sh has made comes first.
+set(CMAKE_FIND_ROOT_PATH
+    ${CMAKE_CURRENT_LIST_DIR}/../../build/win32-root /usr/i686-w64-mingw32)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
