@@ -15,10 +15,11 @@
 enum { width = 64, height = 48 };
 
 /* The functions wanted, each a member of zor with the type it is declared with. */
-#define FUNCTIONS(USE)                                                                           \
-    USE(ZOR_init)                                                                                \
-    USE(ZOR_exit) USE(ZOR_info_init) USE(ZOR_info_cleanup) USE(ZOR_open) USE(ZOR_info_add_image) \
-        USE(ZOR_scan_read) USE(ZOR_scan_write) USE(ZOR_close) USE(STR_save)
+// clang-format off
+#define FUNCTIONS(USE)                                                                   \
+    USE(ZOR_init) USE(ZOR_exit) USE(ZOR_info_init) USE(ZOR_info_cleanup) USE(ZOR_open)   \
+    USE(ZOR_info_add_image) USE(ZOR_scan_read) USE(ZOR_scan_write) USE(ZOR_close) USE(STR_save)
+// clang-format on
 
 #define MEMBER(name) __typeof__(name) *name;
 static struct { FUNCTIONS(MEMBER) } zor;
