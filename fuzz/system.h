@@ -19,5 +19,5 @@ void leave_home();
 // program ends.
 void put_configuration(const uint8_t *data, size_t size);
 
-// Puts an input into a file, in memory where there is such a place. Returns its name, always the same.
+// Puts an input into a file, in memory where there is such a place. Returns its name.
 std::string put_file(const uint8_t *data, size_t size);

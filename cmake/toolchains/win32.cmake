@@ -7,8 +7,8 @@ set(CMAKE_CXX_COMPILER i686-w64-mingw32-g++-posix)
 set(CMAKE_RC_COMPILER i686-w64-mingw32-windres)
 set(CMAKE_C_FLAGS_INIT "-msse2 -mfpmath=sse -mstackrealign")
 set(CMAKE_CXX_FLAGS_INIT "-msse2 -mfpmath=sse -mstackrealign")
-# The same sources give the same files: no time of the build in them. Stripping them afterwards would
-# put one in.
+# The same sources give the same files: no time of the build in them. Stripping them afterwards
+# would put one in.
 foreach(kind EXE SHARED MODULE)
     set(CMAKE_${kind}_LINKER_FLAGS_INIT "-static -Wl,--no-insert-timestamp")
     set(CMAKE_${kind}_LINKER_FLAGS_RELEASE_INIT "-s")

@@ -1,5 +1,5 @@
-/* load_library.c - writes a picture and reads it again with the DLL found at run time: nothing of it
- * is linked, the headers serve for the types only.
+/* load_library.c - writes a picture and reads it again with the DLL found at run time: nothing of
+ * it is linked, the headers serve for the types only.
  *
  *     gcc -Iinclude examples/windows/load_library.c -o example.exe
  *     example.exe bin\zor.dll modules\mox.dll picture.mox

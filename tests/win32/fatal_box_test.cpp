@@ -8,8 +8,8 @@
 
 #include "zor/err.h"
 
-// The linker takes this for the imported function: the box's text and title go to the standard error
-// stream, in brackets.
+// The linker takes this for the imported function: the box's title and text go to the standard
+// error stream, in brackets.
 extern "C" {
 static int WINAPI show(HWND, const char *text, const char *title, UINT kind) {
     std::fprintf(stderr, "<%s|%s|%u>", title, text, kind);

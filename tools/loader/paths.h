@@ -1,5 +1,5 @@
-// paths.h - names in UTF-8, as the library takes them, and the standard library's paths, which would
-// not take them for that on every system.
+// paths.h - names in UTF-8, as the library takes them, and the standard library's paths, which
+// would not take them for that on every system.
 #pragma once
 
 #include <filesystem>
