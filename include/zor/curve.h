@@ -28,7 +28,7 @@ extern "C" {
  * N < 2, neither of which is reported. The bounds keep tables at or above (decoding) and at or
  * below (encoding) a straight line of slope 1 near black.
  *   gamma  exponent from stored values to light; 0 and less, and what is not finite, are taken as
- *          they come, and results clamped to the type of an entry
+ *          they come, and entries stay within their type
  */
 
 /* Bytes to light as a fraction: 256 entries, max((i / 255)^gamma, i / (N - 1)). */
@@ -51,18 +51,17 @@ ZOR_API int ZOR_gamma_done(void *table);
  *
  * Kind 1 is a power function, kind 2 a table for each channel. The tables belong to the record that
  * holds them. Integer tables have entries of 8 bits, in bytes, or of 9 to 16 bits, in 16-bit words.
- * A curve has 1 to 2^24 elements in all its channels together.
+ * A tabulated power function has 2 to 2^24 elements in each channel.
  */
 
 /* Tabulates a curve whose gamma, num_channels, num_elements, type and depth are filled in, for
  * input values that stand for [0, 1]; what it had as tables is forgotten. Kind becomes 2. Returns 0;
- * -1 without a report for counts (fewer than 2 elements, 1 channel), a type or a depth that tables
- * cannot have; -1 with ZOR_E_MEMORY when memory ran out. */
+ * -1 without a report for counts, a type or a depth that tables cannot have; -1 with ZOR_E_MEMORY when memory ran out. */
 ZOR_API int ZOR_response_curve_init(ZOR_RESPONSE_CURVE *curve);
 
-/* Copies a curve with tables of its own. Returns 0; -1 for a depth or type that tables cannot have
- * (ZOR_MSG_CURVE_DEPTH, ZOR_MSG_CURVE_TYPE) or for tables without entries, zor__err being left
- * alone; -1 and ZOR_E_MEMORY when memory ran out. */
+/* Copies a curve, with tables of its own where it has any; copy is another record. Returns 0; -1 for
+ * a depth or type that tables cannot have (ZOR_MSG_CURVE_DEPTH, ZOR_MSG_CURVE_TYPE) or for tables
+ * without entries, zor__err being left alone; -1 and ZOR_E_MEMORY when memory ran out. */
 ZOR_API int ZOR_response_curve_copy(ZOR_RESPONSE_CURVE *copy, const ZOR_RESPONSE_CURVE *curve);
 
 /* Composes two curves into a tabulated one: result(i) = first(second(i)). In this a power function

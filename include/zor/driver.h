@@ -209,7 +209,8 @@ struct ZOR_IMAGE {
     void *chan_buffers; /* buffers from ZOR_chan_alloc, freed with the handle */
     char *open_name;    /* the file name the application gave */
     ZOR_CAP_SETTING **own_settings; /* the library's copy, in a handle that it keeps open */
-    void *driver_state; /* while operators are pushed, what the driver left in slot 0; else null */
+    void *driver_state; /* while operators are pushed, the driver's own of the image they are about,
+                           which is otherwise in its slot; else null */
 };
 
 /* A driver record, as built from a module's symbols. 128 bytes. */

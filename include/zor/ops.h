@@ -15,20 +15,24 @@
  *
  * Rules that hold for all of them:
  *   - A push returns the handle, always the one it was given. It has pushed nothing when there is
- *     nothing to do, and after a failure that it reported; compare descriptions to tell. A null
- *     handle gives null.
- *   - An undo takes away the operator on top: 1 when it did or the handle has nothing on it, 0 when
- *     something else is on top, which then stays. Descriptions get back what they had.
- *     ZOR_close takes away whatever is left, from the top down.
+ *     nothing to do, and after a failure that it reported: its undo then returns 0. A null handle
+ *     gives null.
+ *   - An undo takes away the operator on top: 1 when it did, 0 when something else is on top, which
+ *     then stays. Descriptions get back what they had. ZOR_close takes away whatever is left, from
+ *     the top down; but a handle of a file with several frames stays open for a while (zor.h), so
+ *     undo its operators before.
  *   - Operators work on the first image of a file, and on the three groups of channels in the order
  *     of the description: colour, matte, auxiliary. Arguments that go by group are arrays of three.
  *   - Most convert in place: rows are scratch, the caller's own when writing.
  *   - Some work on the active window only; samples outside it are not part of the picture.
  *   - "No more internal memory" leaves ZOR_E_MEMORY in zor__err and nothing pushed. Arguments that
- *     make no sense are refused with ZOR_MSG_CANNOT_HANDLE and ZOR_E_UNSUPPORTED.
- *   - Rasters, regions, direct scans, frames and playback go to the driver, past all operators;
- *     those that change the picture's shape take away the first three and ZOR_seek's shortcut while
- *     they are there.
+ *     make no sense are refused with ZOR_MSG_CANNOT_HANDLE and ZOR_E_UNSUPPORTED, except where it
+ *     is stated that nothing is pushed.
+ *   - Scanlines are all that operators see. While any is there, a selection included, rasters,
+ *     regions and direct scans are refused, and so is going to another frame, whose description
+ *     might be another: undo, set the frame, push again.
+ *   - Where channels share a row (chan_flag 0), clip, change_width, min_max and scale work; the
+ *     others refuse it or push nothing.
  *
  * docs/operators.md tells which operator does what to a description, and how stacks are built.
  *
@@ -60,16 +64,18 @@ enum {
     ZOR_DISPLAY_LUMINANCE = 16, /* one channel of luminance in place of colours. Without the bits of
                                    colour it is as bright as the wanted curve says; with them it
                                    should not be combined: the correction would run twice */
-    ZOR_DISPLAY_AUX = 32 /* the auxiliary channel, where floats from 1 to 10000 span the range
-                                   from black to white */
+    ZOR_DISPLAY_AUX = 32        /* the auxiliary channel, where floats from 1 to 10000 span the
+                                   range from black to white */
 };
 
 /* Makes what is wanted 8-bit integers: clips float colours to the matte, maps the auxiliary channel
  * to its range, quantizes floats, narrows wider integers, then corrects colours to the wanted
  * primaries and curve.
- *   flags      ZOR_DISPLAY_...; groups not asked for stay as they are
+ *   flags      ZOR_DISPLAY_...; groups not asked for stay as they are, but for the clip, which
+ *              float colours with a matte get whatever was asked for
  *   primaries  18 floats of which the last twelve are chromaticities (x, y, z; z is not used) of
- *              red, green, blue and white, or null: those of the image
+ *              red, green, blue and white; or null: "rgb" stays in those of the image, and "xyz"
+ *              goes to those of the colour defaults
  *   curve      the display's response curve; null: a power function of FMT_def_gamma
  * Refused are images without the one matte (ZOR_MSG_NO_MATTE, ZOR_MSG_MATTES) or auxiliary channel
  * (ZOR_MSG_NO_AUX, ZOR_MSG_AUXILIARIES) that was asked for. A channel format that is none of the
@@ -82,7 +88,8 @@ ZOR_API int ZOR__display_undo(ZOR_IMAGE *image);
 /* Sub-images ----------------------------------------------------------------------------------- */
 
 /* Makes one sub-image the only one, at index 0; the others cannot be reached until it is undone. An
- * index the file does not have changes nothing, as does a file with one image. */
+ * index the file does not have changes nothing, as does a file with one image. Select first: other
+ * operators are about the first image, and with any of them there another index is refused. */
 ZOR_API ZOR_IMAGE *ZOR__select(ZOR_IMAGE *image, int32_t index);
 ZOR_API int ZOR__select_undo(ZOR_IMAGE *image);
 
@@ -102,7 +109,8 @@ typedef struct ZOR_RANGE {
 /* Reading: all groups become 32-bit floats, integers being divided by their largest value. 8-bit
  * colours whose gamma is not 1 become light on the way; those of other widths keep their values,
  * while the description's gamma becomes 1 all the same. When memory runs out for the rows the
- * description stays changed with nothing pushed: close the image. */
+ * description stays changed with nothing pushed: close the image. Channels that share a row are
+ * refused, as are types and widths that there are not. */
 ZOR_API ZOR_IMAGE *ZOR__cast(ZOR_IMAGE *image);
 ZOR_API int ZOR__cast_undo(ZOR_IMAGE *image);
 
@@ -112,20 +120,25 @@ ZOR_API int ZOR__cast_undo(ZOR_IMAGE *image);
  *   targets  for each group the wanted integers, or null: as it is. Integer groups stay as they are
  *   encode   null; or, reading, a power function: colours are light, or of the gamma that the
  *            description states, and are encoded to this gamma before they are rounded, which the
- *            description then states */
+ *            description then states. That is right to a hundredth of a 16-bit step. With
+ *            num_elements 256 the light is taken to come from bytes of this gamma by way of
+ *            ZOR_gamma_btof, as it does from a cast: the line near black that its table has is
+ *            taken out again, so that the bytes come back */
 ZOR_API ZOR_IMAGE *ZOR__quantize(ZOR_IMAGE *image, const ZOR_TARGET *const targets[3],
                                  const ZOR_RESPONSE_CURVE *encode);
 ZOR_API int ZOR__quantize_undo(ZOR_IMAGE *image);
 
 /* Reading: integers change their width by a shift, to one held in as many bytes or in fewer. Shifts
  * to the left leave zeros behind. Float groups and null targets stay as they are; when a group
- * cannot take its target nothing is pushed.
+ * cannot take its target nothing is pushed. With any target the operator is there, even if all
+ * groups have their width already.
  *   targets  for each group the wanted integers, or null */
 ZOR_API ZOR_IMAGE *ZOR__change_width(ZOR_IMAGE *image, const ZOR_TARGET *const targets[3]);
 ZOR_API int ZOR__change_width_undo(ZOR_IMAGE *image);
 
-/* Groups of 32-bit floats are mapped from their range to [0, 1], and clamped to it. Channels must be
- * planar, and every group that has a range must be of that type.
+/* Groups of 32-bit floats are mapped from their range to [0, 1], and clamped to it, in the active
+ * window and the line above it. Channels must be planar, and every group that has a range must be of
+ * that type; otherwise nothing is pushed.
  *   ranges  for each group its range, or null: as it is */
 ZOR_API ZOR_IMAGE *ZOR__remap(ZOR_IMAGE *image, const ZOR_RANGE *const ranges[3]);
 ZOR_API int ZOR__remap_undo(ZOR_IMAGE *image);
@@ -145,22 +158,23 @@ ZOR_API int ZOR__scale_undo(ZOR_IMAGE *image);
 
 /* Colour --------------------------------------------------------------------------------------- */
 
-/* Float and double colours are brought into [0, matte] of their pixel: "rgb" of three channels by
- * moving them toward their mean, others by clamping each component. Without a matte nothing is
- * pushed. */
+/* Float and double colours are brought into [0, matte] of their pixel, in the active window: "rgb" of
+ * three channels by moving them toward their mean, others by clamping each component. Without a matte
+ * of the same type nothing is pushed. */
 ZOR_API ZOR_IMAGE *ZOR__clip(ZOR_IMAGE *image);
 ZOR_API int ZOR__clip_undo(ZOR_IMAGE *image);
 
 /* The operators below correct 8-bit colours. They share a check: a handle without an image is
  * refused with ZOR_MSG_MULTIPLE_IMAGES, colours wider than 8 bits with ZOR_MSG_IMAGE_WIDTH, both
- * ZOR_E_UNSUPPORTED. Float colours, silently, push nothing: quantize them first. A curve whose
- * tables do not fit pushes nothing.
+ * ZOR_E_UNSUPPORTED. Float colours, silently, push nothing: quantize them first. Nor does a curve
+ * whose tables do not fit.
  *   curve  the wanted response curve, not null
  */
 
 /* From the image's response curve to the wanted one. Reading: bytes to bytes. Writing: the caller
- * hands in light from 0 to N - 1 (see curve.h) in 16-bit samples, which become the bytes to store;
- * the caller's rows are used up by that. */
+ * hands in light from 0 to N - 1 (see curve.h) in samples of as many bits as that takes, 12 and so
+ * 16-bit words for the usual 4096, which become the bytes to store; the caller's rows are used up
+ * by that. */
 ZOR_API ZOR_IMAGE *ZOR__gamma(ZOR_IMAGE *image, const ZOR_RESPONSE_CURVE *curve);
 ZOR_API int ZOR__gamma_undo(ZOR_IMAGE *image);
 
@@ -172,23 +186,29 @@ ZOR_API ZOR_IMAGE *ZOR__xyz_transform(ZOR_IMAGE *image, const ZOR_RESPONSE_CURVE
 ZOR_API int ZOR__xyz_transform_undo(ZOR_IMAGE *image);
 
 /* Reading three channels: one of luminance. That of "rgb" is weighted by the image's primaries, for
- * which the colour matrices are set. That of "xyz" is not to be had: it ends with ZOR_E_MEMORY and
- * nothing pushed, as it always has. */
+ * which the colour matrices are set; its row comes first, mattes and auxiliaries follow. That of
+ * "xyz" is not to be had: it ends with ZOR_E_MEMORY and nothing pushed, as it always has. */
 ZOR_API ZOR_IMAGE *ZOR__rgb_luminance(ZOR_IMAGE *image, const ZOR_RESPONSE_CURVE *curve);
 ZOR_API int ZOR__rgb_luminance_undo(ZOR_IMAGE *image);
 ZOR_API ZOR_IMAGE *ZOR__xyz_luminance(ZOR_IMAGE *image, const ZOR_RESPONSE_CURVE *curve);
 ZOR_API int ZOR__xyz_luminance_undo(ZOR_IMAGE *image);
 
-/* Reading colours that are spectral samples: the sample space with as many bins as there are colour
- * channels (CLR_find) gives their X, Y, Z, scaled so that samples of 1 are the image's white point.
- *   ZOR__samples_to_display    "sampled": three 8-bit channels of rgb of the colour matrices, or
- *                              "raw": each channel corrected to the curve, one channel copied to
- *                              three, more than three cut down to the first three
- *   ZOR__samples_to_luminance  one 8-bit channel, Y
+/* Reading colours that are spectral samples, with the channel format "sampled": the sample space
+ * with as many bins as there are colour channels (CLR_find) gives their X, Y, Z, scaled so that
+ * samples of 1 are the image's white point.
+ *   ZOR__samples_to_display    three 8-bit channels of rgb of the colour matrices, chan_format
+ *                              "rgb". Also of "raw", which it keeps: each channel corrected to the
+ *                              curve, one channel copied to three, two with a black third one, more
+ *                              than three cut down to the first three
+ *   ZOR__samples_to_luminance  one 8-bit channel, Y; chan_format "rgb"
  *   ZOR__samples_to_rgb        three floats, light in the image's primaries; chan_format "rgb"
- *   ZOR__samples_to_xyz        three floats; chan_format "xyz"
- * Colours of any type are taken; 8-bit and narrower ones through the image's response curve. No
- * space for that many channels: nothing is pushed. */
+ *   ZOR__samples_to_xyz        three floats, light; chan_format "xyz"
+ * Colours of any type are taken: integers of up to 8 bits through the image's response curve,
+ * others through its gamma if it is a power function. Bytes are the nearest to the wanted curve,
+ * a power function with a positive gamma, whose gamma the description then states, or tables of
+ * bytes; NaN gives 0. Nothing is pushed on channels that are not planar, on other formats, for
+ * curves that do not fit, and where there is no space for that many channels or the primaries
+ * are unusable. */
 ZOR_API ZOR_IMAGE *ZOR__samples_to_display(ZOR_IMAGE *image, const ZOR_RESPONSE_CURVE *curve);
 ZOR_API int ZOR__samples_to_display_undo(ZOR_IMAGE *image);
 ZOR_API ZOR_IMAGE *ZOR__samples_to_luminance(ZOR_IMAGE *image, const ZOR_RESPONSE_CURVE *curve);
@@ -232,21 +252,23 @@ enum {
 };
 
 /* Reading: resamples the image to another size, after a ZOR__cast, so that all channels become
- * 32-bit floats, and those of 8-bit pictures light. Windows start at (0, 0). Edges are continued
- * beyond the window. Rows are read in file order as long as the caller reads in file order; only
- * those under the filter are held.
- *   width, height  1 or more
+ * 32-bit floats, and those of 8-bit pictures light. Windows start at (0, 0); the active window
+ * takes in all that the old one has a part in, and the picture's size changes with its window's.
+ * Edges are continued beyond the window. Rows are read in file order, each of them once, as long as
+ * the caller reads in file order, and again otherwise; only those under the filter are held.
+ *   width, height  1 to 2^24
  *   filter         ZOR_FILTER_...
- * Sizes and filters there are not are refused. */
+ * Sizes and filters there are not are refused, as are channels that are not planar. */
 ZOR_API ZOR_IMAGE *ZOR__resize(ZOR_IMAGE *image, int32_t width, int32_t height, int32_t filter);
 ZOR_API int ZOR__resize_undo(ZOR_IMAGE *image);
 
-/* Reading: merges two fields into a frame of twice the height. Lines are counted from the top, from
- * 0; the even field has lines 0, 2, 4...
+/* Reading: merges two fields into a frame of twice the height, whose windows reach from twice the
+ * fields' bottom line up. Lines are counted from the top, from 0; the even field has lines 0, 2,
+ * 4...
  *   image  the field that is shown first: the even one when FMT_def_dominance is 0, else the odd
- *   other  the field shown second: a handle of its own, open for reading, with windows, channels
- *          and orientation like those of image. It stays the caller's, who leaves it alone and open
- *          until the merge is undone or image closed
+ *   other  the field shown second: a handle of its own, open for reading, with windows, channels,
+ *          curve and orientation like those of image. It stays the caller's, who leaves it alone
+ *          and open until the merge is undone or image closed
  * Fields that differ are refused. */
 ZOR_API ZOR_IMAGE *ZOR__merge_fields(ZOR_IMAGE *image, ZOR_IMAGE *other);
 ZOR_API int ZOR__merge_fields_undo(ZOR_IMAGE *image);

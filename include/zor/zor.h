@@ -200,7 +200,7 @@ ZOR_API int ZOR_direct_scan_write(ZOR_IMAGE *image, int32_t y, ZOR_WORD channels
 /* Reads a whole raster, or a region, into the caller's channels, where the driver can.
  *   channels  the channel-pointer array
  * Returns the driver's result, or ZOR_E_UNSUPPORTED after the warning ZOR_MSG_NO_RASTER, which
- * leaves zor__err alone. Operators have no part in this. */
+ * leaves zor__err alone; this also while operators are pushed (ops.h). */
 ZOR_API int ZOR_get_raster(ZOR_IMAGE *image, ZOR_WORD channels, ZOR_WORD left, ZOR_WORD right,
                            ZOR_WORD bottom, ZOR_WORD top);
 ZOR_API int ZOR_get_region(ZOR_IMAGE *image, ZOR_WORD channels, ZOR_WORD left, ZOR_WORD right,

@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "curve/tables.h"
 #include "err/status.h"
 #include "zor/fmt.h"
 #include "zor/str.h"
@@ -44,7 +45,7 @@ int32_t copy_whole_description(ZOR_IMAGE_DESC *copy, const ZOR_IMAGE_DESC &desc)
         return zor__fail(ZOR_E_MEMORY, ZOR_MSG_NO_MEMORY);
     copy->curve.tables = nullptr; // shared so far
     if (desc.curve.kind == 2 && ZOR_response_curve_copy(&copy->curve, &desc.curve) != 0)
-        return zor__err == ZOR_E_MEMORY ? ZOR_E_MEMORY : set_status(ZOR_E_UNSUPPORTED);
+        return set_status(can_have_tables(desc.curve) ? ZOR_E_MEMORY : ZOR_E_UNSUPPORTED);
     return 0;
 }
 

@@ -52,6 +52,10 @@ bool is_initialised(const ZOR_INFO &info);
 // taken before the library's, and the driver's open function runs under the library's.
 ZOR_IMAGE *new_handle(int32_t mode);
 
+// Whether operators are pushed. Samples and frames that came from the driver directly would not be
+// what the description tells of then.
+inline bool has_operators(const ZOR_IMAGE &image) { return image.driver_state != nullptr; }
+
 // What a driver's functions get, scan apart: what it left in slot 0, where operators put their own.
 inline void *driver_state(const ZOR_IMAGE &image) {
     return image.driver_state != nullptr ? image.driver_state : image.data[0];

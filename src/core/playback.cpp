@@ -14,13 +14,19 @@ using Refusal = void (*)(const char *file_name, const char *key);
         ERR_report_cat(zor__msg_cat, message, file_name, key); \
     }
 
+// Whether a call goes to another frame, whose description may be another.
+enum class Moves { no, yes };
+
 // Calls one of the handle's functions with the driver's state. No lock is taken: stopping must get
 // through while playing. A refusal leaves zor__err as it was.
 template<class Function, class... Words>
-int forward(ZOR_IMAGE *image, Function ZOR_IMAGE::*function, Refusal refuse, Words... words) {
+int forward(ZOR_IMAGE *image, Function ZOR_IMAGE::*function, Moves moves, Refusal refuse,
+            Words... words) {
     if (image == nullptr)
         return zor::set_status(ZOR_E_UNSUPPORTED);
-    if (image->*function != nullptr && image->num_frames > 0)
+    // Operators have settled for the description of the frame they were pushed on.
+    const bool stays = moves == Moves::yes && zor::has_operators(*image);
+    if (image->*function != nullptr && image->num_frames > 0 && !stays)
         return (image->*function)(zor::driver_state(*image), words...);
     const auto text = [](const char *given) { return given != nullptr ? given : ""; };
     refuse(text(image->file_name), text(image->key));
@@ -31,32 +37,36 @@ int forward(ZOR_IMAGE *image, Function ZOR_IMAGE::*function, Refusal refuse, Wor
 
 // Asking for the frame shares the report of setting it.
 int ZOR_get_frame(ZOR_IMAGE *image, ZOR_WORD frame) {
-    return forward(image, &ZOR_IMAGE::get_frame, ZOR_REFUSAL(ZOR_MSG_NO_SET_FRAME), frame);
+    return forward(image, &ZOR_IMAGE::get_frame, Moves::no, ZOR_REFUSAL(ZOR_MSG_NO_SET_FRAME),
+                   frame);
 }
 
 int ZOR_set_frame(ZOR_IMAGE *image, ZOR_WORD frame) {
-    return forward(image, &ZOR_IMAGE::set_frame, ZOR_REFUSAL(ZOR_MSG_NO_SET_FRAME), frame);
+    return forward(image, &ZOR_IMAGE::set_frame, Moves::yes, ZOR_REFUSAL(ZOR_MSG_NO_SET_FRAME),
+                   frame);
 }
 
 int ZOR_playback_bind(ZOR_IMAGE *image, ZOR_WORD a, ZOR_WORD b) {
-    return forward(image, &ZOR_IMAGE::playback_bind, ZOR_REFUSAL(ZOR_MSG_NO_BIND), a, b);
+    return forward(image, &ZOR_IMAGE::playback_bind, Moves::no, ZOR_REFUSAL(ZOR_MSG_NO_BIND), a, b);
 }
 
 int ZOR_playback_goto(ZOR_IMAGE *image, ZOR_WORD frame) {
-    return forward(image, &ZOR_IMAGE::playback_goto, ZOR_REFUSAL(ZOR_MSG_NO_GOTO), frame);
+    return forward(image, &ZOR_IMAGE::playback_goto, Moves::yes, ZOR_REFUSAL(ZOR_MSG_NO_GOTO),
+                   frame);
 }
 
 int ZOR_playback_play(ZOR_IMAGE *image, ZOR_WORD a, ZOR_WORD b, ZOR_WORD c, ZOR_WORD d,
                       ZOR_WORD e) {
-    return forward(image, &ZOR_IMAGE::playback_play, ZOR_REFUSAL(ZOR_MSG_NO_PLAY), a, b, c, d, e);
+    return forward(image, &ZOR_IMAGE::playback_play, Moves::yes, ZOR_REFUSAL(ZOR_MSG_NO_PLAY), a, b,
+                   c, d, e);
 }
 
 int ZOR_playback_params(ZOR_IMAGE *image, ZOR_WORD a, ZOR_WORD b, ZOR_WORD c, ZOR_WORD d,
                         ZOR_WORD e, ZOR_WORD f, ZOR_WORD g, ZOR_WORD h) {
-    return forward(image, &ZOR_IMAGE::playback_params, ZOR_REFUSAL(ZOR_MSG_NO_PARAMS), a, b, c, d,
-                   e, f, g, h);
+    return forward(image, &ZOR_IMAGE::playback_params, Moves::no, ZOR_REFUSAL(ZOR_MSG_NO_PARAMS), a,
+                   b, c, d, e, f, g, h);
 }
 
 int ZOR_playback_stop(ZOR_IMAGE *image, ZOR_WORD a) {
-    return forward(image, &ZOR_IMAGE::playback_stop, ZOR_REFUSAL(ZOR_MSG_NO_STOP), a);
+    return forward(image, &ZOR_IMAGE::playback_stop, Moves::no, ZOR_REFUSAL(ZOR_MSG_NO_STOP), a);
 }

@@ -11,9 +11,8 @@ using zor::platform::Mutex;
 
 namespace {
 
-// Runs one of the handle's line functions under its lock: the scan function with what is in slot 0,
-// be it an operator's, any other with the driver's state. A transfer that succeeds is remembered as
-// the last one.
+// Runs one of the handle's line functions under its lock. Direct scans go to the driver, which is
+// not for them to reach past operators. A transfer that succeeds is remembered as the last one.
 template<class Function, class... Words>
 int transfer(ZOR_IMAGE *image, Function ZOR_IMAGE::*function, int32_t y, Words... words) {
     if (image == nullptr)
@@ -21,28 +20,28 @@ int transfer(ZOR_IMAGE *image, Function ZOR_IMAGE::*function, int32_t y, Words..
     const Lock lock(static_cast<Mutex *>(image->lock));
     if (image->*function == nullptr || image->data[0] == nullptr)
         return zor::set_status(ZOR_E_UNSUPPORTED);
-    constexpr bool scan = std::is_same_v<Function, ZOR_SCAN_FUNCTION>;
-    void *state = scan ? image->data[0] : zor::driver_state(*image);
-    const int result = (image->*function)(state, y, words...);
+    if (!std::is_same_v<Function, ZOR_SCAN_FUNCTION> && zor::has_operators(*image))
+        return zor::set_status(ZOR_E_UNSUPPORTED);
+    const int result = (image->*function)(image->data[0], y, words...);
     if (result == 0)
         image->last_scanline = y;
     return result;
 }
 
-// The same for rasters, which leave no last line behind. A driver without them earns a warning and
-// keeps zor__err as it was.
+// The same for rasters, which leave no last line behind. A driver without them, or operators in
+// front of it, earn a warning and keep zor__err as it was.
 template<class... Words>
 int raster(ZOR_IMAGE *image, ZOR_RASTER_FUNCTION ZOR_IMAGE::*function, Words... words) {
     if (image == nullptr)
         return zor::set_status(ZOR_E_UNSUPPORTED);
     Lock lock(static_cast<Mutex *>(image->lock));
-    if (image->*function == nullptr) {
+    if (image->*function == nullptr || zor::has_operators(*image)) {
         lock.unlock();
         const auto text = [](const char *given) { return given != nullptr ? given : ""; };
         ERR_report_cat(zor__msg_cat, ZOR_MSG_NO_RASTER, text(image->file_name), text(image->key));
         return ZOR_E_UNSUPPORTED;
     }
-    const int result = (image->*function)(zor::driver_state(*image), words...);
+    const int result = (image->*function)(image->data[0], words...);
     image->last_scanline = -1;
     return result;
 }

@@ -4,26 +4,18 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
-#include <limits>
 
-#include "zor/curve.h"
+#include "curve/tables.h"
 #include "zor/fmt.h"
 
 namespace zor {
 
 namespace {
 
-// A value as an integer entry: truncated, clamped to what the entry can hold; 0 for NaN.
-template<class Entry>
-Entry to_integer(double value) {
-    constexpr double top = std::numeric_limits<Entry>::max();
-    return static_cast<Entry>(value > 0 ? std::min(value, top) : 0);
-}
-
 // A new table of an entry for each i from 0 on; null for fewer than two levels of light.
 template<class Entry, class Compute>
 Entry *make_table(int32_t count, int32_t levels, Compute compute) {
-    if (levels < 2)
+    if (levels < 2 || static_cast<size_t>(count) > PTRDIFF_MAX / sizeof(Entry))
         return nullptr;
     auto *table = static_cast<Entry *>(std::malloc(static_cast<size_t>(count) * sizeof(Entry)));
     for (int32_t i = 0; table != nullptr && i < count; ++i)
@@ -37,7 +29,7 @@ Entry *make_table(int32_t count, int32_t levels, Compute compute) {
 
 float *ZOR_gamma_btof(double gamma) {
     const int32_t n = FMT_def_gamma_tab_res();
-    const double step = 1.0 / (n - 1);
+    const double step = 1.0 / (n - 1.0);
     return zor::make_table<float>(256, n, [=](int32_t i) {
         return static_cast<float>(std::max(std::pow(i / 255.0, gamma), i * step));
     });
@@ -55,8 +47,10 @@ uint8_t *ZOR_gamma_tob(double gamma) {
     const int32_t n = FMT_def_gamma_tab_res();
     return zor::make_table<uint8_t>(n, n, [=](int32_t i) {
         const double value = std::pow(static_cast<double>(i) / (n - 1), 1.0 / gamma) * 255 + 0.5;
-        // The bound is i as it stands, beyond 255 too.
-        return static_cast<uint8_t>(std::min<int32_t>(zor::to_integer<uint8_t>(value), i));
+        // Of values beyond 255, which a negative gamma gives, the low byte has always counted; the
+        // bound is i as it stands, beyond 255 too.
+        const auto low_byte = static_cast<uint8_t>(zor::to_integer<uint32_t>(value));
+        return static_cast<uint8_t>(std::min<int32_t>(low_byte, i));
     });
 }
 

@@ -1,5 +1,6 @@
 // cast.cpp - all channels as 32-bit floats.
 #include <array>
+#include <bit>
 
 #include "ops/operator.h"
 #include "ops/samples.h"
@@ -19,6 +20,20 @@ void divide(float *to, const void *from, int32_t width, double scale, const floa
     const auto *samples = static_cast<const Sample *>(from);
     for (int32_t x = 0; x < width; ++x)
         to[x] = static_cast<float>(static_cast<double>(samples[x]) * scale);
+}
+
+// The same for bytes, to the last bit, in floats. The scale is a sum whose larger part has 16 bits:
+// products with it are exact, and those with the smaller one too small for their rounding to count.
+void divide_bytes(float *to, const void *from, int32_t width, double scale,
+                  const float * /*table*/) {
+    const auto *samples = static_cast<const uint8_t *>(from);
+    const auto bits = std::bit_cast<uint32_t>(static_cast<float>(scale));
+    const auto large = std::bit_cast<float>(bits & 0xFFFFFF00U);
+    const auto small = static_cast<float>(scale - static_cast<double>(large));
+    for (int32_t x = 0; x < width; ++x) {
+        const auto sample = static_cast<float>(samples[x]);
+        to[x] = sample * large + sample * small;
+    }
 }
 
 void narrow(float *to, const void *from, int32_t width, double /*scale*/, const float * /*table*/) {
@@ -78,7 +93,23 @@ Convert choose_convert(const ZOR_CHANNELS &group) {
         return nullptr;
     if (group.type == ZOR_C_DOUBLE)
         return &narrow;
-    return choose_by_sample(group, []<class Sample>(Sample) -> Convert { return &divide<Sample>; });
+    return choose_by_sample(group, []<class Sample>(Sample) -> Convert {
+        if constexpr (sizeof(Sample) == 1)
+            return &divide_bytes;
+        else
+            return &divide<Sample>;
+    });
+}
+
+// Whether every group is of floats or has samples that can be told from its type and bits. Channels
+// that share a row are nobody's but their driver's.
+bool is_castable(const ZOR_IMAGE_DESC &desc) {
+    const auto groups = copy_groups(desc);
+    return desc.chan_flag == 1 &&
+           std::all_of(groups.begin(), groups.end(), [](const ZOR_CHANNELS &group) {
+               return group.count < 1 || group.type == ZOR_C_FLOAT ||
+                      choose_convert(group) != nullptr;
+           });
 }
 
 // Chooses the rows' converters; false when memory ran out.
@@ -114,6 +145,10 @@ ZOR_IMAGE *ZOR__cast(ZOR_IMAGE *image) {
     if (std::all_of(groups.begin(), groups.end(),
                     [](const ZOR_CHANNELS *group) { return group->type == ZOR_C_FLOAT; }))
         return image;
+    if (!is_castable(desc)) {
+        zor__fail(ZOR_E_UNSUPPORTED, ZOR_MSG_CANNOT_HANDLE, "cast operator");
+        return image;
+    }
     RecordPtr<Cast> record = new_record<Cast>();
     if (record == nullptr)
         return image;

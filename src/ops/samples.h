@@ -36,6 +36,11 @@ inline bool is_float(const ZOR_CHANNELS &group) {
     return group.type == ZOR_C_FLOAT || group.type == ZOR_C_DOUBLE;
 }
 
+// Channels that share a row: colours may be interleaved in the first one.
+inline int32_t channels_per_row(const ZOR_IMAGE_DESC &desc, Group group) {
+    return group == COLOUR && desc.chan_flag == 0 ? std::max(desc.image.count, 1) : 1;
+}
+
 inline int32_t row_width(const ZOR_IMAGE_DESC &desc) { return desc.win_right - desc.win_left + 1; }
 
 // Largest value of an integer of so many bits, 0 to 32.
@@ -46,10 +51,32 @@ inline constexpr std::array<double, 33> max_value = [] {
     return table;
 }();
 
+// What a group's samples have for 1: the largest value of integers.
+inline double largest_value(const ZOR_CHANNELS &group) {
+    const bool integers = is_integer(group) && group.bits >= 0 && group.bits <= 32;
+    return integers ? max_value[static_cast<size_t>(group.bits)] : 1.0;
+}
+
+// A value, 0 or more, truncated to an integer sample that can hold it.
+template<class Sample>
+Sample truncate_to(double value) {
+    if constexpr (sizeof(Sample) < 4)
+        return static_cast<Sample>(static_cast<int32_t>(value)); // can be vectorised
+    else
+        return static_cast<Sample>(value);
+}
+
+// A value as an integer sample: rounded, and clamped to [0, largest]; 0 for NaN.
+template<class Sample>
+Sample to_sample(double value, double largest) {
+    const double positive = value > 0 ? value : 0;
+    return truncate_to<Sample>((positive < largest ? positive : largest) + 0.5);
+}
+
 // The active window as rows see it: so many samples from an offset on, in so many lines.
 struct ActivePart {
-    int32_t offset, count;
     int32_t bottom, top;
+    int32_t offset, count;
     [[nodiscard]] bool has_line(int y) const { return y >= bottom && y <= top; }
 };
 
@@ -57,7 +84,7 @@ struct ActivePart {
 inline ActivePart active_part(const ZOR_IMAGE_DESC &desc) {
     const int32_t left = std::clamp(desc.act_left, desc.win_left, desc.win_right);
     const int32_t right = std::clamp(desc.act_right, left, desc.win_right);
-    return {left - desc.win_left, right - left + 1, desc.act_bottom, desc.act_top};
+    return {desc.act_bottom, desc.act_top, left - desc.win_left, right - left + 1};
 }
 
 // A row of a channel-pointer array as samples of a type.

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "ops/operator.h"
+#include "ops/shape.h"
 
 namespace zor {
 
@@ -15,13 +16,15 @@ struct Select {
     int32_t num_images = 0;
     ZOR_IMAGE_DESC *images = nullptr;
     ZOR_IMAGE_DESC desc = {};     // the selected image's; its texts stay the original's
-    void *driver_state = nullptr; // of the handle before
+    void *driver_state = nullptr; // of the handle before, as is this:
+    int32_t last_line = 0;
 
     void restore(ZOR_IMAGE &image) {
         image.num_images = num_images;
         image.images = images;
         std::copy_n(slots.get(), num_images, image.data);
         image.driver_state = driver_state;
+        image.last_scanline = last_line;
     }
 };
 
@@ -31,7 +34,8 @@ struct Select {
 
 ZOR_IMAGE *ZOR__select(ZOR_IMAGE *image, int32_t index) {
     using namespace zor;
-    if (image == nullptr || image->num_images < 2 || index < 0 || index >= image->num_images)
+    if (image == nullptr || image->num_images < 2 || index < 0 || index >= image->num_images ||
+        image->data[index] == nullptr)
         return image;
     // Operators already there are about the first image, and know no other's data.
     if (index != 0 && image->driver_state != nullptr) {
@@ -50,6 +54,7 @@ ZOR_IMAGE *ZOR__select(ZOR_IMAGE *image, int32_t index) {
     record->images = image->images;
     record->desc = image->images[index];
     record->driver_state = image->driver_state;
+    record->last_line = image->last_scanline;
     std::copy_n(image->data, image->num_images, record->slots.get());
     std::fill_n(image->data, image->num_images, nullptr);
 
@@ -57,6 +62,7 @@ ZOR_IMAGE *ZOR__select(ZOR_IMAGE *image, int32_t index) {
     image->images = &record->desc;
     image->num_images = 1;
     image->data[0] = selected;
+    forget_last_line(*image);
     return install_with(image, std::move(record), &pass_scan);
 }
 

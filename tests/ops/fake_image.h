@@ -61,6 +61,16 @@ inline int count_rows(const ZOR_IMAGE_DESC &desc) {
     return desc.image.count + desc.matte.count + desc.aux.count;
 }
 
+// Where a sample lies in rows: colours may be interleaved in the first one.
+struct Place {
+    Place(const ZOR_IMAGE_DESC &desc, int channel, int x) {
+        const bool interleaved = desc.chan_flag == 0 && channel < desc.image.count;
+        row = interleaved ? 0 : channel;
+        index = interleaved ? x * desc.image.count + channel : x;
+    }
+    int row, index;
+};
+
 class FakeImage {
 public:
     // The value of a sample, in the file's own terms.
@@ -88,6 +98,9 @@ public:
         }
         image_->scan = mode == ZOR_MODE_READ ? &read_line : &write_line;
         image_->close = &close_image;
+        constexpr float primaries[] = {0.67F, 0.33F, 0,     0.21F, 0.71F,  0.08F,
+                                       0.14F, 0.08F, 0.78F, 0.31F, 0.316F, 0.374F};
+        std::copy_n(primaries, 12, image_->primaries);
     }
     ~FakeImage() {
         image_->close(image_); // from the top of the stack down
@@ -114,16 +127,16 @@ public:
             return result;
         for (int k = 0; k < count_rows(desc()); ++k)
             for (int x = (result.emplace_back(), 0); x <= desc().win_right - desc().win_left; ++x)
-                result.back().push_back(get_sample(rows[k], group_of_row(desc(), k), x));
+                result.back().push_back(get(desc(), rows, k, x));
         return result;
     }
 
     // Hands a row in at the top; what comes out below is in written.
     int write(int y, const Value &row) {
-        void **rows = zor__chan_alloc(&desc(), desc().win_right - desc().win_left + 1, "test");
+        void **rows = new_rows(desc());
         for (int k = 0; k < count_rows(desc()); ++k)
             for (int x = 0; x <= desc().win_right - desc().win_left; ++x)
-                put_sample(rows[k], group_of_row(desc(), k), x, row(k, x, y));
+                put(desc(), rows, k, x, row(k, x, y));
         const int result = ZOR_scan_write(image_, y, rows);
         zor__chan_free(rows);
         return result;
@@ -135,12 +148,27 @@ public:
     std::vector<std::vector<double>> written; // the line written last
     bool closed = false;
 
+    // Rows that fit a description; and a sample in such rows.
+    static void **new_rows(const ZOR_IMAGE_DESC &desc) {
+        const int interleaved = desc.chan_flag == 0 ? std::max(desc.image.count, 1) : 1;
+        return zor__chan_alloc(&desc, (desc.win_right - desc.win_left + 1) * interleaved, "test");
+    }
+    static double get(const ZOR_IMAGE_DESC &desc, void *const *rows, int channel, int x) {
+        const Place at(desc, channel, x);
+        return get_sample(rows[at.row], group_of_row(desc, channel), at.index);
+    }
+    static void put(const ZOR_IMAGE_DESC &desc, void *const *rows, int channel, int x,
+                    double value) {
+        const Place at(desc, channel, x);
+        put_sample(rows[at.row], group_of_row(desc, channel), at.index, value);
+    }
+
 private:
     // The data of one sub-image, which the scan functions get.
     struct State {
         State(FakeImage *fake, const ZOR_IMAGE_DESC &description) : owner(fake), desc(description) {
             width = desc.win_right - desc.win_left + 1;
-            rows.reset(zor__chan_alloc(&desc, width, "test"), zor__chan_free);
+            rows.reset(new_rows(desc), zor__chan_free);
         }
         FakeImage *owner;
         ZOR_IMAGE_DESC desc; // before operators
@@ -158,8 +186,7 @@ private:
             return status;
         for (int k = 0; k < count_rows(state.desc); ++k)
             for (int x = 0; x < state.width; ++x)
-                put_sample(state.rows.get()[k], group_of_row(state.desc, k), x,
-                           state.owner->value(k, x, y));
+                put(state.desc, state.rows.get(), k, x, state.owner->value(k, x, y));
         *reinterpret_cast<void ***>(rows) = state.rows.get();
         return 0;
     }
@@ -171,7 +198,7 @@ private:
         written.clear();
         for (int k = 0; k < count_rows(state.desc); ++k)
             for (int x = (written.emplace_back(), 0); x < state.width; ++x)
-                written.back().push_back(get_sample(rows[k], group_of_row(state.desc, k), x));
+                written.back().push_back(get(state.desc, rows, k, x));
         return 0;
     }
     static int close_image(ZOR_IMAGE *image) {

@@ -22,7 +22,7 @@ TEST(Stack, OperatorsGoFromTheTopOnly) {
     ZOR__cast(image);
     EXPECT_EQ(ZOR__select_undo(image), 0);
     EXPECT_EQ(image->num_images, 1);
-    EXPECT_EQ(image->driver_state, driver); // which frames, rasters and seeks get
+    EXPECT_EQ(image->driver_state, driver); // which seeks and playback get
     EXPECT_EQ(ZOR__cast_undo(image), 1);
     EXPECT_EQ(ZOR__select_undo(image), 1);
     EXPECT_EQ(image->data[0], driver);
@@ -51,13 +51,18 @@ TEST(Select, LeavesOneImageAndLocksTheOthers) {
     fake.settle();
     for (const int index : {-1, 3})
         EXPECT_EQ(ZOR__select(image, index)->num_images, 3);
+    image->data[1] = nullptr; // an image that the driver has nothing for
+    EXPECT_EQ(ZOR__select(image, 1)->num_images, 3);
+    image->data[1] = slots[1];
 
+    image->last_scanline = 1;
     ZOR__select(image, 2);
     EXPECT_EQ(image->num_images, 1);
     EXPECT_EQ(fake.desc().image.count, 1);
     EXPECT_EQ(image->data[1], nullptr);
     EXPECT_EQ(image->data[2], nullptr);
     EXPECT_EQ(image->driver_state, slots[2]);
+    EXPECT_EQ(image->last_scanline, 2); // none yet, in falling order
     EXPECT_EQ(fake.read(0).size(), 4U);
     zor__err = -5;
     EXPECT_EQ(image->scan(image->data[1], 0, nullptr), -1); // as if for image 1
@@ -66,6 +71,7 @@ TEST(Select, LeavesOneImageAndLocksTheOthers) {
 
     EXPECT_EQ(ZOR__select_undo(image), 1);
     EXPECT_EQ(image->num_images, 3);
+    EXPECT_EQ(image->last_scanline, 1);
     EXPECT_THAT(std::vector<void *>(image->data, image->data + 3),
                 testing::ElementsAreArray(slots));
     EXPECT_EQ(image->driver_state, nullptr);

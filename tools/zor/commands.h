@@ -24,8 +24,30 @@ struct ConvertRequest {
     std::vector<std::string> settings; // capabilities of the output's driver, as NAME=VALUE
     bool strict = false;               // fail when the output's format has no place for something
     bool json = false;                 // a line for each conversion
+    Operations operations;             // on the way
     RunOptions run;
 };
+
+struct CompareRequest {
+    std::string a, b;
+    std::string from;       // key of both files' format; empty: found out from each
+    double tolerance = 0;   // largest difference that counts as none, of a full range of 1
+    std::string difference; // a file to draw the difference to; empty: none
+    bool json = false;
+};
+
+ExitCode compare(const RuntimeOptions &options, const CompareRequest &request);
+
+struct ShowRequest {
+    std::string file;
+    std::string from;      // key of its format; empty: found out from the file
+    int32_t image = 0;     // of several in the file, counted from 1; 0: the first
+    int32_t width = 0;     // in pixels, a column each; 0: what fits
+    bool terminal = false; // draw whatever the output is
+    bool opaque = false;   // the matte left out
+};
+
+ExitCode show(const RuntimeOptions &options, const ShowRequest &request);
 
 ExitCode convert(const RuntimeOptions &options, const ConvertRequest &request);
 

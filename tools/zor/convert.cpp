@@ -1,6 +1,8 @@
 // convert.cpp - the command "zor convert".
 #include "commands.h"
 
+#include <zor/fmt.h>
+
 #include "capability.h"
 #include "console.h"
 #include "convert_frames.h"
@@ -39,6 +41,10 @@ ExitCode convert(const RuntimeOptions &options, const ConvertRequest &request) {
         reports.error("--json needs the standard output for itself");
         return EXIT_WRONG_USAGE;
     }
+    if (const std::string reason = contradiction(request.operations); !reason.empty()) {
+        reports.error(reason);
+        return EXIT_WRONG_USAGE;
+    }
     std::optional<Conversion> conversion =
         choose_formats(files.input, files.output, request.from, request.to, reports);
     CapabilitySettings settings;
@@ -47,6 +53,9 @@ ExitCode convert(const RuntimeOptions &options, const ConvertRequest &request) {
         return EXIT_WRONG_USAGE;
     conversion->strict = request.strict;
     conversion->settings = settings.list();
+    conversion->operations = request.operations;
+    if (!request.operations.gamma.has_value()) // asked here, before there are threads
+        conversion->operations.gamma = FMT_def_gamma();
     ExitCode code = EXIT_FINE;
     std::optional<Sequence> sequence = Sequence::make(files, reports, code);
     if (!sequence.has_value())

@@ -86,6 +86,11 @@ bool leave_out(const std::string &what, const std::string &why, const Conversion
     return !conversion.strict;
 }
 
+// Whether a format has auxiliary channels of bytes.
+bool takes_bytes(const ZOR_FORMAT &format) {
+    return format.num_z > 0 && (format.bits_per_z & 1U << 7) != 0;
+}
+
 void free_texts(ZOR_IMAGE_DESC &desc) {
     for (char *text : {desc.chan_format, desc.aux_name, desc.picture_format, desc.ratio_text})
         ERR_free(text);
@@ -136,8 +141,12 @@ bool choose_channels(Plan &plan, const Conversion &conversion, Reports &reports)
     return true;
 }
 
-// All that is known of the input.
-bool describe_input(Plan &plan, const ZOR_IMAGE *input, Reports &reports) {
+// All that is known of the input, as operators make it.
+bool describe_input(Plan &plan, ZOR_IMAGE *input, const Conversion &conversion, Reports &reports) {
+    const std::optional<Outcome> outcome =
+        push_operators(input, conversion.operations, takes_bytes(*conversion.to), reports);
+    if (!outcome.has_value())
+        return false;
     plan.info.reset(ZOR_info_alloc());
     if (plan.info == nullptr || ZOR_info_from_image(plan.info.get(), input) != 0)
         return reports.explain(), false;
@@ -150,7 +159,7 @@ bool describe_input(Plan &plan, const ZOR_IMAGE *input, Reports &reports) {
         reports.error("interleaved channels cannot be converted");
         return false;
     }
-    return true;
+    return state(*plan.info, *outcome);
 }
 
 // What the input does not say stays unsaid. The library would fill in who converts it, where and
@@ -180,8 +189,14 @@ Image open_output(const ZOR_INFO &info, Workplace &workplace, Reports &reports) 
     if (interrupted())
         return nullptr;
     Image image(ZOR_open(&info, "w"));
-    if (image == nullptr)
-        reports.explain();
+    if (image != nullptr)
+        return image;
+    reports.explain();
+    const ZOR_IMAGE_DESC &desc = info.images[0];
+    const bool floats = desc.image.type != ZOR_C_INTEGER ||
+                        (desc.matte.count > 0 && desc.matte.type != ZOR_C_INTEGER);
+    if (floats && reports.last_error().find("channel type") != std::string::npos)
+        reports.warning("--display or --bits 8 turns floats into integers");
     return image;
 }
 
@@ -223,7 +238,7 @@ ExitCode convert_file(const std::string &input_file, const std::string &output_f
         input = open_input(input_file, conversion.from, reports);
     }
     Plan plan;
-    if (input == nullptr || !describe_input(plan, input.get(), reports))
+    if (input == nullptr || !describe_input(plan, input.get(), conversion, reports))
         return EXIT_INPUT_FAILED;
 
     reports.about(output_name);

@@ -8,6 +8,7 @@
 #include <zor/zor.h>
 
 #include "exit_codes.h"
+#include "operators.h"
 #include "reports.h"
 #include "temporary_files.h"
 
@@ -20,6 +21,7 @@ struct Conversion {
     bool streamed = false;                // it makes a stream, not files
     ZOR_CAP_SETTING **settings = nullptr; // for the outputs' driver
     bool strict = false;                  // fail when it has no place for something
+    Operations operations = {};           // with a display's gamma where one is wanted
 };
 
 // Settles the formats.
@@ -36,7 +38,7 @@ struct Workplace {
     TemporaryFiles temporary_files;
 };
 
-// Converts the input's first image. Failures and losses are reported; the output appears, or
+// Converts one of the input's images. Failures and losses are reported; the output appears, or
 // changes, only when all went well. Several threads may do so at once; each needs reports of its
 // own. An interrupt ends it early, without a message.
 //   input, output  files; "-" for the standard streams

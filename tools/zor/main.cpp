@@ -18,9 +18,10 @@ namespace {
 
 constexpr unsigned most_jobs = 256;
 
-const char exit_codes[] = "Exit codes: 0 all went well; 1 some input could not be read; 2 wrong "
-                          "usage;\n3 the library did not start, or no module is usable; 4 the "
-                          "result could not be\nwritten; 130 interrupted.";
+const char exit_codes[] =
+    "Exit codes: 0 all went well; 1 some input could not be read, or images that were compared\n"
+    "differ; 2 wrong usage; 3 the library did not start, or no module is usable; 4 the result\n"
+    "could not be written; 5 images could not be compared; 130 interrupted.";
 
 // An option whose value is one of some words.
 template<class Value>
@@ -40,6 +41,52 @@ void add_choice(CLI::App &command, const std::string &name, Value &value,
         throw CLI::ValidationError(name, "expecting " + words + ", not " + word);
     };
     command.add_option_function<std::string>(name, choose, help)->type_name(words);
+}
+
+// An option whose value some function reads, which gives nothing for one that makes no sense.
+template<class Value>
+void add_parsed(CLI::App &command, const std::string &name, std::optional<Value> &value,
+                std::optional<Value> (*parse)(const std::string &), const std::string &expected,
+                const std::string &help) {
+    const auto take = [&value, parse, name, expected](const std::string &text) {
+        value = parse(text);
+        if (!value.has_value())
+            throw CLI::ValidationError(name, "expecting " + expected + ", not " + text);
+    };
+    command.add_option_function<std::string>(name, take, help);
+}
+
+void add_operations(CLI::App &command, Operations &operations) {
+    command
+        .add_option("--select", operations.image,
+                    "Take the N-th of the file's images, as zor info counts them")
+        ->type_name("N")
+        ->check(CLI::Range(1, INT32_MAX).description(""));
+    add_parsed<WantedSize>(command, "--resize", operations.size, parse_size, "WxH, Wx, xH or P%",
+                           "Change the size; with one extent keep the shape");
+    add_choice<std::optional<int32_t>>(command, "--filter", operations.filter,
+                                       {{"box", ZOR_FILTER_BOX},
+                                        {"triangle", ZOR_FILTER_TRIANGLE},
+                                        {"catmull-rom", ZOR_FILTER_CATMULL_ROM},
+                                        {"mitchell", ZOR_FILTER_MITCHELL},
+                                        {"lanczos3", ZOR_FILTER_LANCZOS_3}},
+                                       "How --resize mixes pixels. Default: mitchell");
+    command.add_flag("--float", operations.to_float, "Make all channels floats");
+    command.add_flag("--display", operations.display,
+                     "Make 8-bit colours for a display, and 8-bit matte and auxiliary channels");
+    command.add_flag("--luminance", operations.luminance,
+                     "Make one 8-bit channel of luminance for a display");
+    command.add_option("--gamma", operations.gamma, "The display's. Default: that of new images")
+        ->type_name("G")
+        ->check(CLI::Range(0.01, 100.0).description(""));
+    add_parsed<Chromaticities>(command, "--primaries", operations.primaries, parse_primaries,
+                               known_primaries() + " or eight numbers",
+                               "The display's: " + known_primaries() +
+                                   " or x,y of red, green, blue and white. Default: the picture's");
+    command
+        .add_option("--bits", operations.bits, "Make colours and matte integers of so many bits")
+        ->type_name("N")
+        ->check(CLI::Range(1, 32).description(""));
 }
 
 void add_convert_options(CLI::App &command, ConvertRequest &request) {
@@ -83,12 +130,50 @@ void add_convert_options(CLI::App &command, ConvertRequest &request) {
                      {{"stop", false}, {"skip", true}},
                      "What to do after a frame that failed: begin no more (default), or go on");
     command.add_flag("--json", request.json, "Print a line of JSON for each frame");
+    add_operations(command, request.operations);
+}
+
+void add_compare_options(CLI::App &command, CompareRequest &request) {
+    command.add_option("A", request.a, "An image; - is the standard input")
+        ->type_name("")
+        ->required();
+    command.add_option("B", request.b, "Another one")->type_name("")->required();
+    command.add_option("--from", request.from, "The files' format. Default: found out from each")
+        ->type_name("KEY");
+    command
+        .add_option("--tolerance", request.tolerance,
+                    "Largest difference that counts as none, of a full range of 1. Default: 0")
+        ->type_name("T")
+        ->check(CLI::NonNegativeNumber.description(""));
+    command
+        .add_option("--difference", request.difference,
+                    "Draw the difference, the largest one white")
+        ->type_name("FILE");
+    command.add_flag("--json", request.json, "As JSON");
+}
+
+void add_show_options(CLI::App &command, ShowRequest &request) {
+    command.add_option("FILE", request.file, "The image; - is the standard input")
+        ->type_name("")
+        ->required();
+    command.add_option("--from", request.from, "Its format. Default: found out from the file")
+        ->type_name("KEY");
+    command.add_option("--select", request.image, "The N-th of the file's images")
+        ->type_name("N")
+        ->check(CLI::Range(1, INT32_MAX).description(""));
+    command
+        .add_option("--width", request.width,
+                    "Pixels across; a character in the terminal is one wide. Default: what fits")
+        ->type_name("N")
+        ->check(CLI::Range(1, 32767).description(""));
+    command.add_flag("--opaque", request.opaque, "Leave the matte out");
+    command.add_flag("--terminal", request.terminal, "Draw whatever the standard output is");
 }
 
 int run(const std::vector<std::string> &arguments) {
     RuntimeOptions options;
     ExitCode code = EXIT_FINE;
-    CLI::App app("Looks at raster images and converts them.", "zor");
+    CLI::App app("Looks at raster images, compares and converts them.", "zor");
     app.footer(exit_codes);
     app.set_version_flag("--version", "zor " ZOR_VERSION);
     app.require_subcommand(1);
@@ -116,6 +201,17 @@ int run(const std::vector<std::string> &arguments) {
         ->type_name("KEY");
     info->add_flag("--json", json, "As JSON");
     info->callback([&] { code = show_info(options, files, from, json); });
+
+    CompareRequest comparison;
+    CLI::App *compare_command = app.add_subcommand("compare", "Tell how far two images differ");
+    add_compare_options(*compare_command, comparison);
+    compare_command->callback([&] { code = compare(options, comparison); });
+
+    ShowRequest shown;
+    CLI::App *show_command =
+        app.add_subcommand("show", "Draw an image in the terminal, or write a PNG file of it");
+    add_show_options(*show_command, shown);
+    show_command->callback([&] { code = show(options, shown); });
 
     ConvertRequest request;
     request.run.jobs = std::clamp(std::thread::hardware_concurrency(), 1U, most_jobs);

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <functional>
 #include <memory>
 #include <random>
 
@@ -22,13 +23,28 @@ struct CloseFile {
 };
 using File = std::unique_ptr<std::FILE, CloseFile>;
 
-std::string random_name() {
+std::string random_name(const char *start) {
     static const char letters[] = "abcdefghijklmnopqrstuvwxyz012345";
     std::random_device random;
-    std::string name = ".zor-";
+    std::string name = start;
     for (int i = 0; i < 10; ++i)
         name += letters[random() % 32];
     return name;
+}
+
+// Makes a file that has not been there: name gives a path to try, create makes it or returns an
+// errno value. Returns its path; an empty text after a message.
+std::string make_file(const std::function<fs::path()> &name,
+                      const std::function<int(const std::string &)> &create, Reports &reports) {
+    int failure = EEXIST;
+    for (int tries = 0; tries < 100 && failure == EEXIST; ++tries) {
+        const std::string path = to_text(name());
+        failure = create(path);
+        if (failure == 0)
+            return path;
+    }
+    reports.error(std::strerror(failure));
+    return {};
 }
 
 // Where a file has to go to be found under this name: links are followed.
@@ -82,20 +98,10 @@ bool OutputFile::create(const std::string &extension, Reports &reports) {
     const fs::path directory = direct_ ? fs::temp_directory_path(error) : target_.parent_path();
     const std::string ending =
         target_.has_extension() && !direct_ ? to_text(target_.extension()) : extension;
-    for (int tries = 0; tries < 100; ++tries) {
-        const std::string path = to_text(directory / to_path(random_name() + ending));
-        const int failure = temporary_files_.create(path, direct_);
-        if (failure == 0) {
-            path_ = path;
-            return true;
-        }
-        if (failure != EEXIST) {
-            reports.error(std::strerror(failure));
-            return false;
-        }
-    }
-    reports.error(std::strerror(EEXIST));
-    return false;
+    path_ = make_file(
+        [&] { return directory / to_path(random_name(".zor-") + ending); },
+        [&](const std::string &path) { return temporary_files_.create(path, direct_); }, reports);
+    return !path_.empty();
 }
 
 bool OutputFile::commit(Reports &reports) {
@@ -132,6 +138,13 @@ bool OutputFile::copy_out(Reports &reports) {
 void OutputFile::forget() {
     temporary_files_.forget(path_);
     path_.clear();
+}
+
+std::string make_temporary_file(const std::string &extension, Reports &reports) {
+    std::error_code error;
+    const fs::path directory = fs::temp_directory_path(error);
+    return make_file([&] { return directory / (random_name("zor-") + extension); },
+                     [](const std::string &path) { return create_new_file(path, true); }, reports);
 }
 
 } // namespace zor

@@ -40,4 +40,8 @@ private:
     std::string path_;    // empty: no temporary file
 };
 
+// Makes an empty file of its own in the directory for temporary files, for the user alone. Returns
+// its path; an empty text after a message.
+std::string make_temporary_file(const std::string &extension, Reports &reports);
+
 } // namespace zor

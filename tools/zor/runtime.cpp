@@ -17,6 +17,9 @@ bool Runtime::start() {
         reports_.explain();
         return false;
     }
+    // Every file is opened for itself: a handle that is kept would keep its operators, and one that
+    // two threads share has but one set of rows.
+    ZOR_multiframe_set(0, 0);
     const bool usable = ZOR_info() != nullptr;
     ZOR_init(nullptr, nullptr); // rewinds ZOR_info
     if (usable)

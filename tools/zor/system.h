@@ -25,6 +25,17 @@ std::FILE *binary_standard_output();
 // Whether what is said on the standard error stream goes straight to a person.
 bool standard_error_is_terminal();
 
+// Whether the standard output is a terminal that draws characters in any colour.
+bool standard_output_draws_colours();
+
+// A terminal's size in characters; 0 where it is not known.
+struct TerminalSize {
+    int columns, lines;
+};
+
+// That of the standard output.
+TerminalSize standard_output_size();
+
 // The signals that ask a program to stop.
 std::span<const int> stop_signals();
 

@@ -1,7 +1,10 @@
 // system_posix.cpp - the command's system functions on POSIX systems.
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include "system.h"
@@ -30,6 +33,22 @@ int create_new_file(const std::string &path, bool confidential) {
 std::FILE *binary_standard_output() { return stdout; }
 
 bool standard_error_is_terminal() { return isatty(STDERR_FILENO) != 0; }
+
+bool standard_output_draws_colours() {
+    const auto is = [](const char *variable, const char *value) {
+        const char *text = std::getenv(variable);
+        return text != nullptr && std::strcmp(text, value) == 0;
+    };
+    return isatty(STDOUT_FILENO) != 0 && !is("TERM", "dumb") &&
+           (is("COLORTERM", "truecolor") || is("COLORTERM", "24bit"));
+}
+
+TerminalSize standard_output_size() {
+    winsize size = {};
+    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0)
+        return {0, 0};
+    return {size.ws_col, size.ws_row};
+}
 
 std::span<const int> stop_signals() {
     static const int signals[] = {SIGINT, SIGTERM, SIGHUP};

@@ -1,0 +1,369 @@
+// samples_test.cpp - operators that change what samples hold: types, widths, ranges, and the clip.
+#include <gmock/gmock.h>
+
+#include <cmath>
+#include <limits>
+
+#include "ops/fake_image.h"
+
+namespace {
+
+using testing::ElementsAre;
+
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+constexpr double inf = std::numeric_limits<double>::infinity();
+constexpr ZOR_CHANNELS none = {0, ZOR_C_INTEGER, 8};
+
+ZOR_CHANNELS floats(int32_t count) { return {count, ZOR_C_FLOAT, 32}; }
+ZOR_CHANNELS doubles(int32_t count) { return {count, ZOR_C_DOUBLE, 64}; }
+ZOR_CHANNELS integers(int32_t count, int32_t bits) { return {count, ZOR_C_INTEGER, bits}; }
+
+// Arguments that go by group: those given, and null for the others.
+template<class T>
+struct ByGroup {
+    ByGroup(const T *colour, const T *matte = nullptr, const T *aux = nullptr)
+        : of{colour, matte, aux} {}
+    operator const T * const *() const { return of; }
+    const T *of[3];
+};
+using Targets = ByGroup<ZOR_TARGET>;
+using Ranges = ByGroup<ZOR_RANGE>;
+
+// Values from a list, the same in all channels and lines.
+FakeImage::Value values(std::vector<double> list) {
+    return [list](int, int x, int) { return list[static_cast<size_t>(x)]; };
+}
+
+TEST(Cast, GivesQuotientsToTheLastBit) {
+    for (int bits = 1; bits <= 16; ++bits) {
+        const int count = 1 << bits;
+        FakeImage fake(ZOR_MODE_READ, count, 1, {integers(1, bits), none, none});
+        fake.value = [](int, int x, int) { return x; };
+        ZOR__cast(fake.image());
+        const auto rows = fake.read(0);
+        for (int x = 0; x < count; ++x)
+            ASSERT_EQ(rows[0][static_cast<size_t>(x)], static_cast<float>(x / (count - 1.0)))
+                << x << " of " << bits;
+    }
+}
+
+TEST(Quantize, RoundsWhatIsClamped) {
+    const std::vector<double> list = {nan, -inf, -0.25, 0, 0.31, 0.5, 0.69, 0.999, 1, 1.25, inf};
+    for (const ZOR_CHANNELS &from : {floats(2), doubles(2)}) {
+        for (const int bits : {1, 7, 8, 9, 12, 16, 17, 31, 32}) {
+            FakeImage fake(ZOR_MODE_READ, 11, 1, {from, none, none});
+            fake.value = values(list);
+            const ZOR_TARGET target = {ZOR_C_INTEGER, bits};
+            ZOR__quantize(fake.image(), Targets(&target), nullptr);
+            EXPECT_EQ(fake.desc().image.type, ZOR_C_INTEGER);
+            EXPECT_EQ(fake.desc().image.bits, bits);
+            const auto rows = fake.read(0);
+            EXPECT_EQ(rows[0], rows[1]);
+            for (size_t x = 0; x < list.size(); ++x) {
+                const double value = from.type == ZOR_C_FLOAT
+                                         ? static_cast<double>(static_cast<float>(list[x]))
+                                         : list[x];
+                const long double clamped = value >= 1 ? 1.0L : value > 0 ? value : 0.0L;
+                const long double largest = std::ldexp(1.0L, bits) - 1;
+                EXPECT_NEAR(rows[0][x], static_cast<double>(std::floor(clamped * largest + 0.5L)),
+                            bits < 32 ? 0 : 1)
+                    << list[x] << " at " << bits;
+            }
+        }
+    }
+}
+
+TEST(Quantize, TakesWrittenIntegersToFractions) {
+    FakeImage fake(ZOR_MODE_WRITE, 4, 1, {floats(1), doubles(1), integers(1, 16)});
+    const ZOR_TARGET bytes = {ZOR_C_INTEGER, 8};
+    const ZOR_TARGET words = {ZOR_C_INTEGER, 12};
+    ZOR__quantize(fake.image(), Targets(&bytes, &words, &bytes), nullptr);
+    EXPECT_EQ(fake.desc().aux.bits, 16);
+    const std::vector<double> list = {0, 51, 127, 255};
+    EXPECT_EQ(fake.write(0, values(list)), 0);
+    EXPECT_THAT(fake.written[0], ElementsAre(0, 0.2F, 127 / 255.0F, 1));
+    EXPECT_THAT(fake.written[1], ElementsAre(0, 51 / 4095.0, 127 / 4095.0, 255 / 4095.0));
+    EXPECT_EQ(fake.written[2], list);
+}
+
+TEST(Quantize, HandsOtherGroupsOnAsTheyAre) {
+    FakeImage fake(ZOR_MODE_READ, 4, 1, {floats(1), integers(1, 16), doubles(1)});
+    void **below = nullptr;
+    ZOR_scan_read(fake.image(), 0, &below);
+    const ZOR_TARGET target = {ZOR_C_INTEGER, 8};
+    ZOR__quantize(fake.image(), Targets(&target, &target), nullptr);
+    void **rows = nullptr;
+    ZOR_scan_read(fake.image(), 0, &rows);
+    EXPECT_NE(rows[0], below[0]);
+    EXPECT_EQ(rows[1], below[1]);
+    EXPECT_EQ(rows[2], below[2]);
+    EXPECT_EQ(fake.desc().matte.bits, 16);
+}
+
+// From the smallest numbers to 1, with steps that meet interpolation anywhere.
+TEST(Quantize, EncodesLightWithinAHundredthOfACode) {
+    std::vector<double> list = {nan, -1, 0, 1e-42, 1, 2};
+    for (double value = 1e-12; value < 1; value *= 1.0007)
+        list.push_back(static_cast<double>(static_cast<float>(value)));
+    for (const auto &[has, wants] : {std::pair(1.0F, 2.2F), {1.8F, 2.4F}, {2.2F, 1.0F}}) {
+        FakeImage fake(ZOR_MODE_READ, static_cast<int>(list.size()), 1,
+                       {floats(1), doubles(1), none});
+        fake.desc().curve.gamma = has;
+        fake.value = values(list);
+        const ZOR_TARGET target = {ZOR_C_INTEGER, 16};
+        const ZOR_RESPONSE_CURVE encode = {1, wants, 0, 0, 0, 0, 0, nullptr};
+        ZOR__quantize(fake.image(), Targets(&target, &target), &encode);
+        EXPECT_EQ(fake.desc().curve.gamma, wants);
+        const auto rows = fake.read(0);
+        const double power = static_cast<double>(has) / static_cast<double>(wants);
+        for (size_t x = 0; x < list.size(); ++x) {
+            const double clamped = list[x] > 0 ? std::min(list[x], 1.0) : 0;
+            EXPECT_NEAR(rows[0][x], std::pow(clamped, power) * 65535, 0.51) << list[x];
+            EXPECT_EQ(rows[1][x], std::floor(clamped * 65535 + 0.5)) << list[x]; // no matte is
+        }
+        EXPECT_EQ(ZOR__quantize_undo(fake.image()), 1);
+        EXPECT_EQ(fake.desc().curve.gamma, has);
+    }
+}
+
+TEST(ChangeWidth, ShiftsWithinASizeOrToASmallerOne) {
+    constexpr int width = 1300; // several blocks of the conversion
+    struct {
+        int from, to;
+        bool fits;
+    } cases[] = {{16, 8, true},  {10, 8, true},  {32, 8, true}, {32, 16, true},  {20, 9, true},
+                 {24, 17, true}, {8, 4, true},   {4, 8, true},  {10, 16, true},  {17, 32, true},
+                 {8, 8, true},   {8, 16, false}, {8, 9, false}, {16, 17, false}, {1, 32, false},
+                 {8, 33, false}, {8, 0, false}};
+    for (const auto &[from, to, fits] : cases) {
+        FakeImage fake(ZOR_MODE_READ, width, 1, {integers(2, from), floats(1), integers(1, from)});
+        const double largest = std::ldexp(1.0, from) - 1;
+        fake.value = [&](int, int x, int) { return std::floor(largest * x / (width - 1)); };
+        const ZOR_TARGET target = {ZOR_C_INTEGER, to};
+        ZOR__change_width(fake.image(), Targets(&target, &target, &target));
+        EXPECT_EQ(fake.image()->driver_state != nullptr, fits) << from << " to " << to;
+        EXPECT_EQ(fake.desc().image.bits, fits ? to : from);
+        EXPECT_EQ(fake.desc().aux.bits, fits ? to : from);
+        EXPECT_EQ(fake.desc().matte.type, ZOR_C_FLOAT);
+        const auto rows = fake.read(0);
+        for (int x = 0; fits && x < width; ++x)
+            for (const size_t k : {0U, 1U, 3U})
+                ASSERT_EQ(rows[k][static_cast<size_t>(x)],
+                          std::floor(std::ldexp(fake.value(0, x, 0), to - from)))
+                    << from << " to " << to;
+    }
+}
+
+TEST(Remap, MapsTheActivePartAndALineMore) {
+    for (const int mode : {ZOR_MODE_READ, ZOR_MODE_WRITE}) {
+        FakeImage fake(mode, 5, 6, {floats(1), none, floats(1)});
+        fake.desc().act_left = 1;
+        fake.desc().act_right = 3;
+        fake.desc().act_bottom = 2;
+        fake.desc().act_top = 3;
+        fake.settle();
+        fake.value = values({3, nan, 3, inf, 3});
+        const ZOR_RANGE range = {2, 4};
+        ZOR__remap(fake.image(), Ranges(nullptr, nullptr, &range));
+        for (int y = 0; y < 6; ++y) {
+            if (mode == ZOR_MODE_WRITE)
+                fake.write(y, fake.value);
+            const auto rows = mode == ZOR_MODE_READ ? fake.read(y) : fake.written;
+            const bool mapped = y >= 2 && y <= 4;
+            EXPECT_EQ(rows[0][2], 3);
+            EXPECT_EQ(rows[1][0], 3);
+            EXPECT_EQ(rows[1][4], 3);
+            EXPECT_EQ(rows[1][2], mapped ? 0.5 : 3) << y;
+            EXPECT_TRUE(mapped ? rows[1][1] == 0 : std::isnan(rows[1][1]));
+            EXPECT_EQ(rows[1][3], mapped ? 1 : inf);
+        }
+    }
+}
+
+TEST(MinMax, StretchesARangeToTheFullOne) {
+    for (const int mode : {ZOR_MODE_READ, ZOR_MODE_WRITE}) {
+        FakeImage fake(mode, 5, 1, {integers(1, 8), integers(1, 32), floats(1)});
+        fake.value = [](int channel, int x, int) {
+            return channel == 0   ? std::vector{0, 51, 102, 204, 255}[static_cast<size_t>(x)]
+                   : channel == 1 ? std::floor(4294967295.0 * x / 4)
+                                  : x / 4.0 - 0.25;
+        };
+        const ZOR_RANGE fifths = {0.2F, 0.8F};
+        const ZOR_RANGE half = {-1, 1};
+        const ZOR_RANGE beyond = {0.1F, 0.3F};
+        ZOR__min_max(fake.image(), Ranges(&fifths, &half, &beyond));
+        if (mode == ZOR_MODE_WRITE)
+            fake.write(0, fake.value);
+        const auto rows = mode == ZOR_MODE_READ ? fake.read(0) : fake.written;
+        EXPECT_THAT(rows[0], ElementsAre(0, 0, 85, 255, 255));
+        EXPECT_THAT(rows[1],
+                    ElementsAre(2147483648, 2684354559, 3221225471, 3758096383, 4294967295));
+        for (size_t x = 0; x < 5; ++x) // no clamp here
+            EXPECT_NEAR(rows[2][x], (static_cast<double>(x) / 4 - 0.35) / 0.2, 1e-6);
+    }
+}
+
+TEST(Scale, RoundsAndClampsIntegers) {
+    for (const int flag : {1, 0}) {
+        FakeImage fake(ZOR_MODE_READ, 4, 1, {integers(3, 10), doubles(1), floats(1)});
+        fake.desc().chan_flag = flag;
+        fake.settle();
+        fake.value = [](int channel, int x, int) { return 300 * x + channel; };
+        const float factors[] = {1.5F, -2, 1};
+        ZOR__scale(fake.image(), factors);
+        const auto rows = fake.read(0);
+        EXPECT_THAT(rows[0], ElementsAre(0, 450, 900, 1023));
+        EXPECT_THAT(rows[1], ElementsAre(2, 452, 902, 1023));
+        EXPECT_THAT(rows[2], ElementsAre(3, 453, 903, 1023));
+        EXPECT_THAT(rows[3], ElementsAre(-6, -606, -1206, -1806));
+        EXPECT_THAT(rows[4], ElementsAre(4, 304, 604, 904));
+    }
+    FakeImage fake(ZOR_MODE_WRITE, 2, 1, {integers(1, 32), none, floats(0)});
+    const float negative[] = {-1, 1, 7};
+    ZOR__scale(fake.image(), negative);
+    fake.write(0, values({0, 4294967295.0}));
+    EXPECT_THAT(fake.written[0], ElementsAre(0, 0));
+}
+
+struct Pixel {
+    double r, g, b, matte;
+};
+
+// A colour and its matte, clipped in each of the layouts and types there are.
+Pixel clip(const Pixel &pixel, const char *format, int32_t flag, bool wide) {
+    FakeImage fake(ZOR_MODE_READ, 3, 3,
+                   {wide ? doubles(3) : floats(3), wide ? doubles(1) : floats(1), none});
+    fake.desc().chan_flag = flag;
+    ERR_free(fake.desc().chan_format);
+    fake.desc().chan_format = STR_save(format);
+    fake.desc().act_left = fake.desc().act_right = 1;
+    fake.desc().act_bottom = fake.desc().act_top = 1;
+    fake.settle();
+    fake.value = [&](int channel, int x, int y) {
+        if (y != 1)
+            return channel < 3 ? 2.0 : 1.0;
+        return x != 1 ? 9.0 : std::vector{pixel.r, pixel.g, pixel.b, pixel.matte}[channel];
+    };
+    ZOR__clip(fake.image());
+    for (const int y : {0, 2})
+        EXPECT_EQ(fake.read(y)[0][1], 2);
+    const auto rows = fake.read(1);
+    for (const auto &row : rows)
+        EXPECT_TRUE(row[0] == 9 && row[2] == 9); // outside the active window
+    return {rows[0][1], rows[1][1], rows[2][1], rows[3][1]};
+}
+
+TEST(Clip, MovesColoursTowardTheirMean) {
+    for (const bool wide : {false, true}) {
+        for (const int flag : {0, 1}) {
+            const auto expect = [&](const Pixel &from, double r, double g, double b) {
+                const Pixel to = clip(from, "rgb", flag, wide);
+                EXPECT_THAT((std::vector{to.r, to.g, to.b}),
+                            ElementsAre(testing::DoubleNear(r, 1e-6), testing::DoubleNear(g, 1e-6),
+                                        testing::DoubleNear(b, 1e-6)))
+                    << from.r << " " << from.g << " " << from.b << " in " << from.matte;
+            };
+            expect({0, 0.5, 0.25, 0.5}, 0, 0.5, 0.25);
+            expect({1, 0.2, 0, 0.5}, 0.49995, 0.366683, 0.333366);
+            expect({0.5, -0.25, 0.35, 1}, 0.333266, 0.0001, 0.266633);
+            expect({0, 0, 3, 1}, 0.999999, 0.999999, 0.999999);
+            expect({-3, 1, 1, 1}, 0, 0, 0);
+            expect({4, 4, 0, 1}, 1, 1, 1);
+            for (const double matte : {0.0, -1.0, nan})
+                expect({0.5, 0.5, 0.5, matte}, 0, 0, 0);
+            for (const double bad : {nan, -inf})
+                expect({0.5, bad, 0.5, 1}, 0, 0, 0);
+            expect({0.5, inf, 0.5, 0.75}, 0.75, 0.75, 0.75);
+        }
+    }
+}
+
+TEST(Clip, ClampsOtherFormatsByComponent) {
+    for (const bool wide : {false, true}) {
+        for (const int flag : {0, 1}) {
+            Pixel to = clip({-1, 2, 0.25, 0.5}, "xyz", flag, wide);
+            EXPECT_THAT((std::vector{to.r, to.g, to.b}), ElementsAre(0, 0.5, 0.25));
+            to = clip({1, nan, inf, nan}, "xyz", flag, wide);
+            EXPECT_THAT((std::vector{to.r, to.g, to.b}), ElementsAre(0, 0, 0));
+            to = clip({1, nan, inf, 2}, "raw", flag, wide);
+            EXPECT_THAT((std::vector{to.r, to.g, to.b}), ElementsAre(1, 0, 2));
+        }
+    }
+}
+
+// What a push leaves behind: an operator, a refusal, or nothing.
+enum class Outcome { pushed, refused, nothing };
+
+template<class Push>
+Outcome outcome_of(const FakeImage &fake, Push push) {
+    ReportLog log;
+    zor__err = 0;
+    push(fake.image());
+    if (fake.image()->driver_state != nullptr)
+        return Outcome::pushed;
+    const bool refused = log.has_only(ZOR_MSG_CANNOT_HANDLE) && zor__err == ZOR_E_UNSUPPORTED;
+    EXPECT_EQ(log.text().empty(), !refused);
+    return refused ? Outcome::refused : Outcome::nothing;
+}
+
+TEST(Arguments, ThatMakeNoSenseAreRefused) {
+    const auto expect_refused = [](auto push, int mode = ZOR_MODE_READ, float gamma = 1) {
+        FakeImage fake(mode, 4, 1, {floats(1), none, none});
+        fake.desc().curve.gamma = gamma;
+        EXPECT_EQ(outcome_of(fake, push), Outcome::refused);
+    };
+    const ZOR_TARGET bytes = {ZOR_C_INTEGER, 8};
+    for (const ZOR_TARGET &target :
+         {ZOR_TARGET{ZOR_C_FLOAT, 32}, {ZOR_C_INTEGER, 0}, {ZOR_C_INTEGER, 33}})
+        expect_refused([&](ZOR_IMAGE *i) { ZOR__quantize(i, Targets(&target), nullptr); });
+    ZOR_RESPONSE_CURVE encode = {1, 2.2F, 0, 0, 0, 0, 0, nullptr};
+    const auto encoded = [&](ZOR_IMAGE *i) { ZOR__quantize(i, Targets(&bytes), &encode); };
+    expect_refused(encoded, ZOR_MODE_WRITE);
+    for (const double gamma : {0.0, -1.0, nan, inf})
+        expect_refused(encoded, ZOR_MODE_READ, static_cast<float>(gamma));
+    encode.gamma = 0;
+    expect_refused(encoded);
+    encode = {2, 2.2F, 0, 1, 256, ZOR_C_INTEGER, 8, nullptr};
+    expect_refused(encoded);
+    for (const ZOR_RANGE &range :
+         {ZOR_RANGE{1, 1}, {2, 1}, {0, static_cast<float>(inf)}, {static_cast<float>(nan), 1}}) {
+        expect_refused([&](ZOR_IMAGE *i) { ZOR__min_max(i, Ranges(&range)); });
+        expect_refused([&](ZOR_IMAGE *i) { ZOR__remap(i, Ranges(&range)); });
+    }
+    const float factors[] = {1, 1, static_cast<float>(inf)};
+    expect_refused([&](ZOR_IMAGE *i) { ZOR__scale(i, factors); });
+}
+
+TEST(Arguments, ThatAskForNothingPushNothing) {
+    const ZOR_TARGET words = {ZOR_C_INTEGER, 16};
+    const ZOR_RANGE range = {0, 2};
+    const auto quantize = [&](ZOR_IMAGE *i) { ZOR__quantize(i, Targets(&words), nullptr); };
+    const auto change = [&](ZOR_IMAGE *i) { ZOR__change_width(i, Targets(&words, &words)); };
+    const auto remap = [&](ZOR_IMAGE *i) { ZOR__remap(i, Ranges(&range, &range)); };
+    const float factors[] = {1, 1, 7};
+    const auto scale = [&](ZOR_IMAGE *i) { ZOR__scale(i, factors); };
+    const auto expect = [](const FakeImage::Groups &groups, auto push, Outcome outcome,
+                           int mode = ZOR_MODE_READ, int flag = 1) {
+        FakeImage fake(mode, 4, 1, groups);
+        fake.desc().chan_flag = flag;
+        EXPECT_EQ(outcome_of(fake, push), outcome);
+    };
+    expect({floats(3), none, none}, quantize, Outcome::nothing, ZOR_MODE_READ, 0);
+    expect({integers(3, 8), floats(1), none}, quantize, Outcome::nothing);
+    expect({floats(0), floats(1), none}, quantize, Outcome::nothing);
+    expect({integers(3, 32), none, none}, change, Outcome::nothing, ZOR_MODE_WRITE);
+    expect({floats(3), none, none}, change, Outcome::pushed); // it is there, to do nothing
+    expect({floats(1), doubles(1), none}, remap, Outcome::nothing);
+    expect({floats(1), floats(0), none}, remap, Outcome::nothing, ZOR_MODE_READ, 0);
+    expect({floats(1), none, floats(0)}, scale, Outcome::nothing);
+
+    expect({integers(3, 8), floats(1), none}, &ZOR__clip, Outcome::nothing);
+    expect({floats(3), integers(1, 8), none}, &ZOR__clip, Outcome::nothing);
+    expect({floats(3), floats(0), none}, &ZOR__clip, Outcome::nothing);
+    expect({floats(0), floats(1), none}, &ZOR__clip, Outcome::nothing);
+    expect({floats(3), doubles(1), none}, &ZOR__clip, Outcome::nothing);
+    expect({floats(3), floats(1), none}, &ZOR__clip, Outcome::nothing, ZOR_MODE_READ, 2);
+    expect({floats(2), floats(1), none}, &ZOR__clip, Outcome::pushed, ZOR_MODE_WRITE);
+}
+
+} // namespace

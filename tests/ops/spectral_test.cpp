@@ -1,0 +1,247 @@
+// spectral_test.cpp - spectral samples as colours, against sums in double precision.
+#include <gmock/gmock.h>
+
+#include <cmath>
+#include <numeric>
+
+#include "ops/fake_image.h"
+#include "ops/state.h"
+#include "support/fault.h"
+#include "zor/clr.h"
+
+namespace {
+
+using testing::DoubleNear;
+using testing::ElementsAre;
+
+constexpr float rec709[12] = {0.64F, 0.33F, 0, 0.3F, 0.6F, 0, 0.15F, 0.06F, 0, 0.3127F, 0.329F, 0};
+
+ZOR_RESPONSE_CURVE power(float gamma) { return {1, gamma, 0, 0, 0, 0, 0, nullptr}; }
+
+// A picture of n samples, with one matte and one auxiliary channel.
+struct Spectral : FakeImage {
+    explicit Spectral(ZOR_CHANNELS image, const char *format = "sampled", int width = 4)
+        : FakeImage(ZOR_MODE_READ, width, 2, {image, {1, ZOR_C_INTEGER, 8}, {1, ZOR_C_FLOAT, 32}}) {
+        ERR_free(desc().chan_format);
+        desc().chan_format = STR_save(format);
+        std::copy_n(rec709, 12, this->image()->primaries);
+    }
+    // One column of a row: the colours, then matte and auxiliary.
+    std::vector<double> column(int x) {
+        std::vector<double> result;
+        for (const auto &row : read(0))
+            result.push_back(row[x]);
+        return result;
+    }
+};
+
+// X, Y, Z of light in each sample, by definition.
+std::array<double, 3> xyz_of(const std::vector<double> &light, const float *primaries) {
+    const CLR_SAMPLES *space = CLR_find(static_cast<int32_t>(light.size()));
+    const double x = primaries[9];
+    const double y = primaries[10];
+    const double white[3] = {x / y, 1, (1 - x - y) / y};
+    std::array<double, 3> result;
+    for (int c = 0; c < 3; ++c) {
+        double sum = 0;
+        double all = 0;
+        for (size_t j = 0; j < light.size(); ++j) {
+            sum += space->to_xyz[3 * j + c] * light[j];
+            all += space->to_xyz[3 * j + c];
+        }
+        result[c] = white[c] * sum / all;
+    }
+    return result;
+}
+
+TEST(Samples, WeighTheSpaceOfTheirCount) {
+    for (const int n : {1, 3, 10})
+        for (const ZOR_CHANNELS &group : {ZOR_CHANNELS{n, ZOR_C_INTEGER, 5},
+                                          {n, ZOR_C_INTEGER, 12},
+                                          {n, ZOR_C_INTEGER, 32},
+                                          {n, ZOR_C_FLOAT, 32},
+                                          {n, ZOR_C_DOUBLE, 64}})
+            for (const float gamma : {1.0F, 2.2F}) {
+                const bool integer = group.type == ZOR_C_INTEGER;
+                const double top = integer ? std::ldexp(1.0, group.bits) - 1 : 1;
+                Spectral fake(group);
+                fake.desc().curve.gamma = gamma;
+                fake.value = [&](int channel, int x, int) {
+                    const double value = (x == 3 ? 1 : 0.3 * x * (channel + 1) / (n + 1)) * top;
+                    return channel >= n ? channel - n + 1 : integer ? std::floor(value) : value;
+                };
+                std::vector<double> light;
+                for (int k = 0; k < n; ++k)
+                    light.push_back(std::pow(fake.value(k, 2, 0) / top, gamma));
+                const auto xyz = xyz_of(light, rec709);
+                const auto before = state_of(*fake.image());
+
+                ZOR__samples_to_xyz(fake.image());
+                EXPECT_STREQ(fake.desc().chan_format, "xyz");
+                EXPECT_EQ(fake.desc().curve.gamma, 1.0F);
+                EXPECT_THAT(fake.column(2),
+                            ElementsAre(DoubleNear(xyz[0], 1e-6), DoubleNear(xyz[1], 1e-6),
+                                        DoubleNear(xyz[2], 1e-6), 1, 2));
+                EXPECT_EQ(ZOR__samples_to_rgb_undo(fake.image()), 0);
+                EXPECT_EQ(ZOR__samples_to_xyz_undo(fake.image()), 1);
+
+                ZOR__samples_to_rgb(fake.image());
+                const auto rgb = fake.column(2);
+                // The known matrix of these primaries, back to X, Y, Z.
+                EXPECT_NEAR(0.412391 * rgb[0] + 0.357584 * rgb[1] + 0.180481 * rgb[2], xyz[0],
+                            1e-5);
+                EXPECT_NEAR(0.019331 * rgb[0] + 0.119195 * rgb[1] + 0.950532 * rgb[2], xyz[2],
+                            1e-5);
+                const auto one = DoubleNear(1, 1e-6);
+                EXPECT_THAT(fake.column(3), ElementsAre(one, one, one, 1, 2)); // white
+                ZOR__samples_to_rgb_undo(fake.image());
+
+                const ZOR_RESPONSE_CURVE curve = power(1.8F);
+                ZOR__samples_to_luminance(fake.image(), &curve);
+                EXPECT_THAT(fake.column(2),
+                            ElementsAre(std::floor(std::pow(xyz[1], 1 / 1.8F) * 255 + 0.5), 1, 2));
+                EXPECT_EQ(fake.column(3)[0], 255);
+                ZOR__samples_to_luminance_undo(fake.image());
+                EXPECT_EQ(state_of(*fake.image()), before);
+            }
+}
+
+TEST(Samples, GoToTheDisplayThroughTheColourMatrices) {
+    ASSERT_EQ(ZOR_color_matrix_set(3, rec709), 0);
+    Spectral fake({4, ZOR_C_FLOAT, 32});
+    fake.desc().curve.gamma = 1.7F;
+    fake.value = [](int channel, int x, int) {
+        return x == 0 ? 1 : x == 1 ? NAN : x == 2 ? (channel == 1 ? 9 : -3) : 0.2 * channel;
+    };
+    ZOR__samples_to_rgb(fake.image());
+    const auto light = fake.column(3);
+    ZOR__samples_to_rgb_undo(fake.image());
+    const ZOR_RESPONSE_CURVE curve = power(2.2F);
+    ZOR__samples_to_display(fake.image(), &curve);
+    EXPECT_STREQ(fake.desc().chan_format, "rgb");
+    EXPECT_EQ(fake.desc().curve.gamma, 2.2F);
+    EXPECT_THAT(fake.column(0), ElementsAre(255, 255, 255, 1, 1));
+    const auto clamped = fake.column(2);
+    EXPECT_TRUE(testing::Matches(testing::IsSupersetOf({0.0, 255.0}))(clamped));
+    for (int k = 0; k < 3; ++k) {
+        EXPECT_EQ(fake.column(1)[k], 0);
+        EXPECT_EQ(fake.column(3)[k],
+                  std::floor(std::pow(std::clamp(light[k], 0.0, 1.0), 1 / 2.2) * 255 + 0.5));
+    }
+    ZOR_color_matrix_reset();
+}
+
+// To the nearest byte, the same one where the curves are equal.
+TEST(RawSamples, AreCorrectedChannelByChannel) {
+    for (const int n : {1, 2, 5})
+        for (const float gamma : {0.4F, 1.5F, 7.0F}) {
+            Spectral fake({n, ZOR_C_INTEGER, 8}, "raw", 256);
+            fake.desc().curve.gamma = gamma;
+            fake.value = [](int channel, int x, int) { return (x + channel) & 255; };
+            const ZOR_RESPONSE_CURVE curve = power(1.5F);
+            ZOR__samples_to_display(fake.image(), &curve);
+            const auto rows = fake.read(0);
+            ASSERT_EQ(rows.size(), 5U);
+            for (int k = 0; k < 3; ++k)
+                for (int x = 0; x < 256; ++x) {
+                    const double in = fake.value(n == 1 ? 0 : k, x, 0) / 255;
+                    const double out = std::pow(in, double{gamma} / 1.5) * 255;
+                    // Where a half is rounded to hangs on the last bit.
+                    EXPECT_NEAR(rows[k][x], n == 2 && k == 2 ? 0 : out, 0.5001) << k << " " << n;
+                }
+            EXPECT_EQ(rows[3][0], n); // the matte
+        }
+}
+
+TEST(RawSamples, GoThroughTablesThatFit) {
+    std::vector<uint16_t> rising(256);
+    std::iota(rising.begin(), rising.end(), 0);
+    std::vector<uint16_t> falling(rising.rbegin(), rising.rend());
+    void *decoding[] = {rising.data(), falling.data()};
+    std::vector<uint8_t> bytes(512);
+    for (int i = 0; i < 512; ++i)
+        bytes[i] = static_cast<uint8_t>(i / 2);
+    void *encoding[] = {bytes.data(), bytes.data()};
+    const ZOR_RESPONSE_CURVE in = {2, 1, 0, 2, 256, ZOR_C_INTEGER, 9, decoding};
+    const ZOR_RESPONSE_CURVE out = {2, 1, 0, 1, 512, ZOR_C_INTEGER, 8, encoding};
+    Spectral fake({2, ZOR_C_INTEGER, 8}, "raw");
+    const auto displays = [&](const ZOR_RESPONSE_CURVE &image, const ZOR_RESPONSE_CURVE &wanted) {
+        fake.desc().curve = image;
+        const auto before = state_of(*fake.image());
+        ZOR__samples_to_display(fake.image(), &wanted);
+        const bool pushed = state_of(*fake.image()) != before;
+        if (pushed) {
+            EXPECT_EQ(fake.column(3), (std::vector<double>{21, 106, 0, 0, 0}));
+        }
+        ZOR__samples_to_display_undo(fake.image());
+        return pushed;
+    };
+    fake.value = [](int channel, int x, int) { return channel < 2 ? x * 14 : 0; };
+    EXPECT_TRUE(displays(in, out)); // 42 and 213 of 511
+    for (const auto &[field, value] : {std::pair{&ZOR_RESPONSE_CURVE::num_channels, 2},
+                                       {&ZOR_RESPONSE_CURVE::depth, 9},
+                                       {&ZOR_RESPONSE_CURVE::type, 2},
+                                       {&ZOR_RESPONSE_CURVE::num_elements, 1}}) {
+        ZOR_RESPONSE_CURVE wrong = out;
+        wrong.*field = value;
+        EXPECT_FALSE(displays(in, wrong));
+    }
+    for (const auto &[field, value] :
+         {std::pair{&ZOR_RESPONSE_CURVE::num_elements, 255}, {&ZOR_RESPONSE_CURVE::depth, 17}}) {
+        ZOR_RESPONSE_CURVE wrong = in;
+        wrong.*field = value;
+        EXPECT_FALSE(displays(wrong, out));
+    }
+    for (const float gamma : {0.0F, -1.0F, NAN, HUGE_VALF})
+        EXPECT_FALSE(displays(in, power(gamma)));
+    fake.desc().curve = power(1); // the handle would free tables
+}
+
+TEST(Samples, PushNothingWhenTheyCannotWork) {
+    ReportLog log;
+    const ZOR_RESPONSE_CURVE curve = power(2.2F);
+    Spectral unknown({11, ZOR_C_INTEGER, 8}); // no such space
+    Spectral rgb({3, ZOR_C_INTEGER, 8}, "rgb");
+    Spectral dark({3, ZOR_C_INTEGER, 8});
+    dark.image()->primaries[10] = 0; // white without Y
+    Spectral fake({5, ZOR_C_INTEGER, 16});
+    for (const Spectral *image : {&unknown, &rgb, &dark, &fake}) {
+        const auto before = state_of(*image->image());
+        ZOR__samples_to_display(image->image(), image != &fake ? &curve : nullptr);
+        EXPECT_EQ(state_of(*image->image()), before);
+    }
+    fake.desc().curve.gamma = 2.2F;
+    const auto before = state_of(*fake.image());
+    const long count = for_each_failing_allocation([&](Fault &fault) {
+        zor__err = 0;
+        ZOR__samples_to_display(fake.image(), &curve);
+        EXPECT_EQ(zor__err, fault.struck() ? ZOR_E_MEMORY : 0);
+        EXPECT_EQ(state_of(*fake.image()) == before, fault.struck());
+        ZOR__samples_to_display_undo(fake.image());
+        EXPECT_EQ(fault.live(), 0);
+    });
+    EXPECT_GE(count, 9);
+}
+
+// The same on all systems.
+TEST(Samples, GiveTheSameBitsEverywhere) {
+    uint64_t hash = 1;
+    const ZOR_RESPONSE_CURVE curve = power(2.2F);
+    for (const ZOR_CHANNELS &group :
+         {ZOR_CHANNELS{1, ZOR_C_INTEGER, 8}, {3, ZOR_C_INTEGER, 16}, {7, ZOR_C_FLOAT, 32}}) {
+        Spectral fake(group, "sampled", 200);
+        fake.desc().curve.gamma = 1.7F;
+        fake.value = [&](int channel, int x, int) {
+            const int value = (x * 7919 + channel * 31) & 255;
+            return group.type == ZOR_C_FLOAT ? value / 256.0 : value;
+        };
+        ZOR__samples_to_rgb(fake.image());
+        hash_rows(&hash, fake.read(0));
+        ZOR__samples_to_rgb_undo(fake.image());
+        ZOR__samples_to_display(fake.image(), &curve);
+        hash_rows(&hash, fake.read(0));
+    }
+    EXPECT_EQ(hash, 4704719554315376065U);
+}
+
+} // namespace

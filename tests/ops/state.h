@@ -1,0 +1,22 @@
+// state.h - what pushes and undoes are compared by, and hashes of rows.
+#pragma once
+
+#include <bit>
+#include <string>
+#include <vector>
+
+#include "zor/driver.h"
+
+// All that is in a handle and its description.
+inline std::string state_of(const ZOR_IMAGE &image) {
+    return std::string(reinterpret_cast<const char *>(&image), sizeof image) +
+           std::string(reinterpret_cast<const char *>(image.images), sizeof *image.images) +
+           std::string(reinterpret_cast<const char *>(image.data), sizeof *image.data);
+}
+
+// Adds the bits of rows to a hash, which starts at any number.
+inline void hash_rows(uint64_t *hash, const std::vector<std::vector<double>> &rows) {
+    for (const auto &row : rows)
+        for (const double sample : row)
+            *hash = (*hash ^ std::bit_cast<uint64_t>(sample)) * 1099511628211U;
+}

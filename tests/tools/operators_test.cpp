@@ -1,0 +1,218 @@
+// operators_test.cpp - pictures changed on their way, compared and shown, by the command.
+#include <cmath>
+#include <limits>
+
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+
+#include "tool.h"
+
+using nlohmann::json;
+using testing::AllOf;
+using testing::HasSubstr;
+
+namespace {
+
+class Operators : public Tool {
+protected:
+    static json info(const char *file) {
+        return json::parse(good(std::string("zor info --json ") + file))["files"][0];
+    }
+    static int compare(const std::string &arguments) {
+        return run("zor compare " + arguments).code;
+    }
+    static void write_pfm(const char *name, const std::vector<float> &samples) {
+        const std::string bytes(reinterpret_cast<const char *>(samples.data()), 4 * samples.size());
+        write_file(name, "Pf\n" + std::to_string(samples.size()) + " 1\n-1.0\n" + bytes);
+    }
+};
+
+TEST_F(Operators, FilesSayWhatTheirSamplesAre) {
+    good("render_frame f.mox 1 64 48 && zor convert f.mox wide.mox --bits 16");
+    const struct {
+        const char *command;
+        int width, height, colours, bits;
+        const char *type;
+        double gamma;
+        int aux_bits;
+    } cases[] = {
+        {"f.mox --float", 64, 48, 3, 32, "float", 1, 32},
+        {"wide.mox --float", 64, 48, 3, 32, "float", 2.2, 32}, // no light was made of these
+        {"wide.mox --resize 32x", 32, 24, 3, 16, "integer", 2.2, 32},
+        {"f.mox --resize x96 --filter lanczos3", 128, 96, 3, 8, "integer", 2.2, 32},
+        {"f.mox --resize 150% --float", 96, 72, 3, 32, "float", 1, 32},
+        {"f.mox --resize 1x1 --bits 16", 1, 1, 3, 16, "integer", 2.2, 32},
+        {"wide.mox --bits 5", 64, 48, 3, 5, "integer", 2.2, 32},
+        {"f.mox --display --gamma 1.8 --primaries p3", 64, 48, 3, 8, "integer", 1.8, 8},
+        {"wide.mox --luminance --resize 50%", 32, 24, 1, 8, "integer", 2.2, 8},
+    };
+    for (const auto &[command, width, height, colours, bits, type, gamma, aux_bits] : cases) {
+        SCOPED_TRACE(command);
+        good(std::string("zor convert --strict ") + command + " out.mox");
+        const json file = info("out.mox");
+        const json &image = file["images"][0];
+        EXPECT_EQ(image["width"], width);
+        EXPECT_EQ(image["height"], height);
+        EXPECT_EQ(image["colour"], json({{"count", colours}, {"type", type}, {"bits", bits}}));
+        EXPECT_EQ(image["gamma"], gamma);
+        const bool resized = width != 64;
+        EXPECT_EQ(image["picture"]["width"], resized ? width : 640);
+        EXPECT_EQ(image["picture"]["format"] == "ntsc_640", !resized);
+        EXPECT_EQ(image["matte"]["bits"], bits);
+        EXPECT_EQ(image["auxiliary"]["bits"], aux_bits);
+        const bool p3 = std::string(command).ends_with("p3");
+        EXPECT_EQ(file["primaries"]["red"], p3 ? json({0.68, 0.32}) : json({0.64, 0.33}));
+    }
+}
+
+TEST_F(Operators, WhatComesBackIsTheSame) {
+    good("render_frame f.mox 1 64 48");
+    write_file("a.pam", pam(37, 11, 4, 1));
+    for (const char *way : {"--resize 100% --filter box", "--bits 16", "--display", "--bits 8"}) {
+        good(std::string("zor convert f.mox g.mox ") + way);
+        good("zor convert -q g.mox g.png && zor convert -q f.mox f.png");
+        EXPECT_EQ(compare("f.png g.png"), 0) << way;
+    }
+    good("zor convert a.pam w.pam --bits 12 && zor convert w.pam b.pam --bits 8");
+    EXPECT_EQ(compare("a.pam b.pam"), 0);
+    // Light of a display's own gamma comes back too, where there is no matte to clip to.
+    good("zor convert f.mox f.ppm -q && zor convert f.ppm l.pfm --float");
+    good("zor convert l.pfm d.ppm --display --gamma 1");
+    EXPECT_EQ(compare("f.ppm d.ppm"), 0);
+}
+
+TEST_F(Operators, FramesAreDoneInParallel) {
+    for (const char *frame : {"1", "2", "3", "4", "5", "6"})
+        good(std::string("render_frame f.") + frame + ".mox " + frame + " 64 48");
+    const std::string options = " --resize 32x --display --primaries rec2020 -q ";
+    good("zor convert f.#.mox a.#.png -j 4" + options + "&& zor convert f.#.mox b.#.png -j 1" +
+         options);
+    for (const char *frame : {"1", "2", "3", "4", "5", "6"})
+        EXPECT_EQ(compare(std::string("a.") + frame + ".png b." + frame + ".png"), 0);
+}
+
+TEST_F(Operators, WhatMakesNoSenseIsRefused) {
+    write_file("a.pam", pam(4, 3, 3, 1));
+    write_pfm("f.pfm", {0, 0.5, 1});
+    const struct {
+        const char *arguments;
+        int code;
+        const char *message;
+    } cases[] = {
+        {"a.pam b.png --resize 10", 2, "WxH"},
+        {"a.pam b.png --resize x", 2, "WxH"},
+        {"a.pam b.png --resize 0x9", 2, "WxH"},
+        {"a.pam b.png --resize -5%", 2, "WxH"},
+        {"a.pam b.png --resize 9x --filter sinc", 2, "lanczos3"},
+        {"a.pam b.png --filter box", 2, "--resize"},
+        {"a.pam b.png --display --luminance", 2, "name one"},
+        {"a.pam b.png --display --float", 2, "--float"},
+        {"a.pam b.png --float --bits 8", 2, "--bits"},
+        {"a.pam b.png --bits 33", 2, "--bits"},
+        {"a.pam b.png --gamma 2", 2, "--display"},
+        {"a.pam b.png --luminance --primaries p3", 2, "--display"},
+        {"a.pam b.png --display --primaries 1,2,3", 2, "rec709"},
+        {"a.pam b.png --select 2", 1, "zor: a.pam: there is no image 2"},
+        {"a.pam b.png --display --primaries 0,0,0,0,0,0,0,0", 1, "primaries"},
+        {"f.pfm b.png", 4, "--display or --bits 8"},
+    };
+    for (const auto &[arguments, code, message] : cases) {
+        const Run result = run(std::string("zor convert ") + arguments);
+        EXPECT_EQ(result.code, code) << arguments << "\n" << result.err;
+        EXPECT_THAT(result.err, HasSubstr(message)) << arguments;
+    }
+    EXPECT_EQ(files(), (std::set<std::string>{"a.pam", "f.pfm"}));
+}
+
+TEST_F(Operators, ComparisonsTellHowFarPicturesLieApart) {
+    write_file("a.ppm", std::string("P6\n2 1\n255\n\0\0\0\0\0\0", 17));
+    write_file("b.ppm", std::string("P6\n2 1\n255\n\0\0\0\x33\0\0", 17)); // 51, a fifth
+    write_file("c.ppm", "P6\n1 2\n255\n......");
+    write_file("d.pgm", "P5\n2 1\n255\n..");
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    write_pfm("n.pfm", {nan, 1});
+    write_pfm("m.pfm", {nan, 0.5});
+    write_pfm("o.pfm", {0, 1});
+    good("zor convert b.ppm b16.ppm --bits 16 && zor convert b.ppm rising.mox");
+    const std::pair<const char *, int> cases[] = {{"a.ppm a.ppm", 0},
+                                                  {"a.ppm b.ppm", 1},
+                                                  {"a.ppm b.ppm --tolerance 0.2", 0},
+                                                  {"b.ppm b16.ppm", 0},
+                                                  {"b.ppm rising.mox", 0},
+                                                  {"rising.mox b.ppm", 0},
+                                                  {"a.ppm b.ppm --tolerance 0.1999", 1},
+                                                  {"a.ppm c.ppm", 1},
+                                                  {"a.ppm d.pgm", 1},
+                                                  {"n.pfm n.pfm", 0},
+                                                  {"n.pfm o.pfm --tolerance 9", 1},
+                                                  {"a.ppm none.ppm", 5},
+                                                  {"a.ppm b.ppm --tolerance -1", 2},
+                                                  {"a.ppm b.ppm --difference d", 2},
+                                                  {"--from ppm a.ppm - <b.ppm", 1},
+                                                  {"a.ppm b.ppm --difference no/d.ppm", 4}};
+    for (const auto &[arguments, code] : cases)
+        EXPECT_EQ(compare(arguments), code) << arguments;
+    EXPECT_THAT(run("zor compare a.ppm c.ppm").out, HasSubstr("2 x 1 against 1 x 2"));
+    EXPECT_THAT(run("zor compare a.ppm d.pgm").out, HasSubstr("3 against 1 colour"));
+
+    const json result = json::parse(run("zor compare a.ppm b.ppm --json --difference e.ppm").out);
+    EXPECT_FALSE(result["within_tolerance"].get<bool>());
+    const json &red = result["channels"][0];
+    EXPECT_DOUBLE_EQ(red["maximum"].get<double>(), 0.2);
+    EXPECT_DOUBLE_EQ(red["rms"].get<double>(), std::sqrt(0.02)); // of one in two pixels
+    EXPECT_NEAR(red["psnr"].get<double>(), 16.9897, 1e-4);
+    EXPECT_EQ(red["maximum_code"], 51);
+    EXPECT_NEAR(result["rms"].get<double>(), std::sqrt(0.04 / 6), 1e-12);
+    EXPECT_EQ(result["channels"][1]["psnr"], nullptr);
+    EXPECT_THAT(read_file("e.ppm"), testing::EndsWith(std::string("\0\0\0\xff\0\0", 6)));
+    EXPECT_EQ(json::parse(run("zor compare n.pfm m.pfm --json").out)["maximum"], 0.5);
+    EXPECT_EQ(json::parse(run("zor compare n.pfm o.pfm --json").out)["maximum"], nullptr);
+
+    write_file("up.pfm", "Pf\n3 2\n-1.0\n" + raster(3, 2, 1, 4)); // rises, as PAM does not
+    good("zor convert up.pfm up.mox");
+    EXPECT_EQ(compare("up.pfm up.mox --difference e.pgm"), 0);
+}
+
+TEST_F(Operators, ATerminalShowsTwoPixelsACharacter) {
+    write_file("a.ppm",
+               std::string("P6\n2 3\n255\n") + "\x01\x02\x03\x01\x02\x03" + "aaaaaa" + "zzzAAA");
+    const std::string block = "\u2580";
+    const std::string end = "\x1b[0m\n";
+    EXPECT_EQ(good("zor show --terminal a.ppm"), "\x1b[38;2;1;2;3m\x1b[48;2;97;97;97m" + block +
+                                                     block + end + "\x1b[38;2;122;122;122m" +
+                                                     block + "\x1b[38;2;65;65;65m" + block + end);
+    // The matte lets a grey through.
+    write_file("m.pam", "P7\nWIDTH 1\nHEIGHT 1\nDEPTH 2\nMAXVAL 255\nTUPLTYPE GRAYSCALE_ALPHA\n"
+                        "ENDHDR\nA" +
+                            std::string(1, '\0'));
+    EXPECT_THAT(good("zor show --terminal m.pam"), HasSubstr("38;2;102;102;102m"));
+    EXPECT_THAT(good("zor show --terminal --opaque m.pam"), HasSubstr("38;2;65;65;65m"));
+
+    good("render_frame f.mox 1 64 48");
+    const auto count = [](const std::string &text, const std::string &what) {
+        size_t found = 0;
+        for (size_t at = 0; (at = text.find(what, at)) != std::string::npos; ++at)
+            ++found;
+        return found;
+    };
+    for (const auto &[command, lines, blocks] :
+         {std::tuple("COLUMNS=20 LINES=50 zor show --terminal f.mox", 8U, 20U * 8U),
+          {"COLUMNS=99 LINES=7 zor show --terminal f.mox", 6U, 16U * 6U},
+          {"zor show --terminal --width 10 f.mox", 4U, 10U * 4U}}) {
+        const std::string drawn = good(command);
+        EXPECT_EQ(count(drawn, "\n"), lines) << command;
+        EXPECT_EQ(count(drawn, block), blocks) << command;
+    }
+
+    // What goes to a file is no terminal.
+    fs::create_directory("tmp");
+    std::string path = good("TMPDIR=$PWD/tmp COLORTERM=truecolor zor show -q --width 10 f.mox");
+    path.pop_back();
+    EXPECT_THAT(good("zor info " + path), AllOf(HasSubstr("png"), HasSubstr("10 x 8")));
+    EXPECT_EQ(run("TMPDIR=$PWD/tmp zor show none.png").code, 1);
+    EXPECT_EQ(std::distance(fs::directory_iterator("tmp"), {}), 1) << "the one that was shown";
+    EXPECT_EQ(run("zor show --terminal none.png").code, 1);
+    EXPECT_EQ(run("zor show --terminal f.mox --select 2").code, 1);
+}
+
+} // namespace
