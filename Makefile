@@ -6,6 +6,8 @@
 #
 #   make asan | tsan | linux32   the tests under sanitizers, or as 32-bit programs
 #   make win32                   the DLL, its modules and the command for 32-bit Windows
+#   make win32-test              the tests of that, under Wine
+#   make win32-package           build/zor-win32.zip, built twice to see that it comes out the same
 #   make lint                    formatting, static analysis, folder rules
 #   make bench                   benchmarks; make fuzz SECONDS=60, make fuzz32: fuzzing
 #   make install PREFIX=/usr/local
@@ -18,9 +20,13 @@ export PICTURES # names may hold what a shell would take for its own
 
 configure = cmake --preset $(1) $(2) >/dev/null
 build = $(call configure,$(1),$(2)) && cmake --build build/$(1) -j $(JOBS)
+win32_libs = scripts/setup.sh native win32 && { scripts/fetch_win32_libs.sh || \
+	echo "win32: libpng is not to be had, the png module is left out"; }
+package = cmake --preset win32 -B build/$(1) -DZOR_BUILD_TESTS=OFF >/dev/null && \
+	cmake --build build/$(1) -j $(JOBS) && scripts/win32_package.sh build/$(1) build/$(1).zip
 run_tests = ctest --test-dir build/$(1) --output-on-failure --no-tests=error -j $(JOBS)
 
-.PHONY: demo test asan tsan linux32 win32 lint bench fuzz fuzz32 install clean
+.PHONY: demo test asan tsan linux32 win32 win32-test win32-package lint bench fuzz fuzz32 install clean
 
 demo:
 	scripts/setup.sh native
@@ -45,9 +51,25 @@ linux32:
 	$(call run_tests,$@)
 
 win32:
-	scripts/setup.sh native win32
+	$(win32_libs)
 	$(call build,$@,-DZOR_BUILD_TESTS=OFF)
 	scripts/check_exports.sh build/win32/bin/zor.dll i686-w64-mingw32-objdump
+
+win32-test:
+	$(win32_libs)
+	$(call build,win32,-DZOR_BUILD_TESTS=ON)
+	scripts/check_exports.sh build/win32/bin/zor.dll i686-w64-mingw32-objdump
+	scripts/win32_test.sh build/win32 -j $(JOBS)
+
+win32-package:
+	$(win32_libs)
+	rm -rf build/package build/package-again
+	$(call package,package)
+	$(call package,package-again)
+	cmp build/package.zip build/package-again.zip
+	mv build/package.zip build/zor-win32.zip
+	rm -rf build/package build/package-again build/package-again.zip
+	sha256sum build/zor-win32.zip
 
 lint:
 	scripts/setup.sh native lint

@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdlib>
-#include <malloc.h>
 
 #include "err/memory.h"
+#include "system.h"
 #include "zor/err.h"
 
 namespace watch {
@@ -18,7 +18,7 @@ inline size_t peak;
 inline bool reported; // set by every report
 
 inline void *count(void *block) {
-    used += malloc_usable_size(block);
+    used += block_size(block);
     peak = std::max(peak, used);
     return block;
 }
@@ -26,11 +26,11 @@ inline void *count(void *block) {
 inline void start() {
     zor::set_allocator({[](size_t size) { return count(std::malloc(size)); },
                         [](void *block, size_t size) {
-                            used -= malloc_usable_size(block);
+                            used -= block_size(block);
                             return count(std::realloc(block, size));
                         },
                         [](void *block) {
-                            used -= malloc_usable_size(block);
+                            used -= block_size(block);
                             std::free(block);
                         }});
     const auto note = [](const char *, int, const char *, ERR_OBJECT *, void *) {

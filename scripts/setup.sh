@@ -1,6 +1,6 @@
 #!/bin/sh
 # Installs the Debian packages that the named groups of work need and that are not there yet.
-#   scripts/setup.sh native [bench] [fuzz] [lint] [linux32] [win32]
+#   scripts/setup.sh native [bench] [fuzz] [lint] [linux32] [win32] [wine]
 set -eu
 
 packages_for() {
@@ -12,7 +12,8 @@ packages_for() {
     fuzz) echo clang libclang-rt-14-dev g++-multilib ;;
     lint) echo clang-format clang-tidy clang-tools ;;
     linux32) echo g++-multilib ;;
-    win32) echo g++-mingw-w64-i686-posix ;;
+    win32) echo g++-mingw-w64-i686-posix dpkg-dev zip unzip ;;
+    wine) echo debootstrap debian-archive-keyring wget util-linux ;;
     *) echo "setup.sh: unknown group '$1'" >&2; exit 2 ;;
     esac
 }

@@ -275,6 +275,10 @@ ZOR_API void zor__free_obj(ZOR_IMAGE *image);
  * reported: ZOR_MSG_CANNOT_OPEN with ZOR_E_OPEN, or lack of memory with ZOR_E_MEMORY. */
 ZOR_API FILE *zor__open_file(ZOR_IMAGE *image);
 
+/* fopen for drivers that are asked about a file by name. The library's names are UTF-8 on every
+ * system, which fopen does not take everywhere. Nothing is reported. */
+ZOR_API FILE *zor__open_named_file(const char *path, const char *mode);
+
 /* Closes such a file; standard streams are flushed and stay open. Returns 0, or EOF when data could
  * not be written, now or before. Nothing is reported. */
 ZOR_API int zor__close_file(ZOR_IMAGE *image, FILE *file);

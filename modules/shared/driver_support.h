@@ -86,7 +86,7 @@ template<class Test>
 unsigned char is_file(void *name, void *stream, Test test) {
     auto *file = static_cast<FILE *>(stream);
     if (file == nullptr && name != nullptr)
-        file = std::fopen(static_cast<const char *>(name), "rb");
+        file = zor__open_named_file(static_cast<const char *>(name), "rb");
     if (file == nullptr)
         return 0;
     std::rewind(file);

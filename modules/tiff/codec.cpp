@@ -48,7 +48,7 @@ tmsize_t read_back(Codec &codec, void *data, size_t size) {
     if (position < 0 || std::fflush(codec.file) != 0)
         return -1;
     if (codec.back == nullptr) {
-        codec.back = std::fopen(codec.image->file_name, "rb");
+        codec.back = zor__open_named_file(codec.image->file_name, "rb");
         if (codec.back == nullptr)
             return -1;
         std::setvbuf(codec.back, nullptr, _IONBF, 0); // nothing outdated

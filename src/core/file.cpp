@@ -89,6 +89,10 @@ FILE *zor__open_file(ZOR_IMAGE *image) {
     return file;
 }
 
+FILE *zor__open_named_file(const char *path, const char *mode) {
+    return zor::platform::open_file(path, mode);
+}
+
 int zor__close_file(ZOR_IMAGE *image, FILE *file) {
     if (file == stdin)
         return 0;

@@ -83,7 +83,8 @@ File open_first() {
         reader.path = STR_save_n(3, place.root, place.folder, file_name);
         if (reader.path == nullptr)
             return nullptr;
-        File file(zor::platform::open_file(reader.path, "r"));
+        // A text mode would end the file at the first 0x1A; the '\r' of line ends is a space.
+        File file(zor::platform::open_file(reader.path, "rb"));
         if (file != nullptr)
             return file;
     }

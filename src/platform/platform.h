@@ -56,7 +56,8 @@ private:
     int saved_;
 };
 
-// fopen, and fseek and ftell with 64-bit positions. Names are bytes as the application gave them.
+// fopen, and fseek and ftell with 64-bit positions. Names are bytes as the application gave them;
+// on Windows they are UTF-8, or else in the system's code page.
 // remove_file deletes regular files only: a device that was written to is nobody's to delete.
 FILE *open_file(const char *path, const char *mode);
 int seek_file(FILE *file, int64_t position, int origin);

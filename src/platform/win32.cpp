@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <cwchar>
 #include <fcntl.h>
 #include <io.h>
 #include <sys/stat.h>
@@ -56,10 +57,40 @@ Mutex *library_mutex() {
     return &mutex;
 }
 
+namespace {
+
+// A file name for the wide functions. What is not UTF-8 is taken for the system's code page, which
+// the environment and other programs hand out. A name too long for the system is left empty, and so
+// names no file.
+class WideName {
+public:
+    explicit WideName(const char *name) {
+        if (!convert(CP_UTF8, MB_ERR_INVALID_CHARS, name) && !convert(CP_ACP, 0, name))
+            text_[0] = L'\0';
+    }
+    [[nodiscard]] const wchar_t *get() const { return text_; }
+
+private:
+    bool convert(UINT code_page, DWORD flags, const char *name) {
+        return MultiByteToWideChar(code_page, flags, name, -1, text_, most) != 0;
+    }
+
+    static constexpr int most = 32768; // the longest path there is, with its terminator
+    wchar_t text_[most];
+};
+
+bool file_status(const char *path, struct __stat64 *status) {
+    return _wstat64(WideName(path).get(), status) == 0;
+}
+
+} // namespace
+
 BinaryMode::BinaryMode() : saved_(_fmode) { _fmode = _O_BINARY; }
 BinaryMode::~BinaryMode() { _fmode = saved_; }
 
-FILE *open_file(const char *path, const char *mode) { return std::fopen(path, mode); }
+FILE *open_file(const char *path, const char *mode) {
+    return _wfopen(WideName(path).get(), WideName(mode).get());
+}
 
 int seek_file(FILE *file, int64_t position, int origin) {
     return _fseeki64(file, position, origin);
@@ -69,9 +100,9 @@ int64_t tell_file(FILE *file) { return _ftelli64(file); }
 
 int remove_file(const char *path) {
     struct __stat64 status;
-    if (_stat64(path, &status) != 0 || (status.st_mode & _S_IFMT) != _S_IFREG)
+    if (!file_status(path, &status) || (status.st_mode & _S_IFMT) != _S_IFREG)
         return -1;
-    return std::remove(path);
+    return _wremove(WideName(path).get());
 }
 
 int make_binary(FILE *file) { return _setmode(_fileno(file), _O_BINARY); }
@@ -83,14 +114,14 @@ void restore_mode(FILE *file, int mode) {
 
 int file_exists(const char *path) {
     struct __stat64 status;
-    if (_stat64(path, &status) == 0)
+    if (file_status(path, &status))
         return 1;
     return errno == ENOENT ? 0 : -1;
 }
 
 bool file_stamp(const char *path, FileStamp *stamp) {
     struct __stat64 status;
-    if (_stat64(path, &status) != 0)
+    if (!file_status(path, &status))
         return false;
     *stamp = {status.st_ctime, status.st_mtime};
     return true;

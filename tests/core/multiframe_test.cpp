@@ -9,6 +9,7 @@
 #include "core/library.h"
 #include "core/tape.h"
 #include "support/files.h"
+#include "support/system.h"
 #include "zor/driver.h"
 
 namespace {
@@ -22,10 +23,12 @@ protected:
     ~MultiFrame() override {
         ZOR_exit();
         EXPECT_EQ(reel.closes, reel.opens) << "nothing stays open in the end";
-        unsetenv("QK_ZOR_MULTIFRAME_OPEN");
+        set_variable("QK_ZOR_MULTIFRAME_OPEN", nullptr);
     }
 
-    std::string path(const char *name) { return directory.path / (std::string(name) + ".reel"); }
+    std::string path(const char *name) {
+        return (directory.path / (std::string(name) + ".reel")).string();
+    }
     ZOR_IMAGE *open(const char *name, ZOR_CAP_SETTING **settings = nullptr) {
         Info info(path(name).c_str());
         info.cap_settings = settings;
@@ -49,7 +52,7 @@ protected:
 };
 
 TEST_F(MultiFrame, StayOpenUpToTheLimit) {
-    setenv("QK_ZOR_MULTIFRAME_OPEN", "2", 1);
+    set_variable("QK_ZOR_MULTIFRAME_OPEN", "2");
     library.restart();
     for (const char *name : {"a", "b", "c"})
         EXPECT_TRUE(opens_and_closes(name));
@@ -65,7 +68,7 @@ TEST_F(MultiFrame, StayOpenUpToTheLimit) {
     EXPECT_EQ(reel.closes, 3) << "one too many";
     EXPECT_TRUE(opens_and_closes("b")) << "the first that might go";
 
-    setenv("QK_ZOR_MULTIFRAME_OPEN", "many", 1); // no number: 0
+    set_variable("QK_ZOR_MULTIFRAME_OPEN", "many"); // no number: 0
     library.restart();
     EXPECT_EQ(reel.closes, reel.opens);
     EXPECT_TRUE(opens_and_closes("a") && opens_and_closes("a"));

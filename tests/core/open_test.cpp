@@ -5,6 +5,7 @@
 
 #include "core/library.h"
 #include "core/tape.h"
+#include "support/system.h"
 #include "zor/driver.h"
 #include "zor/fmt.h"
 
@@ -78,7 +79,7 @@ TEST(Open, HandsARequestForReadingOnAndWarnsIfItWasNeverInitialised) {
 
 TEST(Open, FillsAHandleForWritingWithDefaults) {
     const Library library({"tape"});
-    setenv("QK_JOB_NUM", "42", 1);
+    set_variable("QK_JOB_NUM", "42");
     Info info("new.tape");
     info.job_number = 0;
     info.complete_path = 0x101;
@@ -91,7 +92,7 @@ TEST(Open, FillsAHandleForWritingWithDefaults) {
     ZOR_IMAGE_DESC *desc = ZOR_info_add_image(&info, 4, 30);
     desc->act_bottom = 7; // the format stores no active window: it is the whole one
     const Image image(info.open("w"));
-    unsetenv("QK_JOB_NUM");
+    set_variable("QK_JOB_NUM", nullptr);
     ASSERT_NE(image, nullptr) << library.log.text();
     EXPECT_EQ(image->mode, ZOR_MODE_WRITE);
     EXPECT_EQ(image->job_number, 42);
@@ -151,9 +152,13 @@ TEST(Open, ChecksFileNames) {
                              "caf\xC3\xA9.tape", "\xE6\x97\xA5.tape", "\xF0\x9F\x8E\xA8.tape"})
         EXPECT_EQ(status(name), 1) << name;
     for (const char *name : {"tab\t.tape", "cut\xC3", "over\xC0\xAF.tape", "c1\xC2\x85.tape",
-                             "half\xED\xA0\x80", "far\xF4\x90\x80\x80", "/etc/passwd/below.tape"})
+                             "half\xED\xA0\x80", "far\xF4\x90\x80\x80"})
         EXPECT_EQ(status(name), ZOR_E_OPEN) << name;
-    EXPECT_EQ(library.log.count(ZOR_MSG_BAD_FILE_NAME), 7);
+    EXPECT_EQ(library.log.count(ZOR_MSG_BAD_FILE_NAME), 6);
+    if (*name_below_a_file != '\0') {
+        EXPECT_EQ(status(name_below_a_file), ZOR_E_OPEN);
+        EXPECT_EQ(library.log.count(ZOR_MSG_BAD_FILE_NAME), 7);
+    }
     EXPECT_EQ(status(nullptr), ZOR_E_OPEN);
     EXPECT_EQ(library.log.last(), "Required field, handle, uninitialized");
 }

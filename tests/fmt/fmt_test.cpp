@@ -13,6 +13,7 @@
 #include "support/fault.h"
 #include "support/home.h"
 #include "support/report_log.h"
+#include "support/system.h"
 #include "zor/fmt.h"
 
 namespace {
@@ -94,7 +95,7 @@ TEST_F(Fmt, LinesSplitIntoTokens) {
 TEST_F(Fmt, FirstFileFoundIsReadOnce) {
     const std::string in_site = home + "/userconfig/.zorrc";
     int catalogue = 0;
-    setenv("QK_ROOT", home.c_str(), 1);
+    set_variable("QK_ROOT", home.c_str());
     write_file(in_site, "site\nsecond");
     std::filesystem::create_directory(file); // can be opened, but is no file
     EXPECT_EQ(config_open(nullptr), 0);
@@ -111,7 +112,7 @@ TEST_F(Fmt, FirstFileFoundIsReadOnce) {
         const config_line *line = config_next_line();
         EXPECT_STREQ(line != nullptr ? line->tokens[0] : "", found);
         EXPECT_EQ(config_close(), 0);
-        *found == 'h' ? unsetenv("HOME") : unsetenv("QK_ROOT");
+        set_variable(*found == 'h' ? "HOME" : "QK_ROOT", nullptr);
     }
 }
 
@@ -127,16 +128,19 @@ TEST_F(Fmt, HostileFiles) {
     }
     EXPECT_EQ(log.text(), "");
 
-    FMT_exit();
-    std::filesystem::remove(file);
-    std::filesystem::create_symlink("/dev/zero", file);
-    EXPECT_EQ(FMT_init(nullptr), 0); // an endless file ends
-    EXPECT_TRUE(log.has_only(FMT_MSG_SYNTAX)) << log.text();
-    FMT_exit();
-    std::filesystem::remove(file);
+    if (*endless_device != '\0') {
+        FMT_exit();
+        std::filesystem::remove(file);
+        std::filesystem::create_symlink(endless_device, file);
+        EXPECT_EQ(FMT_init(nullptr), 0); // an endless file ends
+        EXPECT_TRUE(log.has_only(FMT_MSG_SYNTAX)) << log.text();
+        FMT_exit();
+        std::filesystem::remove(file);
+        log.clear();
+    }
     EXPECT_EQ(start_with("fmt__frame_rate 9\n" + std::string(40 << 20, '\n')), 0);
     EXPECT_EQ(FMT_def_frame_rate(), 9U); // and what came before counts
-    EXPECT_EQ(log.count(FMT_MSG_SYNTAX), 2);
+    EXPECT_TRUE(log.has_only(FMT_MSG_SYNTAX)) << log.text();
 }
 
 TEST_F(Fmt, KeywordsAndRows) {

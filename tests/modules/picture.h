@@ -16,7 +16,7 @@
 // A file of its own; without bytes only its name.
 struct TempFile {
     explicit TempFile(const std::string &extension)
-        : path(directory.path / (std::to_string(++count) + extension)) {}
+        : path((directory.path / (std::to_string(++count) + extension)).string()) {}
     TempFile(const std::string &extension, const std::string &bytes) : TempFile(extension) {
         write_file(path, bytes);
     }

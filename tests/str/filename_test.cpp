@@ -2,8 +2,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <filesystem>
+#include <sstream>
 
+#include "support/system.h"
 #include "texts.h"
 #include "zor/str.h"
 
@@ -35,14 +36,24 @@ std::string clean(const std::string &name) {
     return STR_filename_clean(text.data());
 }
 
-// The same by other means: the standard library differs in the end of the name alone.
+// The same by other means.
 std::string clean_otherwise(const std::string &name) {
     const size_t colon = name.find(':');
     const size_t host = colon < name.find('/') ? colon + 1 : 0;
-    std::string rest = std::filesystem::path(name.substr(host)).lexically_normal().string();
-    while (rest.size() > 1 && rest.back() == '/')
-        rest.pop_back();
-    return name.substr(0, host) + (rest.empty() ? "." : rest);
+    const bool rooted = name[host] == '/';
+    std::vector<std::string> parts;
+    std::istringstream rest(name.substr(host));
+    for (std::string part; std::getline(rest, part, '/');) {
+        const bool can_go_up = !parts.empty() && parts.back() != "..";
+        if (part == ".." && can_go_up)
+            parts.pop_back();
+        else if (part != "" && part != "." && (part != ".." || !rooted))
+            parts.push_back(part);
+    }
+    std::string result = name.substr(0, host) + (rooted ? "/" : parts.empty() ? "." : "");
+    for (size_t i = 0; i < parts.size(); ++i)
+        result.append(i > 0 ? "/" : "").append(parts[i]);
+    return result;
 }
 
 TEST(FileNames, CleanForm) {
@@ -112,14 +123,14 @@ std::string expand(const std::string &text, int found) {
 }
 
 TEST(FileNames, ExpandedForm) {
-    setenv("ZOR_A1", "v$ZOR_A1", 1);
+    set_variable("ZOR_A1", "v$ZOR_A1");
     EXPECT_EQ(expand(" \t/a b/~$ZOR_A1/${ZOR_A1}y", 1), "/a b/~v$ZOR_A1/v$ZOR_A1y");
     EXPECT_EQ(expand("${ZOR_A1/$ZOR_A1}", 1), "v$ZOR_A1/v$ZOR_A1}"); // braces need not pair
     EXPECT_EQ(expand("$ZOR_A1/${ZOR_NONE}/x", 0) + expand("a$\xE4", 0), "ZOR_NONE");
     // Too long a name or text is cut.
     const std::string x(600, 'x');
     EXPECT_EQ(expand("$" + x, 0), x.substr(0, 259));
-    setenv("ZOR_A1", x.c_str(), 1);
+    set_variable("ZOR_A1", x.c_str());
     EXPECT_EQ(expand("ab$ZOR_A1/c$ZOR_A1", 1), "ab" + x.substr(0, 257));
 }
 

@@ -1,11 +1,12 @@
 // files.h - whole files as strings, and places for them.
 #pragma once
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
+
+#include "support/system.h"
 
 inline std::string read_file(const std::filesystem::path &path) {
     std::ifstream file(path, std::ios::binary);
@@ -19,8 +20,7 @@ inline void write_file(const std::filesystem::path &path, const std::string &con
 // An empty directory for a scope.
 struct TempDir {
     TempDir() {
-        std::string name = std::filesystem::temp_directory_path() / "zor-test-XXXXXX";
-        path = mkdtemp(name.data());
+        path = make_directory((std::filesystem::temp_directory_path() / "zor-test-").string());
     }
     ~TempDir() { std::filesystem::remove_all(path); }
     TempDir(TempDir &&) = delete;

@@ -8,11 +8,11 @@
 struct Home {
     Home() {
         std::filesystem::create_directory(path + "/userconfig");
-        setenv("HOME", path.c_str(), 1);
-        unsetenv("QK_ROOT");
+        set_variable("HOME", path.c_str());
+        set_variable("QK_ROOT", nullptr);
     }
 
     const TempDir directory;
-    const std::string path = directory.path;
+    const std::string path = directory.path.string();
     const std::string file = path + "/.zorrc";
 };

@@ -72,7 +72,7 @@ TEST(FramePattern, PadsAndGrows) {
 
 TEST(FramePattern, FindsTheNamesItMakes) {
     const TempDir temp;
-    const std::string directory = temp.path;
+    const std::string directory = temp.path.string();
     for (const char *name : {"c.0010.d", "c.0009.d", "c.-0003.d", "c.10000.d", "c.0000.d", // frames
                              "c.11.d", "c.00012.d", "c.-0000.d", "c.00a1.d", "c.+001.d",
                              "c.0001.dd", "xc.0001.d", "c..d", "c.d", "c.99999999999.d"})

@@ -2,12 +2,12 @@
 #include "loader.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 
 #include <zor/zor.h>
 
+#include "paths.h"
 #include "system.h"
 
 namespace zor {
@@ -64,7 +64,7 @@ std::vector<std::string> split(const std::string &list, char separator) {
 std::vector<std::string> module_directories(const std::vector<std::string> &wanted) {
     if (!wanted.empty())
         return wanted;
-    if (const char *listed = std::getenv("ZOR_MODULES"); listed != nullptr && *listed != '\0')
+    if (const std::string listed = environment_text("ZOR_MODULES"); !listed.empty())
         return split(listed, search_path_separator);
 
     const fs::path program = program_directory();
@@ -73,7 +73,7 @@ std::vector<std::string> module_directories(const std::vector<std::string> &want
                                   program.parent_path() / ZOR_MODULE_INSTALL_DIR}) {
         std::error_code ignored;
         if (!program.empty() && fs::is_directory(place, ignored))
-            directories.push_back(place.string());
+            directories.push_back(to_text(place));
     }
     return directories;
 }
@@ -86,7 +86,7 @@ Loader::Loader(const std::vector<std::string> &directories) {
 void Loader::load_directory(const std::string &directory) {
     std::vector<fs::path> files;
     std::error_code error;
-    for (fs::directory_iterator entry(directory, error), end; !error && entry != end;
+    for (fs::directory_iterator entry(to_path(directory), error), end; !error && entry != end;
          entry.increment(error)) {
         if (entry->path().extension() == module_suffix)
             files.push_back(entry->path());
@@ -96,8 +96,8 @@ void Loader::load_directory(const std::string &directory) {
     std::sort(files.begin(), files.end());
     for (const fs::path &file : files) {
         Module module;
-        module.path = file.string();
-        module.name = file.filename().string();
+        module.path = to_text(file);
+        module.name = to_text(file.filename());
         const bool known = std::any_of(modules_.begin(), modules_.end(), [&](const Module &other) {
             return other.name == module.name;
         });

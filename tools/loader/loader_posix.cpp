@@ -1,4 +1,5 @@
 // loader_posix.cpp - modules through dlopen.
+#include <cstdlib>
 #include <dlfcn.h>
 
 #include "system.h"
@@ -7,6 +8,11 @@ namespace zor {
 
 const char module_suffix[] = ".so";
 const char search_path_separator = ':';
+
+std::string environment_text(const char *name) {
+    const char *text = std::getenv(name);
+    return text != nullptr ? text : "";
+}
 
 void *load_module(const std::string &path, std::string &error) {
     // Without a directory dlopen would search the system's places.

@@ -1,8 +1,11 @@
 // loader_win32.cpp - modules through LoadLibrary.
 #include <windows.h>
 
+#include <cstdlib>
 #include <cstring>
+#include <iterator>
 
+#include "paths.h"
 #include "system.h"
 
 namespace zor {
@@ -10,10 +13,15 @@ namespace zor {
 const char module_suffix[] = ".dll";
 const char search_path_separator = ';';
 
+std::string environment_text(const char *name) {
+    const wchar_t *text = _wgetenv(std::filesystem::path(name).c_str());
+    return text != nullptr ? to_text(text) : "";
+}
+
 void *load_module(const std::string &path, std::string &error) {
     // The altered search path lets a module find libraries that lie beside it.
-    const std::string name = std::filesystem::absolute(path).string();
-    HMODULE handle = LoadLibraryExA(name.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+    HMODULE handle = LoadLibraryExW(std::filesystem::absolute(to_path(path)).c_str(), nullptr,
+                                    LOAD_WITH_ALTERED_SEARCH_PATH);
     if (handle == nullptr)
         error = "system error " + std::to_string(GetLastError());
     return handle;
@@ -30,11 +38,11 @@ void *module_symbol(void *handle, const char *name) {
 }
 
 std::filesystem::path program_directory() {
-    char name[MAX_PATH];
-    const DWORD length = GetModuleFileNameA(nullptr, name, sizeof name);
-    if (length == 0 || length == sizeof name)
+    wchar_t name[32768]; // the longest path there is
+    const DWORD length = GetModuleFileNameW(nullptr, name, std::size(name));
+    if (length == 0 || length == std::size(name))
         return {};
-    return std::filesystem::path(std::string(name, length)).parent_path();
+    return std::filesystem::path(std::wstring(name, length)).parent_path();
 }
 
 } // namespace zor

@@ -9,6 +9,9 @@ namespace zor {
 extern const char module_suffix[];       // ".so"
 extern const char search_path_separator; // between the directories of a search path: ':'
 
+// An environment variable in UTF-8; empty when it is not set.
+std::string environment_text(const char *name);
+
 // Loads a module; null on failure, the reason then in error.
 void *load_module(const std::string &path, std::string &error);
 void unload_module(void *handle);

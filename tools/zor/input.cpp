@@ -11,6 +11,9 @@
 #include <zor/messages.h>
 #include <zor/str.h>
 
+#include "loader/paths.h"
+#include "system.h"
+
 namespace zor {
 namespace fs = std::filesystem;
 
@@ -47,7 +50,7 @@ const char *recognise(std::string file, std::FILE *stream) {
 // The same for a name; empty, after a message, when there is none.
 std::string recognise(const std::string &file, Reports &reports) {
     std::error_code error;
-    const fs::file_status status = fs::status(file, error);
+    const fs::file_status status = fs::status(to_path(file), error);
     if (fs::is_directory(status)) {
         reports.error(std::strerror(EISDIR));
         return {};
@@ -57,7 +60,7 @@ std::string recognise(const std::string &file, Reports &reports) {
         reports.error("name the format with --from; only files tell theirs by their content");
         return {};
     }
-    const std::unique_ptr<std::FILE, CloseFile> stream(std::fopen(file.c_str(), "rb"));
+    const std::unique_ptr<std::FILE, CloseFile> stream(open_file(file, "rb"));
     if (stream == nullptr) {
         reports.error(std::strerror(errno));
         return {};
@@ -74,7 +77,7 @@ bool is_standard_input(const std::string &file) { return file == "-" || file == 
 
 bool is_plain_file(const std::string &file) {
     std::error_code error;
-    return !is_standard_input(file) && fs::is_regular_file(file, error);
+    return !is_standard_input(file) && fs::is_regular_file(to_path(file), error);
 }
 
 bool is_standard_output(const std::string &file) { return file == "-" || file == "/dev/stdout"; }

@@ -9,6 +9,7 @@
 #include <CLI/CLI.hpp>
 
 #include "commands.h"
+#include "system.h"
 #include "text.h"
 
 namespace zor {
@@ -169,13 +170,14 @@ void add_show_options(CLI::App &command, ShowRequest &request) {
     command.add_flag("--terminal", request.terminal, "Draw whatever the standard output is");
 }
 
-int run(int argc, char **argv) {
+int run(const std::vector<std::string> &arguments) {
     RuntimeOptions options;
     ExitCode code = EXIT_FINE;
     CLI::App app("Looks at raster images, compares and converts them.", "zor");
     app.footer(exit_codes);
     app.set_version_flag("--version", "zor " ZOR_VERSION);
     app.require_subcommand(1);
+    app.allow_windows_style_options(false); // "/dev/stdin" is a file
     app.fallthrough();
     app.add_option("--modules", options.module_directories,
                    "Directory to load format modules from; may be given several times. Default: "
@@ -219,7 +221,8 @@ int run(int argc, char **argv) {
     convert_command->callback([&] { code = convert(options, request); });
 
     try {
-        app.parse(argc, argv);
+        // Expected last one first, and without the program's name.
+        app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend() - 1));
     } catch (const CLI::ParseError &error) {
         return app.exit(error) == 0 ? EXIT_FINE : EXIT_WRONG_USAGE;
     }
@@ -237,7 +240,7 @@ int run(int argc, char **argv) {
 
 int main(int argc, char **argv) {
     try {
-        return zor::run(argc, argv);
+        return zor::run(zor::arguments(argc, argv));
     } catch (const std::bad_alloc &) {
         std::fputs("zor: out of memory\n", stderr);
     } catch (const std::exception &error) {

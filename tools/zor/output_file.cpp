@@ -10,6 +10,7 @@
 #include <random>
 
 #include "input.h"
+#include "loader/paths.h"
 #include "system.h"
 
 namespace zor {
@@ -37,7 +38,7 @@ std::string make_file(const std::function<fs::path()> &name,
                       const std::function<int(const std::string &)> &create, Reports &reports) {
     int failure = EEXIST;
     for (int tries = 0; tries < 100 && failure == EEXIST; ++tries) {
-        std::string path = name().string();
+        std::string path = to_text(name());
         failure = create(path);
         if (failure == 0)
             return path;
@@ -47,12 +48,12 @@ std::string make_file(const std::function<fs::path()> &name,
 }
 
 // Where a file has to go to be found under this name: links are followed.
-fs::path resolve(const std::string &wanted) {
+fs::path resolve(const fs::path &wanted) {
     std::error_code error;
     if (!fs::is_symlink(wanted, error))
         return wanted;
     const fs::path target = fs::weakly_canonical(wanted, error);
-    return error ? fs::path(wanted) : target;
+    return error ? wanted : target;
 }
 
 // Returns false with errno set.
@@ -68,7 +69,7 @@ bool copy(std::FILE *from, std::FILE *to) {
 } // namespace
 
 OutputFile::OutputFile(const std::string &wanted, TemporaryFiles &temporary_files)
-    : temporary_files_(temporary_files), target_(resolve(wanted)) {
+    : temporary_files_(temporary_files), target_(resolve(to_path(wanted))) {
     std::error_code error;
     const fs::file_status status = fs::status(target_, error);
     direct_ = is_standard_output(wanted) || (fs::exists(status) && !fs::is_regular_file(status));
@@ -78,7 +79,7 @@ OutputFile::OutputFile(const std::string &wanted, TemporaryFiles &temporary_file
 
 OutputFile::~OutputFile() {
     if (!path_.empty())
-        std::remove(path_.c_str());
+        remove_file(path_);
     forget();
 }
 
@@ -90,15 +91,15 @@ bool OutputFile::create(const std::string &extension, Reports &reports) {
     }
     // Replacing a file asks for rights on its directory alone; its own count as well here.
     if (!direct_ && fs::exists(target_, error) &&
-        File(std::fopen(target_.string().c_str(), "r+b")) == nullptr) {
+        File(open_file(to_text(target_), "r+b")) == nullptr) {
         reports.error(std::strerror(errno));
         return false;
     }
     const fs::path directory = direct_ ? fs::temp_directory_path(error) : target_.parent_path();
     const std::string ending =
-        target_.has_extension() && !direct_ ? target_.extension().string() : extension;
+        target_.has_extension() && !direct_ ? to_text(target_.extension()) : extension;
     path_ = make_file(
-        [&] { return directory / (random_name(".zor-") + ending); },
+        [&] { return directory / to_path(random_name(".zor-") + ending); },
         [&](const std::string &path) { return temporary_files_.create(path, direct_); }, reports);
     return !path_.empty();
 }
@@ -108,8 +109,8 @@ bool OutputFile::commit(Reports &reports) {
         return copy_out(reports);
     std::error_code error;
     if (const fs::file_status old = fs::status(target_, error); fs::exists(old))
-        fs::permissions(path_, old.permissions(), error);
-    fs::rename(path_, target_, error);
+        fs::permissions(to_path(path_), old.permissions(), error);
+    fs::rename(to_path(path_), target_, error);
     if (error) {
         reports.error(error.message());
         return false;
@@ -119,12 +120,12 @@ bool OutputFile::commit(Reports &reports) {
 }
 
 bool OutputFile::copy_out(Reports &reports) {
-    const File from(std::fopen(path_.c_str(), "rb"));
+    const File from(open_file(path_, "rb"));
     // Gone at once where the system allows it: copying may take as long as the reader likes.
-    if (std::remove(path_.c_str()) == 0)
+    if (remove_file(path_) == 0)
         forget();
     const bool standard = target_.empty();
-    File opened(standard ? nullptr : std::fopen(target_.string().c_str(), "wb"));
+    File opened(standard ? nullptr : open_file(to_text(target_), "wb"));
     std::FILE *to = standard ? binary_standard_output() : opened.get();
     const bool copied = from != nullptr && to != nullptr && copy(from.get(), to);
     const int reason = errno;

@@ -5,6 +5,8 @@
 #include <charconv>
 #include <filesystem>
 
+#include "loader/paths.h"
+
 namespace zor {
 namespace fs = std::filesystem;
 
@@ -12,7 +14,7 @@ namespace {
 
 // Where the file's name begins.
 size_t name_start(const std::string &path) {
-    return path.size() - fs::path(path).filename().string().size();
+    return path.size() - to_text(to_path(path).filename()).size();
 }
 
 } // namespace
@@ -63,10 +65,10 @@ std::optional<int32_t> FramePattern::frame_of(const std::string &file) const {
 std::vector<int32_t> FramePattern::on_disk(std::string &error) const {
     std::vector<int32_t> frames;
     std::error_code failure;
-    for (fs::directory_iterator entry(directory_.empty() ? "." : directory_, failure), end;
+    for (fs::directory_iterator entry(directory_.empty() ? "." : to_path(directory_), failure), end;
          !failure && entry != end; entry.increment(failure)) {
         std::error_code unknown;
-        const auto frame = frame_of(entry->path().filename().string());
+        const auto frame = frame_of(to_text(entry->path().filename()));
         if (frame.has_value() && !entry->is_directory(unknown))
             frames.push_back(*frame);
     }

@@ -5,6 +5,8 @@
 #include <filesystem>
 #include <utility>
 
+#include "loader/paths.h"
+
 namespace zor {
 namespace fs = std::filesystem;
 
@@ -12,7 +14,7 @@ namespace {
 
 bool is_missing(const std::string &file) {
     std::error_code error;
-    return fs::status(file, error).type() == fs::file_type::not_found;
+    return fs::status(to_path(file), error).type() == fs::file_type::not_found;
 }
 
 } // namespace

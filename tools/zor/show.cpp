@@ -128,7 +128,7 @@ ExitCode write_picture(const ShowRequest &request, Reports &reports) {
     Workplace workplace;
     const ExitCode code = convert_image(request.file, path, conversion, workplace, reports);
     if (code != EXIT_FINE)
-        std::remove(path.c_str());
+        remove_file(path);
     else
         std::printf("%s\n", path.c_str());
     return code;

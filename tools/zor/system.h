@@ -4,8 +4,16 @@
 #include <cstdio>
 #include <span>
 #include <string>
+#include <vector>
 
 namespace zor {
+
+// The program's arguments as UTF-8; the first is its name, even if the system has none.
+std::vector<std::string> arguments(int argc, char **argv);
+
+// fopen and remove with names in UTF-8.
+std::FILE *open_file(const std::string &path, const char *mode);
+int remove_file(const std::string &path);
 
 // Makes an empty file that nobody has made before, for the user alone if confidential. Returns 0 or
 // an errno value.

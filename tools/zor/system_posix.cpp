@@ -11,6 +11,16 @@
 
 namespace zor {
 
+std::vector<std::string> arguments(int argc, char **argv) {
+    return argc > 0 ? std::vector<std::string>(argv, argv + argc) : std::vector<std::string>(1);
+}
+
+std::FILE *open_file(const std::string &path, const char *mode) {
+    return std::fopen(path.c_str(), mode);
+}
+
+int remove_file(const std::string &path) { return std::remove(path.c_str()); }
+
 int create_new_file(const std::string &path, bool confidential) {
     const mode_t mode = confidential ? 0600 : 0666;
     const int descriptor = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);

@@ -2,7 +2,6 @@
 #include "temporary_files.h"
 
 #include <cerrno>
-#include <cstdio>
 
 #include "system.h"
 
@@ -28,7 +27,7 @@ void TemporaryFiles::remove_all() {
     const std::lock_guard lock(mutex_);
     closed_ = true;
     for (const std::string &path : paths_)
-        std::remove(path.c_str());
+        remove_file(path);
     paths_.clear();
 }
 

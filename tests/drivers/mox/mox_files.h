@@ -4,9 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <cstring>
-#include <dlfcn.h>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -14,6 +12,7 @@
 #include <vector>
 
 #include "support/driver_test.h"
+#include "support/system.h"
 #include "zor/driver.h"
 
 extern "C" const char *imageKey; // of the module in this executable
@@ -48,8 +47,9 @@ protected:
     void SetUp() override {
         // Thousands of small files: in memory where there is such a place.
         const bool has_memory = std::filesystem::is_directory("/dev/shm");
-        directory = (has_memory ? "/dev/shm/" : testing::TempDir()).append("mox.XXXXXX");
-        ASSERT_NE(mkdtemp(directory.data()), nullptr);
+        directory = (has_memory ? "/dev/shm/" : testing::TempDir());
+        directory = make_directory(directory + "mox-");
+        ASSERT_NE(directory, "");
         file = directory + "/file.mox";
     }
     void TearDown() override { std::filesystem::remove_all(directory); }
@@ -97,7 +97,7 @@ private:
     static unsigned char next_module(void **module, const char **name) {
         imageKey = delivered_ == 0 ? "mox" : "mob";
         imageExtension = delivered_ == 0 ? ".mox" : ".mob";
-        *module = dlopen(nullptr, RTLD_NOW);
+        *module = this_program();
         *name = imageKey;
         return delivered_++ < 2 ? 1 : 0;
     }

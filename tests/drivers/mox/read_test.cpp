@@ -4,7 +4,6 @@
 #include <ctime>
 #include <iomanip>
 #include <sstream>
-#include <unistd.h>
 
 #include "drivers/mox/mox_files.h"
 
@@ -269,20 +268,19 @@ TEST_F(ReadTest, PipesCanBeReadInFileOrder) {
     write_all(image, 0);
     ZOR_close(image);
     const std::string bytes = load(file); // more than one read, and fits a pipe
-    int ends[2];
-    ASSERT_EQ(pipe(ends), 0);
-    ASSERT_EQ(::write(ends[1], bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
-    Request piped(std::string("/proc/self/fd/").append(std::to_string(ends[0])), "mox");
+    FullPipe pipe(bytes);
+    if (pipe.name.empty())
+        GTEST_SKIP() << "pipes have no names here";
+    Request piped(pipe.name, "mox");
     piped.info.complete_path = 1;
     image = piped.open("r");
     ASSERT_NE(image, nullptr) << log.text();
-    close(ends[1]);
+    pipe.end();
     for (int y = 0; y < 150; y += y == 20 ? 50 : 1) // may skip, too
         EXPECT_TRUE(reads_back(image, 0, y)) << y << log.text();
     EXPECT_EQ(read(image, 0, 0), ZOR_E_READ);
     EXPECT_NE(log.last().find(std::strerror(ESPIPE)), std::string::npos) << log.last();
     ZOR_close(image);
-    close(ends[0]);
 }
 
 } // namespace

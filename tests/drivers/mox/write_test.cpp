@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <numeric>
 #include <random>
-#include <unistd.h>
 
 #include "drivers/mox/driver.h"
 #include "drivers/mox/mox_files.h"
@@ -158,15 +157,17 @@ TEST_F(WriteTest, StandardOutputKeepsItsPlaceholders) {
     Request request("/dev/stdout", "mox");
     request.info.time = STR_save("a day");
     request.add(8, 2);
-    std::fflush(stdout);
-    const int terminal = dup(STDOUT_FILENO);
-    ASSERT_NE(std::freopen(file.c_str(), "wb", stdout), nullptr);
-    ZOR_IMAGE *image = request.open("w");
-    const bool written = image != nullptr && write(image, 0, 0) == 0 && write(image, 0, 1) == 0;
-    const int closed = ZOR_close(image);
-    dup2(terminal, STDOUT_FILENO);
-    close(terminal);
-    EXPECT_TRUE(written && closed == 0) << log.text();
+    FILE *target = std::fopen(file.c_str(), "wb");
+    ASSERT_NE(target, nullptr);
+    bool good;
+    {
+        const Redirected to_file(target);
+        ZOR_IMAGE *image = request.open("w");
+        good = image != nullptr && write(image, 0, 0) == 0 && write(image, 0, 1) == 0;
+        good = ZOR_close(image) == 0 && good;
+    }
+    std::fclose(target);
+    EXPECT_TRUE(good) << log.text();
     const std::string bytes = load(file);
     ASSERT_GT(bytes.size(), 748U);
     EXPECT_EQ(bytes.substr(614, 6), std::string("a day") + '\0');

@@ -1,31 +1,9 @@
-// pipe_test.cpp - images on the standard output: every byte of the stream, and streams that break.
-#include <csignal>
-#include <fcntl.h>
-#include <unistd.h>
-
+// pipe_test.cpp - images on the standard output: every byte of the stream.
 #include "core/registry.h"
 #include "support/driver_test.h"
+#include "support/system.h"
 
 namespace {
-
-// Turns the standard output to another file for a scope.
-class Redirected {
-public:
-    explicit Redirected(int target) {
-        std::fflush(stdout);
-        saved_ = dup(STDOUT_FILENO);
-        dup2(target, STDOUT_FILENO);
-    }
-    ~Redirected() {
-        std::fflush(stdout);
-        dup2(saved_, STDOUT_FILENO);
-        close(saved_);
-    }
-    Redirected(Redirected &&) = delete;
-
-private:
-    int saved_;
-};
 
 class PipeTest : public DriverTest {
 protected:
@@ -36,10 +14,10 @@ protected:
     // What arrived in the file that stands for the reader.
     std::string stream() {
         std::string bytes(1 << 16, '\0');
-        bytes.resize(static_cast<size_t>(pread(fileno(file_), bytes.data(), bytes.size(), 0)));
+        std::rewind(file_); // and, for who writes to it, to its end again
+        bytes.resize(std::fread(bytes.data(), 1, bytes.size(), file_));
         return bytes;
     }
-    int descriptor() { return fileno(file_); }
 
     static int write(ZOR_IMAGE *image, int y) {
         return ZOR_scan_write(image, y, Rows(image->images[0], y, false).pointers.data());
@@ -53,7 +31,6 @@ protected:
         return bytes;
     }
 
-private:
     FILE *file_ = std::tmpfile();
 };
 
@@ -68,7 +45,7 @@ TEST_F(PipeTest, TheStreamIsALineOfTextAndTheActiveSamples) {
         {{0, 0, 0}, {1, ZOR_C_DOUBLE, 64}, " 0 1 0 0 0 3 64 0 0\n"},
     };
     std::string expected;
-    const Redirected to_file(descriptor());
+    const Redirected to_file(file_);
     for (const auto &[channels, matte, tail] : mixes) {
         Request request("x.pipe");
         ZOR_IMAGE_DESC &desc = request.add(20, 5);
@@ -92,9 +69,10 @@ TEST_F(PipeTest, TheStreamIsALineOfTextAndTheActiveSamples) {
         }
         expect({ZOR_E_SCANLINE, ZOR_MSG_BAD_SCANLINE}, write(image, 3));
         EXPECT_EQ(ZOR_close(image), 0);
-        EXPECT_NE(fcntl(STDOUT_FILENO, F_GETFD), -1) << "the stream stays open";
+        std::printf("after"); // the stream stays open
+        std::fflush(stdout);
+        ASSERT_EQ(stream(), expected.append("after"));
     }
-    EXPECT_EQ(stream(), expected);
 }
 
 TEST_F(PipeTest, OneImageIsWrittenAndNoneRead) {
@@ -115,37 +93,6 @@ TEST_F(PipeTest, OneImageIsWrittenAndNoneRead) {
     EXPECT_EQ(ZOR_close(image), ZOR_E_UNSUPPORTED);
     image->close = [](ZOR_IMAGE *handle) { return zor__free_obj(handle), 0; };
     EXPECT_EQ(ZOR_close(image), 0);
-}
-
-// On a full device, and with a reader that has gone; in child processes, because what could not be
-// written stays in the standard output.
-TEST_F(PipeTest, BrokenStreamsAreToldAtOnceAndForGood) {
-    const auto breaks = [&](int target, const char *reason) {
-        dup2(target, STDOUT_FILENO);
-        Request request("x.pipe");
-        request.add(4, 3);
-        ZOR_IMAGE *image = request.open("w");
-        if (image == nullptr)
-            return false;
-        const bool first = write(image, 0) == ZOR_E_WRITE && zor__err == ZOR_E_WRITE &&
-                           log.has_only(ZOR_MSG_CANNOT_WRITE_LINE) &&
-                           log.last() == std::string("Cannot write scanline 0; ") + reason;
-        const bool second = write(image, 0) == ZOR_E_WRITE && log.reports.size() == 2;
-        const bool closed = ZOR_close(image) == ZOR_E_WRITE && log.reports.size() == 3 &&
-                            log.last() == std::string("Cannot write to x.pipe; ") + reason;
-        std::fputs(log.text().c_str(), stderr);
-        return first && second && closed;
-    };
-    std::signal(SIGPIPE, SIG_IGN);
-    int ends[2];
-    ASSERT_EQ(pipe(ends), 0);
-    close(ends[0]);
-    const int full = open("/dev/full", O_WRONLY);
-    const auto well = testing::ExitedWithCode(0);
-    EXPECT_EXIT(std::_Exit(breaks(full, std::strerror(ENOSPC)) ? 0 : 1), well, "");
-    EXPECT_EXIT(std::_Exit(breaks(ends[1], std::strerror(EPIPE)) ? 0 : 1), well, "");
-    close(full);
-    close(ends[1]);
 }
 
 } // namespace

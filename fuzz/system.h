@@ -1,0 +1,23 @@
+// system.h - what fuzz targets ask of the operating system; system_posix.cpp and system_win32.cpp.
+// What does not work there ends the program.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+// What a block that malloc gave takes up.
+size_t block_size(void *block);
+
+// The running program, as the loader of modules knows it.
+void *this_program();
+
+// Takes the home directory away, so that nobody's configuration is read.
+void leave_home();
+
+// Puts an input into the configuration file of a home directory made for it, which goes when the
+// program ends.
+void put_configuration(const uint8_t *data, size_t size);
+
+// Puts an input into a file, in memory where there is such a place. Returns its name.
+std::string put_file(const uint8_t *data, size_t size);

@@ -1,0 +1,57 @@
+// system.h - what tests ask of the operating system; system_posix.cpp and system_win32.cpp.
+#pragma once
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+// Sets an environment variable of this process; null removes it.
+void set_variable(const char *name, const char *value);
+
+// Makes an empty directory whose path starts with that prefix.
+std::string make_directory(const std::string &prefix);
+
+// Turns the standard output to an open file for a scope.
+class Redirected {
+public:
+    explicit Redirected(std::FILE *target);
+    ~Redirected();
+    Redirected(const Redirected &) = delete;
+    Redirected &operator=(const Redirected &) = delete;
+
+private:
+    int saved_;
+};
+
+// Runs a program to its end, without a shell, its standard streams turned to files; names and
+// arguments, which hold no quotes, are UTF-8. Returns its exit code, or -1 when there is none.
+int run_program(const std::vector<std::string> &arguments, const std::string &input,
+                const std::string &output, const std::string &errors);
+
+// A pipe that holds some bytes, no more than fit it, and a name that it can be opened by; an empty
+// name where pipes have none. Once it is open, end() tells the reader that no more will come.
+class FullPipe {
+public:
+    explicit FullPipe(const std::string &bytes);
+    ~FullPipe();
+    FullPipe(const FullPipe &) = delete;
+    FullPipe &operator=(const FullPipe &) = delete;
+    void end();
+
+    std::string name;
+
+private:
+    int ends_[2];
+};
+
+// The running program, as the loader of modules knows it.
+void *this_program();
+
+// Devices that are as good as a file on a full disk and as a file without end, and a name of which
+// the system cannot say that there is no such file; empty texts where there is none.
+extern const char *const full_device;
+extern const char *const endless_device;
+extern const char *const name_below_a_file;
+
+// What a line ends with in files that are not opened as binary.
+extern const char *const text_line_end;

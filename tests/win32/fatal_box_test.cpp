@@ -1,0 +1,43 @@
+// fatal_box_test.cpp - what a fatal report shows before the program ends.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <string>
+
+#include <windows.h>
+
+#include "zor/err.h"
+
+// The linker takes this for the imported function: the box's title and text go to the standard
+// error stream, in brackets.
+extern "C" {
+static int WINAPI show(HWND, const char *text, const char *title, UINT kind) {
+    std::fprintf(stderr, "<%s|%s|%u>", title, text, kind);
+    std::fflush(stderr);
+    return IDOK;
+}
+int(WINAPI *imported_message_box)(HWND, const char *, const char *,
+                                  UINT) __asm__("__imp__MessageBoxA@16") = show;
+}
+
+namespace {
+
+TEST(FatalBoxDeathTest, ShowsTheReportAndAborts) {
+    EXPECT_DEATH(ERR_printf(ERR_FATAL, "%s", "out of luck"),
+                 "FATAL, out of luck\r?\n<Fatal Error.FATAL, out of luck\r?\n.0>");
+    EXPECT_EXIT(ERR_printf(ERR_FATAL, "x"), testing::ExitedWithCode(3), "") << "as abort ends it";
+}
+
+TEST(FatalBoxDeathTest, HoldsAsMuchAsABoxCan) {
+    const std::string text(2000, 'x');
+    EXPECT_DEATH(ERR_printf(ERR_FATAL, "%s", text.c_str()),
+                 "<Fatal Error.FATAL, " + std::string(200, 'x'));
+}
+
+TEST(FatalBoxTest, OnlyFatalReportsShowIt) {
+    testing::internal::CaptureStderr();
+    ERR_printf(ERR_ERROR, "no more than this");
+    EXPECT_EQ(testing::internal::GetCapturedStderr().find('<'), std::string::npos);
+}
+
+} // namespace
