@@ -6,9 +6,11 @@
  * one of the new kind from the start:
  *
  *     ZOR_RESPONSE_CURVE screen = {1, 2.2f, 0, 0, 0, 0, 0, NULL};    // a power function
+ *     const ZOR_TARGET bytes = {ZOR_C_INTEGER, 8};
+ *     const ZOR_TARGET *const colours[3] = {&bytes, NULL, NULL};
  *     ZOR_IMAGE *image = ZOR_open(info, "r");                        // floats, say
  *     ZOR__resize(image, 960, 540, ZOR_FILTER_MITCHELL);
- *     ZOR__display(image, ZOR_DISPLAY_COLOR, NULL, &screen);
+ *     ZOR__quantize(image, colours, &screen);
  *     // from here on: 960 x 540, three bytes a pixel, ready for the screen
  *     ...
  *     ZOR_close(image);                                              // takes the operators away
@@ -70,7 +72,12 @@ enum {
 
 /* Makes what is wanted 8-bit integers: clips float colours to the matte, maps the auxiliary channel
  * to its range, quantizes floats, narrows wider integers, then corrects colours to the wanted
- * primaries and curve.
+ * primaries and curve. The description's gamma stays what it was.
+ *
+ * Light has few of its 256 steps in the dark, where a display shows many: colours that are light
+ * had better be encoded before, by ZOR__cast and ZOR__quantize with the display's curve. And a cast
+ * makes floats, which a display clips to the matte: where bytes were not multiplied by theirs,
+ * quantize first for that reason too.
  *   flags      ZOR_DISPLAY_...; groups not asked for stay as they are, but for the clip, which
  *              float colours with a matte get whatever was asked for
  *   primaries  18 floats of which the last twelve are chromaticities (x, y, z; z is not used) of
@@ -171,10 +178,25 @@ ZOR_API int ZOR__clip_undo(ZOR_IMAGE *image);
  *   curve  the wanted response curve, not null
  */
 
-/* From the image's response curve to the wanted one. Reading: bytes to bytes. Writing: the caller
- * hands in light from 0 to N - 1 (see curve.h) in samples of as many bits as that takes, 12 and so
- * 16-bit words for the usual 4096, which become the bytes to store; the caller's rows are used up
- * by that. */
+/* Between the image's response curve and another one.
+ *
+ * Reading: bytes of the image's curve become bytes of the other. The description's gamma stays what
+ * it was.
+ *
+ * Writing: the caller hands in samples of the other curve from 0 to N - 1 (see curve.h), of as many
+ * bits as that takes, 12 and so 16-bit words for the usual 4096; they become bytes of the image's,
+ * the one that the file will state. So the other curve is a power function of gamma 1 to hand in
+ * light:
+ *
+ *     desc->curve.gamma = 2.2f;                                      // in the request
+ *     ZOR_IMAGE *image = ZOR_open(info, "w");
+ *     const ZOR_RESPONSE_CURVE light = {1, 1.0f, 0, 0, 0, 0, 0, NULL};
+ *     ZOR__gamma(image, &light);
+ *     if (ZOR_image_desc(image, 0)->image.bits == 12)                // pushed: hand in 16-bit words
+ *         ZOR_scan_write(image, y, rows);
+ *
+ * Equal gammas push nothing, and then it is bytes that are to be handed in. The caller's rows are
+ * used up by the conversion. */
 ZOR_API ZOR_IMAGE *ZOR__gamma(ZOR_IMAGE *image, const ZOR_RESPONSE_CURVE *curve);
 ZOR_API int ZOR__gamma_undo(ZOR_IMAGE *image);
 

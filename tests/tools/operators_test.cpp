@@ -79,6 +79,10 @@ TEST_F(Operators, WhatComesBackIsTheSame) {
     good("zor convert f.mox f.ppm -q && zor convert f.ppm l.pfm --float");
     good("zor convert l.pfm d.ppm --display --gamma 1");
     EXPECT_EQ(compare("f.ppm d.ppm"), 0);
+    // Dark light of 16 bits keeps steps that 8 bits do not have.
+    write_file("l.pgm", "P5\n2 1\n65535\n" + std::string("\0\x20\0\x80", 4));
+    good("zor convert l.pgm d.pgm --display");
+    EXPECT_THAT(read_file("d.pgm"), testing::EndsWith("\x08\x0f")); // 255 (32 / 65535)^(1 / 2.2)
 }
 
 TEST_F(Operators, FramesAreDoneInParallel) {
@@ -110,6 +114,8 @@ TEST_F(Operators, WhatMakesNoSenseIsRefused) {
         {"a.pam b.png --float --bits 8", 2, "--bits"},
         {"a.pam b.png --bits 33", 2, "--bits"},
         {"a.pam b.png --gamma 2", 2, "--display"},
+        {"a.pam b.png --display --gamma nan", 2, "0.01"},
+        {"a.pam b.png --resize 16777217x1", 2, "16777216"},
         {"a.pam b.png --luminance --primaries p3", 2, "--display"},
         {"a.pam b.png --display --primaries 1,2,3", 2, "rec709"},
         {"a.pam b.png --select 2", 1, "zor: a.pam: there is no image 2"},
@@ -148,6 +154,7 @@ TEST_F(Operators, ComparisonsTellHowFarPicturesLieApart) {
                                                   {"a.ppm none.ppm", 5},
                                                   {"a.ppm b.ppm --tolerance -1", 2},
                                                   {"a.ppm b.ppm --difference d", 2},
+                                                  {"a.ppm b.ppm --difference ./b.ppm", 2},
                                                   {"--from ppm a.ppm - <b.ppm", 1},
                                                   {"a.ppm b.ppm --difference no/d.ppm", 4}};
     for (const auto &[arguments, code] : cases)

@@ -13,6 +13,7 @@
 #include "input.h"
 #include "interrupt.h"
 #include "json.h"
+#include "loader/paths.h"
 #include "output_file.h"
 #include "text.h"
 
@@ -39,6 +40,11 @@ bool open(Side &side, const std::string &file, const std::string &from, Reports 
                                                    ZOR_ACCESS_RANDOM_READ) != 0;
     side.rows.emplace(side.image.get(), file, any_order, reports);
     return true;
+}
+
+bool is_same_file(const std::string &a, const std::string &b) {
+    std::error_code error;
+    return std::filesystem::equivalent(to_path(a), to_path(b), error);
 }
 
 // Whether a file cannot be read twice.
@@ -306,6 +312,11 @@ ExitCode compare(const RuntimeOptions &options, const CompareRequest &request) {
         reports.about(request.difference);
         if (format == nullptr) {
             reports.error("no format has this extension; zor formats lists them");
+            return EXIT_WRONG_USAGE;
+        }
+        if (is_same_file(request.difference, request.a) ||
+            is_same_file(request.difference, request.b)) {
+            reports.error("the difference picture would take the place of what is compared");
             return EXIT_WRONG_USAGE;
         }
         if (gives_once(request.a) || gives_once(request.b)) {

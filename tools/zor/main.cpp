@@ -1,6 +1,7 @@
 // main.cpp - the zor command: its arguments and how it ends.
 #include <algorithm>
 #include <cerrno>
+#include <cfloat>
 #include <cstdio>
 #include <cstring>
 #include <exception>
@@ -46,14 +47,24 @@ void add_choice(CLI::App &command, const std::string &name, Value &value,
 // An option whose value some function reads, which gives nothing for one that makes no sense.
 template<class Value>
 void add_parsed(CLI::App &command, const std::string &name, std::optional<Value> &value,
-                std::optional<Value> (*parse)(const std::string &), const std::string &expected,
-                const std::string &help) {
+                std::optional<Value> (*parse)(const std::string &), const std::string &type,
+                const std::string &expected, const std::string &help) {
     const auto take = [&value, parse, name, expected](const std::string &text) {
         value = parse(text);
         if (!value.has_value())
             throw CLI::ValidationError(name, "expecting " + expected + ", not " + text);
     };
-    command.add_option_function<std::string>(name, take, help);
+    command.add_option_function<std::string>(name, take, help)->type_name(type);
+}
+
+// A number between two others, which "nan" is not.
+CLI::Validator between(double low, double high, const std::string &words) {
+    const auto check = [=](const std::string &text) -> std::string {
+        double value = 0;
+        const bool good = CLI::detail::lexical_cast(text, value) && value >= low && value <= high;
+        return good ? "" : "expecting " + words + ", not " + text;
+    };
+    return CLI::Validator(check, "");
 }
 
 void add_operations(CLI::App &command, Operations &operations) {
@@ -62,7 +73,8 @@ void add_operations(CLI::App &command, Operations &operations) {
                     "Take the N-th of the file's images, as zor info counts them")
         ->type_name("N")
         ->check(CLI::Range(1, INT32_MAX).description(""));
-    add_parsed<WantedSize>(command, "--resize", operations.size, parse_size, "WxH, Wx, xH or P%",
+    add_parsed<WantedSize>(command, "--resize", operations.size, parse_size, "SIZE",
+                           "WxH, Wx, xH or P%, with numbers up to 16777216",
                            "Change the size; with one extent keep the shape");
     add_choice<std::optional<int32_t>>(command, "--filter", operations.filter,
                                        {{"box", ZOR_FILTER_BOX},
@@ -78,8 +90,8 @@ void add_operations(CLI::App &command, Operations &operations) {
                      "Make one 8-bit channel of luminance for a display");
     command.add_option("--gamma", operations.gamma, "The display's. Default: that of new images")
         ->type_name("G")
-        ->check(CLI::Range(0.01, 100.0).description(""));
-    add_parsed<Chromaticities>(command, "--primaries", operations.primaries, parse_primaries,
+        ->check(between(0.01, 100, "a number from 0.01 to 100"));
+    add_parsed<Chromaticities>(command, "--primaries", operations.primaries, parse_primaries, "P",
                                known_primaries() + " or eight numbers",
                                "The display's: " + known_primaries() +
                                    " or x,y of red, green, blue and white. Default: the picture's");
@@ -144,7 +156,7 @@ void add_compare_options(CLI::App &command, CompareRequest &request) {
         .add_option("--tolerance", request.tolerance,
                     "Largest difference that counts as none, of a full range of 1. Default: 0")
         ->type_name("T")
-        ->check(CLI::NonNegativeNumber.description(""));
+        ->check(between(0, DBL_MAX, "a number from 0 on"));
     command
         .add_option("--difference", request.difference,
                     "Draw the difference, the largest one white")

@@ -32,12 +32,16 @@ std::optional<Number> parse_number(const std::string &text) {
     return error == std::errc() && stop == end ? std::optional(value) : std::nullopt;
 }
 
+// As wide and high as pictures can be made.
+constexpr int32_t most_pixels = 1 << 24;
+
 // An extent of one pixel or more; 0 for an empty text.
 std::optional<int32_t> parse_extent(const std::string &text) {
     if (text.empty())
         return 0;
     const std::optional<int32_t> extent = parse_number<int32_t>(text);
-    return extent.value_or(0) > 0 ? extent : std::nullopt;
+    const bool possible = extent.value_or(0) > 0 && *extent <= most_pixels;
+    return possible ? extent : std::nullopt;
 }
 
 } // namespace

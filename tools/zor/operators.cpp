@@ -43,6 +43,7 @@ private:
 
     bool select();
     [[nodiscard]] bool widens() const;
+    [[nodiscard]] bool is_wide_light() const;
     bool make_bytes();
     bool make_floats();
     bool resize();
@@ -84,7 +85,8 @@ bool Pusher::select() {
     const int32_t count = ZOR_image_count(image_);
     if (wanted_.image > count)
         return refuse("there is no image " + std::to_string(wanted_.image) + " in this file, " +
-                      (count == 1 ? "only one" : "only " + std::to_string(count)));
+                      (count == 1 ? "only one" : "only " + std::to_string(count)) +
+                      (ZOR_image_num_frames(image_) > 1 ? "; frames are no images" : ""));
     if (wanted_.image > 0 && count > 1)
         ZOR__select(image_, wanted_.image - 1);
     return check(wanted_.image == 0 || ZOR_image_count(image_) == 1);
@@ -157,6 +159,14 @@ bool Pusher::widens() const {
     return std::any_of(before_.begin(), before_.begin() + 2, [&](const ZOR_CHANNELS &group) {
         return group.count > 0 && is_integer(group) && size(wanted_.bits) > size(group.bits);
     });
+}
+
+// Whether a display would have to make dark colours of light that was cut to 8 bits: floats are a
+// better way there. Auxiliary integers cannot take it, since their display goes by other ranges.
+bool Pusher::is_wide_light() const {
+    return is_integer(before_[0]) && before_[0].count > 0 && before_[0].bits > 8 && gamma_ == 1 &&
+           desc().curve.kind != 2 && desc().size_code == 0 &&
+           (!takes_aux_ || before_[2].count == 0 || !is_integer(before_[2]));
 }
 
 int32_t extent(double pixels) {
@@ -302,7 +312,8 @@ bool Pusher::push(Outcome &outcome) {
     const bool shown = wanted_.for_display();
     if (wanted_.size.has_value() && shown && !make_bytes())
         return false;
-    if ((wanted_.size.has_value() || wanted_.to_float || widens()) && !make_floats())
+    const bool as_floats = wanted_.size.has_value() || wanted_.to_float || widens();
+    if ((as_floats || (shown && is_wide_light())) && !make_floats())
         return false;
     if (wanted_.size.has_value() && !resize())
         return false;
