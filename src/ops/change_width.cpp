@@ -14,24 +14,27 @@ namespace {
 //   shift  to the right; to the left when negative
 using Convert = void (*)(void *row, int64_t count, int32_t shift);
 
-// The loop that is vectorised goes to a buffer, since the row's two types must not meet in it.
+// A few samples go to registers before they are stored, since the row's two types must not meet in
+// the loop that is vectorised.
 //   known  the shift, where that makes a faster loop; 0: any
 template<class From, class To, int known>
 void shift_row(void *row, int64_t count, int32_t shift) {
-    constexpr int64_t step = 512;
-    auto *bytes = static_cast<char *>(row);
-    To converted[step];
+    constexpr int64_t step = 32;
+    const auto *from = static_cast<const From *>(row);
+    auto *to = static_cast<char *>(row);
     const int right = known != 0 ? known : std::max(shift, 0);
     const int left = known != 0 ? 0 : std::max(-shift, 0);
-    for (int64_t x = 0; x < count; x += step) {
-        const int64_t part = std::min(step, count - x);
-        const From *from = reinterpret_cast<const From *>(bytes) + x;
-        for (int64_t i = 0; i < part; ++i) {
-            const uint32_t sample = from[i];
-            converted[i] = static_cast<To>(sample >> right << left);
-        }
-        std::memcpy(bytes + x * static_cast<int64_t>(sizeof(To)), converted,
-                    static_cast<size_t>(part) * sizeof(To));
+    const auto convert = [=](uint32_t sample) { return static_cast<To>(sample >> right << left); };
+    int64_t x = 0;
+    for (; x + step <= count; x += step) {
+        To converted[step];
+        for (int64_t i = 0; i < step; ++i)
+            converted[i] = convert(from[x + i]);
+        std::memcpy(to + x * static_cast<int64_t>(sizeof(To)), converted, sizeof converted);
+    }
+    for (; x < count; ++x) {
+        const To converted = convert(from[x]);
+        std::memcpy(to + x * static_cast<int64_t>(sizeof(To)), &converted, sizeof converted);
     }
 }
 
