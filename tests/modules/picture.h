@@ -11,6 +11,7 @@
 
 #include "core/library.h"
 #include "support/files.h"
+#include "zor/driver.h"
 #include "gtest/gtest.h"
 
 // A file of its own; without bytes only its name.
@@ -138,6 +139,33 @@ inline int write_picture(const Picture &picture, const std::string &path, const 
         status = write_line(image, picture, line(image, i));
     const int closed = ZOR_close(image);
     return status == 0 ? closed : status;
+}
+
+constexpr float test_primaries[12] = {.64F, .33F, .03F, .3F,    .6F,   .1F,
+                                      .15F, .06F, .79F, .3127F, .329F, .3583F};
+
+// What a file has to say of its picture, in a request and as it is read.
+inline void fill_texts_and_colour(ZOR_INFO &info) {
+    info.name = STR_save("na\xC3\xAFve");
+    info.description = STR_save("\xE2\x82\xAC");
+    info.program = STR_save("caf\xE9"); // Latin-1
+    info.machine = STR_save("unknown");
+    info.user = STR_save("");
+    info.date = STR_save("{1700000000}");
+    info.images[0].curve.kind = 1;
+    info.images[0].curve.gamma = 1.8F;
+    info.images[0].picture_aspect = 3;
+    std::copy_n(test_primaries, 12, info.primaries);
+}
+inline void expect_texts_and_colour(const ZOR_IMAGE *image, const char *date) {
+    ASSERT_NE(image, nullptr);
+    EXPECT_STREQ(image->name, "na\xC3\xAFve");
+    EXPECT_STREQ(image->description, "\xE2\x82\xAC");
+    EXPECT_STREQ(image->program, "caf\xC3\xA9");
+    EXPECT_STREQ(image->date, date);
+    EXPECT_EQ(image->images[0].curve.gamma, 1.8F);
+    for (int i = 0; i < 12; ++i)
+        EXPECT_NEAR(image->primaries[i], test_primaries[i], 1e-5);
 }
 
 inline ZOR_IMAGE *open_for_reading(const std::string &path, const char *key = nullptr) {

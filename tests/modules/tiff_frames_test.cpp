@@ -1,12 +1,9 @@
-// tiff_frames_test.cpp - files of several pages, damaged files, and failures of the machine.
+// tiff_frames_test.cpp - files of several pages, damaged files, and pipes.
 #include <gmock/gmock.h>
 
-#include <cstring>
 #include <sys/stat.h>
 
-#include "modules/faults.h"
 #include "modules/tiff_files.h"
-#include "zor/driver.h"
 
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -290,26 +287,7 @@ TEST_F(TiffFrames, ALargeStripIsDecodedLineByLineWhileTheOrderLasts) {
     }
 }
 
-TEST_F(TiffFrames, EveryFailedAllocationIsReportedAndNothingLeaks) {
-    const Picture picture = frame_picture(1);
-    Info info(temp.path.c_str()); // complete before the faults begin
-    ZOR_IMAGE_DESC *desc = ZOR_info_add_image(&info, 6, 5);
-    desc->image = picture.image;
-    desc->matte = picture.matte;
-    info.complete_path = 1;
-    info.description = STR_save("caf\xE9");
-    ZOR_multiframe_set(0, 0); // a kept handle would look like a leak
-    expect_memory_faults_reported(temp, picture, info, 2);
-}
-
-TEST_F(TiffFrames, FullDisksAndPipesAreReported) {
-    for (const int size : {2, 400}) {
-        EXPECT_EQ(write_picture(noise(size, size, integers(3, 8)), "/dev/full",
-                                [](ZOR_INFO &info) { info.key = STR_save("tiff"); }),
-                  ZOR_E_WRITE);
-        EXPECT_TRUE(log.has(ZOR_MSG_CANNOT_WRITE)) << log.text();
-        EXPECT_THAT(log.last(), HasSubstr(std::strerror(ENOSPC)));
-    }
+TEST_F(TiffFrames, PipesAreRefused) {
     ASSERT_EQ(mkfifo(temp.path.c_str(), 0600), 0);
     FILE *other_end = std::fopen(temp.path.c_str(), "r+b");
     EXPECT_EQ(open_for_reading(temp.path), nullptr);

@@ -36,9 +36,7 @@ TEST_F(Capabilities, AreListedForEveryFormat) {
 }
 
 TEST_F(Capabilities, AreSetByName) {
-    const struct {
-        const char *options, *written;
-    } cases[] = {
+    const std::pair<const char *, const char *> cases[] = {
         {"", ""},
         {"--set packing=loose", "0: 6\n"},
         {"--set Packing=TIGHT --set quality=0.25", "0: 5\n1: 0.25\n"},
@@ -51,9 +49,7 @@ TEST_F(Capabilities, AreSetByName) {
 }
 
 TEST_F(Capabilities, ThatMakeNoSenseAreRefusedWithTheChoices) {
-    const struct {
-        const char *options, *message;
-    } cases[] = {
+    const std::pair<const char *, const char *> cases[] = {
         {"b.option --set packing", "NAME=VALUE"},
         {"b.option --set speed=1", "there is packing, quality, tiles, magic"},
         {"b.option --set packing=7", "none, tight (default), loose"},

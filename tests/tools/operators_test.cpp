@@ -81,24 +81,10 @@ TEST_F(Operators, WhatComesBackIsTheSame) {
     EXPECT_EQ(compare("f.ppm d.ppm"), 0);
 }
 
-TEST_F(Operators, FramesAreDoneInParallel) {
-    for (const char *frame : {"1", "2", "3", "4", "5", "6"})
-        good(std::string("render_frame f.") + frame + ".mox " + frame + " 64 48");
-    const std::string options = " --resize 32x --display --primaries rec2020 -q ";
-    good("zor convert f.#.mox a.#.png -j 4" + options + "&& zor convert f.#.mox b.#.png -j 1" +
-         options);
-    for (const char *frame : {"1", "2", "3", "4", "5", "6"})
-        EXPECT_EQ(compare(std::string("a.") + frame + ".png b." + frame + ".png"), 0);
-}
-
 TEST_F(Operators, WhatMakesNoSenseIsRefused) {
     write_file("a.pam", pam(4, 3, 3, 1));
     write_pfm("f.pfm", {0, 0.5, 1});
-    const struct {
-        const char *arguments;
-        int code;
-        const char *message;
-    } cases[] = {
+    const std::tuple<const char *, int, const char *> cases[] = {
         {"a.pam b.png --resize 10", 2, "WxH"},
         {"a.pam b.png --resize x", 2, "WxH"},
         {"a.pam b.png --resize 0x9", 2, "WxH"},

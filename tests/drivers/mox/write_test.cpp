@@ -35,7 +35,7 @@ TEST_F(WriteTest, CopiesAreEqualByteForByte) {
     }
     expect({ZOR_E_SCANLINE, ZOR_MSG_BAD_SCANLINE}, write(copy, 0, 4));
     EXPECT_EQ(ZOR_close(copy), 0);
-    EXPECT_EQ(load(file + ".copy"), small_file());
+    EXPECT_EQ(read_file(file + ".copy"), small_file());
     ZOR_close(image);
 }
 
@@ -92,7 +92,7 @@ TEST_F(WriteTest, SubImagesAreChained) {
     EXPECT_EQ(write(image, 2, 1) | write(image, 2, 2), 0);
     write_all(image, 1);
     EXPECT_EQ(ZOR_close(image), 0);
-    const std::string bytes = load(file);
+    const std::string bytes = read_file(file);
     EXPECT_EQ(bytes.substr(bytes.size() - 20), std::string(20, '\0'));
 
     image = request.open("r");
@@ -168,7 +168,7 @@ TEST_F(WriteTest, StandardOutputKeepsItsPlaceholders) {
     }
     std::fclose(target);
     EXPECT_TRUE(good) << log.text();
-    const std::string bytes = load(file);
+    const std::string bytes = read_file(file);
     ASSERT_GT(bytes.size(), 748U);
     EXPECT_EQ(bytes.substr(614, 6), std::string("a day") + '\0');
     EXPECT_EQ(bytes.substr(740, 8), std::string(8, '\0'));
