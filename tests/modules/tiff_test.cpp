@@ -140,24 +140,20 @@ TEST_F(Tiff, FilesOfOtherKindsAreRefused) {
     const auto with = [](uint32_t tag, int value) {
         return [=](TIFF *tiff) { TIFFSetField(tiff, tag, value); };
     };
-    const struct {
-        ZOR_CHANNELS kind;
-        Layout layout;
-        const char *reason;
-    } cases[] = {
+    const std::tuple<ZOR_CHANNELS, Layout, const char *> cases[] = {
         {integers(4, 8), {PHOTOMETRIC_SEPARATED}, "colour space"},
         {integers(1, 8), {1, 1, 1, false, 0, with(TIFFTAG_SAMPLEFORMAT, 2)}, "samples of this"},
         {integers(1, 8), {1, 1, 1, false, 0, with(TIFFTAG_ORIENTATION, 6)}, "on their side"},
         {integers(1, 8), {1, COMPRESSION_LZMA}, "compression"},
         {floats(1), {PHOTOMETRIC_MINISWHITE}, "0 is white"},
     };
-    for (const auto &c : cases) {
-        make_tiff(temp.path, noise(5, 5, c.kind), c.layout);
+    for (const auto &[kind, layout, reason] : cases) {
+        make_tiff(temp.path, noise(5, 5, kind), layout);
         log.clear();
         EXPECT_EQ(open_for_reading(temp.path), nullptr);
         EXPECT_EQ(zor__err, ZOR_E_UNSUPPORTED);
         EXPECT_TRUE(log.has_only(ZOR_MSG_CANNOT_OPEN)) << log.text();
-        EXPECT_THAT(log.last(), testing::HasSubstr(c.reason));
+        EXPECT_THAT(log.last(), testing::HasSubstr(reason));
     }
 }
 

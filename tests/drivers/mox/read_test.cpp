@@ -60,24 +60,11 @@ std::string changed(size_t at, uint32_t value) {
 
 TEST_F(ReadTest, FieldsOutOfBoundsAreRefused) {
     // coordinates; counts; types; links; a gamma that is no number
-    for (const auto &[at, value] : {std::pair(0U, 0x8000U),
-                                    {0, 3},
-                                    {2, 8},
-                                    {6, 0xFFFF},
-                                    {8, 10},
-                                    {14, 4},
-                                    {14, 0},
-                                    {20, 4},
-                                    {20, 0xFFFF},
-                                    {22, 0x8000},
-                                    {24, 0x8000},
-                                    {18, 0xFFFF},
-                                    {660, 0x8000},
-                                    {738, 739},
-                                    {736, 0x8000},
-                                    {736, 0x7FFF},
-                                    {738, 748},
-                                    {28, 0x6162}}) {
+    const std::pair<size_t, uint32_t> cases[] = {
+        {0, 0x8000},   {0, 3},     {2, 8},        {6, 0xFFFF},   {8, 10},      {14, 4},
+        {14, 0},       {20, 4},    {20, 0xFFFF},  {22, 0x8000},  {24, 0x8000}, {18, 0xFFFF},
+        {660, 0x8000}, {738, 739}, {736, 0x8000}, {736, 0x7FFF}, {738, 748},   {28, 0x6162}};
+    for (const auto &[at, value] : cases) {
         SCOPED_TRACE(testing::Message() << at << ": " << value);
         expect_refused(changed(at, value), not_mox);
     }

@@ -109,11 +109,7 @@ TEST_F(WriteTest, SubImagesAreChained) {
 }
 
 TEST_F(WriteTest, RefusesWhatItCannotStoreBeforeThereIsAFile) {
-    const struct {
-        int left, right;
-        ZOR_CHANNELS image, matte, aux;
-        Failure failure;
-    } cases[] = {
+    const std::tuple<int, int, ZOR_CHANNELS, ZOR_CHANNELS, ZOR_CHANNELS, Failure> cases[] = {
         {0, 32768, {1, 1, 8}, {}, {}, {ZOR_E_WRITE, ZOR_MSG_CANNOT_WRITE}},
         {-1, 7, {1, 1, 8}, {}, {}, {ZOR_E_WRITE, ZOR_MSG_CANNOT_WRITE}},
         {0, 7, {4, 1, 8}, {}, {}, {ZOR_E_UNSUPPORTED, ZOR_MSG_IMAGE_TYPE}},
@@ -122,16 +118,14 @@ TEST_F(WriteTest, RefusesWhatItCannotStoreBeforeThereIsAFile) {
         {0, 8191, {1, 3, 64}, {}, {}, {ZOR_E_UNSUPPORTED, ZOR_MSG_IMAGE_WIDTH}},
         {0, 16383, {1, 1, 8}, {}, {1, 2, 32}, {ZOR_E_UNSUPPORTED, ZOR_MSG_AUX_WIDTH}},
     };
-    for (const auto &test : cases) {
+    for (const auto &[left, right, image, matte, aux, failure] : cases) {
         Request request(file);
         ZOR_IMAGE_DESC &desc = request.add(8, 8);
-        desc.win_left = desc.act_left = test.left;
-        desc.win_right = desc.act_right = test.right;
-        desc.image = test.image;
-        desc.matte = test.matte;
-        desc.aux = test.aux;
+        desc.win_left = desc.act_left = left;
+        desc.win_right = desc.act_right = right;
+        desc.image = image, desc.matte = matte, desc.aux = aux;
         EXPECT_EQ(request.open("w"), nullptr);
-        expect(test.failure, zor__err);
+        expect(failure, zor__err);
         EXPECT_FALSE(std::filesystem::exists(file));
     }
 }
