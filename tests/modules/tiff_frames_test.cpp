@@ -265,22 +265,21 @@ TEST_F(TiffFrames, ImplausibleSizesAreRefused) {
 
 TEST_F(TiffFrames, ALargeStripIsDecodedLineByLineWhileTheOrderLasts) {
     // 64 MiB and a little in runs of 128 bytes, and more than the file's size allows to hold.
-    const struct {
-        uint32_t height, rows;
-        std::vector<std::pair<uint32_t, int>> steps; // row, status
-    } cases[] = {{67200, 67200, {{0, 0}, {1, 0}, {2, 0}, {67199, 0}, {1, 0}}},
-                 {2000000, 2, {{0, 0}, {1, 0}, {2, ZOR_E_DECODE}, {0, ZOR_E_MEMORY}}}};
-    for (const auto &c : cases) {
-        RawTiff file{1024, c.height, c.height, COMPRESSION_PACKBITS, c.rows * 16};
-        for (uint32_t row = 0; row < c.rows; ++row)
+    using Steps = std::vector<std::pair<uint32_t, int>>; // row, status
+    const std::tuple<uint32_t, uint32_t, Steps> cases[] = {
+        {67200, 67200, {{0, 0}, {1, 0}, {2, 0}, {67199, 0}, {1, 0}}},
+        {2000000, 2, {{0, 0}, {1, 0}, {2, ZOR_E_DECODE}, {0, ZOR_E_MEMORY}}}};
+    for (const auto &[height, count, steps] : cases) {
+        RawTiff file{1024, height, height, COMPRESSION_PACKBITS, count * 16};
+        for (uint32_t row = 0; row < count; ++row)
             for (int i = 0; i < 8; ++i)
                 put_number(file.data, 0x81U | row % 251 << 8, 2);
         const TempFile large(".tiff", file.bytes());
         ZOR_IMAGE *image = open_for_reading(large.path);
         ASSERT_NE(image, nullptr) << log.text();
         void **rows = nullptr;
-        for (const auto &[row, status] : c.steps) {
-            EXPECT_EQ(ZOR_scan_read(image, static_cast<int>(c.height - 1 - row), &rows), status);
+        for (const auto &[row, status] : steps) {
+            EXPECT_EQ(ZOR_scan_read(image, static_cast<int>(height - 1 - row), &rows), status);
             EXPECT_TRUE(status != 0 || static_cast<uint8_t *>(rows[0])[1023] == row % 251);
         }
         ZOR_close(image);
