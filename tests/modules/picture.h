@@ -219,3 +219,18 @@ inline int read_picture(const std::string &path, Picture *picture, bool shuffled
     ZOR_close(image);
     return status;
 }
+
+// Reads bytes as a file, good or bad. Returns 0 or the status, of which there is one report, perhaps
+// with warnings.
+inline int read_bytes(const std::string &extension, const std::string &bytes, ReportLog &log) {
+    const TempFile file(extension, bytes);
+    log.clear();
+    Picture picture;
+    const int status = read_picture(file.path, &picture);
+    EXPECT_EQ(zor__err, status);
+    const auto errors = std::count_if(log.reports.begin(), log.reports.end(),
+                                      [](const auto &r) { return r.severity != ERR_WARNING; });
+    EXPECT_EQ(errors, status != 0 ? 1 : 0) << bytes.size() << log.text();
+    std::remove(file.path.c_str());
+    return status;
+}
