@@ -220,8 +220,8 @@ inline int read_picture(const std::string &path, Picture *picture, bool shuffled
     return status;
 }
 
-// Reads bytes as a file, good or bad. Returns 0 or the status, of which there is one report, perhaps
-// with warnings.
+// Reads bytes as a file, good or bad. Returns 0 or the status, of which there is one report beside
+// warnings.
 inline int read_bytes(const std::string &extension, const std::string &bytes, ReportLog &log) {
     const TempFile file(extension, bytes);
     log.clear();
