@@ -2,6 +2,7 @@
 // again; frames and playback reach the driver.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdlib>
 #include <thread>
@@ -47,7 +48,7 @@ protected:
     }
 
     const TempDir directory;
-    Library library{"reel"};
+    Library library{"reel", "tape"};
     TapeState &reel = *library.variable<TapeState>(0, "tape_state");
 };
 
@@ -188,23 +189,41 @@ TEST_F(MultiFrame, ArePlayedByTheDriver) {
     }
 }
 
-TEST_F(MultiFrame, AreOpenedAndClosedByThreadsAtOnce) {
-    ZOR_multiframe_set(1, 1);
-    const auto work = [this] {
-        for (int i = 0; i < 200; ++i) {
-            ZOR_IMAGE *image = open(i % 3 != 0 ? "any" : "many");
-            ASSERT_NE(image, nullptr);
-            void **rows = nullptr;
-            EXPECT_EQ(ZOR_scan_read(image, tape_bottom, &rows), 0);
-            ZOR_chan_free(image, ZOR_chan_alloc(image, 0));
-            EXPECT_EQ(ZOR_close(image), 0);
+std::atomic<int> inside; // functions of the shared image
+
+int visit() {
+    EXPECT_EQ(++inside, 1);
+    std::this_thread::yield();
+    return --inside;
+}
+
+TEST_F(MultiFrame, AreUsedByThreadsAtOnceLikeOtherFiles) {
+    ZOR_multiframe_set(1, 2);
+    ZOR_IMAGE *shared = open("a");
+    shared->direct_scan = [](auto...) { return visit(); };
+    shared->raster = [](auto...) { return visit(); };
+    const auto work = [this, shared] {
+        for (int i = 0; i < 300; ++i) {
+            const Info tape("falling.tape");
+            for (ZOR_IMAGE *image : {open(i % 3 != 0 ? "any" : "many"), tape.open("r")}) {
+                ASSERT_NE(image, nullptr);
+                void **rows = nullptr;
+                EXPECT_EQ(ZOR_scan_read(image, tape_top, &rows), 0);
+                ZOR_chan_free(image, ZOR_chan_alloc(image, 0));
+                EXPECT_EQ(ZOR_close(image), 0);
+            }
+            ZOR_direct_scan_read(shared, 1, 0, 0, 0, 0);
+            ZOR_get_raster(shared, 0, 0, 0, 0, 0);
+            ZOR_chan_free(shared, ZOR_chan_alloc(shared, 0));
         }
     };
     std::thread other(work);
     work();
     other.join();
-    EXPECT_EQ(reel.opens - reel.closes, 1);
-    EXPECT_LT(reel.opens, 400);
+    EXPECT_EQ(reel.opens - reel.closes, 2);
+    EXPECT_LT(reel.opens, 600);
+    EXPECT_EQ(library.variable<TapeState>(1, "tape_state")->closes, 600);
+    ZOR_close(shared);
 }
 
 } // namespace

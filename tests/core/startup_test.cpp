@@ -76,8 +76,8 @@ TEST(Startup, IsNotDisturbedByModulesThatMeddle) {
 TEST(Startup, LetsTheLaterOfTwoModulesWithOneKeyWin) {
     const Library library({"twin_1", "minimal", "twin_2"});
     EXPECT_EQ(registered(), "minimal twin ");
-    EXPECT_STREQ(ZOR_name_from_key("twin"), "Second twin");
-    EXPECT_EQ(ZOR_find(".one"), nullptr);
+    EXPECT_STREQ(ZOR_name_from_key("twin"), "Twin 2");
+    EXPECT_EQ(ZOR_find(".1"), nullptr);
     ZOR_exit();
     EXPECT_EQ(*library.variable<int>(0, "done_calls"), 0) << "dropped before it was in use";
     EXPECT_EQ(*library.variable<int>(2, "done_calls"), 1);

@@ -46,6 +46,8 @@ TEST_F(Pnm, EveryKindIsRecognisedAndRead) {
         Picture picture;
         EXPECT_EQ(read_picture(temp.path, &picture, false, "pnm"), 0) << log.text();
         expect_equal(picture, expected);
+        const bool in_order = bytes[1] <= '3' && expected.height > 1; // texts of several lines
+        EXPECT_EQ(read_picture(temp.path, &picture, true, "pnm"), in_order ? ZOR_E_SCANLINE : 0);
 
         // Each single format knows its own kinds only.
         for (const std::string kind : {"pbm14", "pgm25", "ppm36", "pam7", "pfmfF"}) {
@@ -67,13 +69,10 @@ TEST_F(Pnm, EveryPrefixIsRefusedOrEndsInAFailure) {
         const bool text = bytes[1] <= '3';
         const size_t end = text ? bytes.find_last_of(" \t\n") + 1 : bytes.size() - 1;
         for (size_t size = 0; size <= end; ++size) {
-            const TempFile temp(".pnm", bytes.substr(0, size));
-            log.clear();
-            Picture cut = picture;
-            const int status = read_picture(temp.path, &cut);
-            EXPECT_TRUE(status == ZOR_E_READ || status == ZOR_E_NOT_THIS_TYPE) << status;
-            EXPECT_EQ(zor__err, status);
-            EXPECT_EQ(log.reports.size(), 1U) << bytes.substr(0, size) << log.text();
+            const int status = read_bytes(".pnm", bytes.substr(0, size), log);
+            EXPECT_TRUE(status == ZOR_E_READ || status == ZOR_E_NOT_THIS_TYPE)
+                << bytes.substr(0, size) << status;
+            EXPECT_EQ(log.reports.size(), 1U) << log.text();
         }
     }
 }
@@ -81,10 +80,7 @@ TEST_F(Pnm, EveryPrefixIsRefusedOrEndsInAFailure) {
 TEST_F(Pnm, DamageIsReported) {
     const auto expect = [this](int status, const char *message, const auto &...files) {
         for (const std::string &bytes : {std::string(files)...}) {
-            const TempFile temp(".pnm", bytes);
-            Picture picture;
-            EXPECT_EQ(read_picture(temp.path, &picture), status) << bytes;
-            EXPECT_EQ(zor__err, status);
+            EXPECT_EQ(read_bytes(".pnm", bytes, log), status) << bytes;
             EXPECT_THAT(log.last(), HasSubstr(message)) << bytes;
         }
     };
@@ -115,12 +111,9 @@ TEST_F(Pnm, WhatIsWrittenIsReadBackInAnyOrder) {
         {".pnm", "P7", integers(3, 16), integers(1, 16)},
         {".pnm", "Pf", floats(1), {}},
         {".pnm", "PF", floats(3), {}},
-        {".pbm", "P4", integers(1, 1), {}},
         {".pgm", "P5", integers(1, 1), {}},
-        {".ppm", "P6", integers(3, 8), {}},
         {".pam", "P7", integers(1, 9), {}},
-        {".pam", "P7", integers(3, 8), integers(1, 8)},
-        {".pfm", "PF", floats(3), {}}};
+        {".pam", "P7", integers(3, 8), integers(1, 8)}};
     for (const auto &[extension, magic, image, matte] : cases) {
         const Picture picture = noise(13, 5, image, matte);
         const TempFile temp(extension);
@@ -144,12 +137,6 @@ TEST_F(Pnm, SamplesAreBroughtToTheFilesWidth) {
     const TempFile grey(".pgm");
     EXPECT_EQ(write_picture({2, 1, integers(1, 4), {}, {}, {16, 14}}, grey.path), 0);
     EXPECT_EQ(grey.bytes(), "P5\n2 1\n15\n\x0F\x0E");
-}
-
-TEST_F(Pnm, LinesOutOfPlaceAreRefused) {
-    const Picture picture{1, 3, integers(1, 8), {}, {}, {'a', 'b', 'c'}};
-    expect_line_rules(TempFile(".pgm", "P2 1 3 255 97 98 99").path, picture, false);
-    expect_line_rules(TempFile(".pgm", "P5 1 3 255\nabc").path, picture, true);
 }
 
 } // namespace

@@ -7,7 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include "picture.h"
 #include "support/files.h"
@@ -42,6 +42,18 @@ protected:
         const Run result = run(command);
         EXPECT_EQ(result.code, 0) << command << "\n" << result.err;
         return result.out;
+    }
+    // Runs what has to fail: arguments, exit code, a part of what is said. No file comes or goes.
+    using Failing = std::tuple<const char *, int, const char *>;
+    static void expect_failures(const std::string &command, const std::vector<Failing> &cases) {
+        const auto before = files();
+        for (const auto &[arguments, code, message] : cases) {
+            const Run result = run(command + arguments);
+            EXPECT_EQ(result.code, code) << arguments << "\n" << result.err;
+            EXPECT_THAT(result.err, testing::HasSubstr(message)) << arguments;
+            EXPECT_EQ(result.err.find(".zor-"), std::string::npos) << result.err;
+            EXPECT_EQ(files(), before) << arguments;
+        }
     }
     static std::set<std::string> files() {
         std::set<std::string> names;

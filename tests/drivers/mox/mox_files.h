@@ -5,27 +5,19 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
 #include "support/driver_test.h"
-#include "support/system.h"
+#include "support/files.h"
 #include "zor/driver.h"
 
 extern "C" const char *imageKey; // of the module in this executable
 extern "C" const char *imageExtension;
 
-inline std::string load(const std::string &path) {
-    std::ifstream stream(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
 // A picture of 10 x 4 with rows 1 and 2, columns 2 to 9 stored, all rows alike: a byte channel (7 7
 // 7 7 7 1 2 3), a 12-bit matte (0xABC) and a float auxiliary channel (1.0). Put together by hand.
-inline std::string small_file() { return load(TEST_DATA_DIR "small.mox"); }
+inline std::string small_file() { return read_file(TEST_DATA_DIR "small.mox"); }
 
 // Changes a file: a big-endian number, or a text with its terminator.
 inline void put(std::string &file, size_t at, size_t size, uint32_t value) {
@@ -56,7 +48,7 @@ protected:
 
     // Opens bytes as a file.
     ZOR_IMAGE *open_bytes(const std::string &bytes) {
-        std::ofstream(file, std::ios::binary) << bytes;
+        write_file(file, bytes);
         log.clear();
         return Request(file, "mox").open("r");
     }

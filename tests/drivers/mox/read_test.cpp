@@ -60,24 +60,11 @@ std::string changed(size_t at, uint32_t value) {
 
 TEST_F(ReadTest, FieldsOutOfBoundsAreRefused) {
     // coordinates; counts; types; links; a gamma that is no number
-    for (const auto &[at, value] : {std::pair(0U, 0x8000U),
-                                    {0, 3},
-                                    {2, 8},
-                                    {6, 0xFFFF},
-                                    {8, 10},
-                                    {14, 4},
-                                    {14, 0},
-                                    {20, 4},
-                                    {20, 0xFFFF},
-                                    {22, 0x8000},
-                                    {24, 0x8000},
-                                    {18, 0xFFFF},
-                                    {660, 0x8000},
-                                    {738, 739},
-                                    {736, 0x8000},
-                                    {736, 0x7FFF},
-                                    {738, 748},
-                                    {28, 0x6162}}) {
+    const std::pair<size_t, uint32_t> cases[] = {
+        {0, 0x8000},   {0, 3},     {2, 8},        {6, 0xFFFF},   {8, 10},      {14, 4},
+        {14, 0},       {20, 4},    {20, 0xFFFF},  {22, 0x8000},  {24, 0x8000}, {18, 0xFFFF},
+        {660, 0x8000}, {738, 739}, {736, 0x8000}, {736, 0x7FFF}, {738, 748},   {28, 0x6162}};
+    for (const auto &[at, value] : cases) {
         SCOPED_TRACE(testing::Message() << at << ": " << value);
         expect_refused(changed(at, value), not_mox);
     }
@@ -107,19 +94,16 @@ TEST_F(ReadTest, AnyValueOfAnyNumberIsSurvived) {
 }
 
 TEST_F(ReadTest, RecordsAreCheckedBeforeTheyAreBelieved) {
-    const struct {
-        size_t at;
-        uint32_t value;
-        const Failure &failure;
-    } cases[] = {{742, 739, cannot_read},      {740, 0xFFFF, cannot_read}, // where the scanline is
-                 {748, 0xFFFF, cannot_read},   {748, 4, cannot_decode},    // its size
-                 {750, 0x8007, cannot_decode}, {750, 0x0807, cannot_decode}, // packets
-                 {762, 31, cannot_decode}};                                  // a raw row
-    for (const auto &test : cases) {
-        SCOPED_TRACE(testing::Message() << test.at << ": " << test.value);
-        ZOR_IMAGE *image = open_bytes(changed(test.at, test.value));
+    const std::tuple<size_t, uint32_t, const Failure &> cases[] = {
+        {742, 739, cannot_read},      {740, 0xFFFF, cannot_read},   // where the scanline is
+        {748, 0xFFFF, cannot_read},   {748, 4, cannot_decode},      // its size
+        {750, 0x8007, cannot_decode}, {750, 0x0807, cannot_decode}, // packets
+        {762, 31, cannot_decode}};                                  // a raw row
+    for (const auto &[at, value, failure] : cases) {
+        SCOPED_TRACE(testing::Message() << at << ": " << value);
+        ZOR_IMAGE *image = open_bytes(changed(at, value));
         ASSERT_NE(image, nullptr) << log.text();
-        expect(test.failure, read(image, 0, 1));
+        expect(failure, read(image, 0, 1));
         EXPECT_EQ(read(image, 0, 2), 0); // and the others are still there
         expect({ZOR_E_SCANLINE, ZOR_MSG_BAD_SCANLINE}, read(image, 0, 4));
         ZOR_close(image);
@@ -191,20 +175,18 @@ TEST_F(ReadTest, OldFilesHaveByteChannelsAndNoChain) {
     std::string bytes = changed(26, 0x1234);
     for (const size_t meaningless : {18, 658, 664, 736})
         put(bytes, meaningless, 2, 64);
-    const struct {
-        const char *name, *key;
-        int complete_path, field;
-    } cases[] = {{"old.mox", nullptr, 0, 0},
-                 {"old.mob", nullptr, 0, 1},
-                 {"old.mob", "mox", 0, 1}, // no ".mox" is added
-                 {"old.mox", "mob", 1, 1}};
-    for (const auto &test : cases) {
-        Request request(directory + "/" + test.name, test.key);
-        request.info.complete_path = test.complete_path;
-        std::ofstream(request.info.file_name, std::ios::binary) << bytes;
+    const std::tuple<const char *, const char *, int, int> cases[] = {
+        {"old.mox", nullptr, 0, 0},
+        {"old.mob", nullptr, 0, 1},
+        {"old.mob", "mox", 0, 1}, // no ".mox" is added
+        {"old.mox", "mob", 1, 1}};
+    for (const auto &[name, key, complete_path, field] : cases) {
+        Request request(directory + "/" + name, key);
+        request.info.complete_path = complete_path;
+        write_file(request.info.file_name, bytes);
         ZOR_IMAGE *image = request.open("r");
-        ASSERT_NE(image, nullptr) << test.name << log.text();
-        EXPECT_EQ(image->field_flag, test.field) << test.name;
+        ASSERT_NE(image, nullptr) << name << log.text();
+        EXPECT_EQ(image->field_flag, field) << name;
         EXPECT_STREQ(image->time, "unknown");
         EXPECT_STREQ(image->filter, "unknown");
         for (const ZOR_CHANNELS &group : {image->images[0].image, image->images[0].aux})
@@ -250,7 +232,7 @@ TEST_F(ReadTest, TextsAndNumbersOfTheHeader) {
 
 TEST_F(ReadTest, RecognisesFilesByNameAndStream) {
     for (const size_t missing : {0U, 1U}) {
-        std::ofstream(file, std::ios::binary) << small_file().substr(0, 740 - missing);
+        write_file(file, small_file().substr(0, 740 - missing));
         EXPECT_EQ(ZOR_mox_is_file(file.data(), nullptr), 1 - missing);
         FILE *stream = std::fopen(file.c_str(), "rb");
         std::fseek(stream, 0, SEEK_END);
@@ -267,7 +249,7 @@ TEST_F(ReadTest, PipesCanBeReadInFileOrder) {
     ZOR_IMAGE *image = request.open("w");
     write_all(image, 0);
     ZOR_close(image);
-    const std::string bytes = load(file); // more than one read, and fits a pipe
+    const std::string bytes = read_file(file); // more than one read, and fits a pipe
     FullPipe pipe(bytes);
     if (pipe.name.empty())
         GTEST_SKIP() << "pipes have no names here";

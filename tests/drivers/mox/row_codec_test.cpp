@@ -261,15 +261,6 @@ TEST(RowCodec, KeepsFloatsAsTheyAre) {
 }
 
 TEST(RowCodec, ExistsForStorableChannelsOnly) {
-    const struct {
-        int32_t type, bits, size;
-    } cases[] = {{ZOR_C_INTEGER, 1, 1},  {ZOR_C_INTEGER, 8, 1},  {ZOR_C_INTEGER, 9, 2},
-                 {ZOR_C_INTEGER, 16, 2}, {ZOR_C_INTEGER, 17, 4}, {ZOR_C_INTEGER, 32, 4},
-                 {ZOR_C_FLOAT, 32, 4},   {ZOR_C_DOUBLE, 64, 8}};
-    for (const auto &[type, bits, size] : cases) {
-        ASSERT_NE(row_codec(type, bits), nullptr) << type << ' ' << bits;
-        EXPECT_EQ(row_codec(type, bits)->sample_size, size) << type << ' ' << bits;
-    }
     for (const auto &[type, bits] : {std::pair{0, 8},
                                      {4, 32},
                                      {ZOR_C_INTEGER, 0},

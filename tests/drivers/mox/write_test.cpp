@@ -35,7 +35,7 @@ TEST_F(WriteTest, CopiesAreEqualByteForByte) {
     }
     expect({ZOR_E_SCANLINE, ZOR_MSG_BAD_SCANLINE}, write(copy, 0, 4));
     EXPECT_EQ(ZOR_close(copy), 0);
-    EXPECT_EQ(load(file + ".copy"), small_file());
+    EXPECT_EQ(read_file(file + ".copy"), small_file());
     ZOR_close(image);
 }
 
@@ -92,7 +92,7 @@ TEST_F(WriteTest, SubImagesAreChained) {
     EXPECT_EQ(write(image, 2, 1) | write(image, 2, 2), 0);
     write_all(image, 1);
     EXPECT_EQ(ZOR_close(image), 0);
-    const std::string bytes = load(file);
+    const std::string bytes = read_file(file);
     EXPECT_EQ(bytes.substr(bytes.size() - 20), std::string(20, '\0'));
 
     image = request.open("r");
@@ -109,11 +109,7 @@ TEST_F(WriteTest, SubImagesAreChained) {
 }
 
 TEST_F(WriteTest, RefusesWhatItCannotStoreBeforeThereIsAFile) {
-    const struct {
-        int left, right;
-        ZOR_CHANNELS image, matte, aux;
-        Failure failure;
-    } cases[] = {
+    const std::tuple<int, int, ZOR_CHANNELS, ZOR_CHANNELS, ZOR_CHANNELS, Failure> cases[] = {
         {0, 32768, {1, 1, 8}, {}, {}, {ZOR_E_WRITE, ZOR_MSG_CANNOT_WRITE}},
         {-1, 7, {1, 1, 8}, {}, {}, {ZOR_E_WRITE, ZOR_MSG_CANNOT_WRITE}},
         {0, 7, {4, 1, 8}, {}, {}, {ZOR_E_UNSUPPORTED, ZOR_MSG_IMAGE_TYPE}},
@@ -122,16 +118,14 @@ TEST_F(WriteTest, RefusesWhatItCannotStoreBeforeThereIsAFile) {
         {0, 8191, {1, 3, 64}, {}, {}, {ZOR_E_UNSUPPORTED, ZOR_MSG_IMAGE_WIDTH}},
         {0, 16383, {1, 1, 8}, {}, {1, 2, 32}, {ZOR_E_UNSUPPORTED, ZOR_MSG_AUX_WIDTH}},
     };
-    for (const auto &test : cases) {
+    for (const auto &[left, right, image, matte, aux, failure] : cases) {
         Request request(file);
         ZOR_IMAGE_DESC &desc = request.add(8, 8);
-        desc.win_left = desc.act_left = test.left;
-        desc.win_right = desc.act_right = test.right;
-        desc.image = test.image;
-        desc.matte = test.matte;
-        desc.aux = test.aux;
+        desc.win_left = desc.act_left = left;
+        desc.win_right = desc.act_right = right;
+        desc.image = image, desc.matte = matte, desc.aux = aux;
         EXPECT_EQ(request.open("w"), nullptr);
-        expect(test.failure, zor__err);
+        expect(failure, zor__err);
         EXPECT_FALSE(std::filesystem::exists(file));
     }
 }
@@ -168,7 +162,7 @@ TEST_F(WriteTest, StandardOutputKeepsItsPlaceholders) {
     }
     std::fclose(target);
     EXPECT_TRUE(good) << log.text();
-    const std::string bytes = load(file);
+    const std::string bytes = read_file(file);
     ASSERT_GT(bytes.size(), 748U);
     EXPECT_EQ(bytes.substr(614, 6), std::string("a day") + '\0');
     EXPECT_EQ(bytes.substr(740, 8), std::string(8, '\0'));
