@@ -16,7 +16,6 @@ using testing::DoubleNear;
 using testing::ElementsAre;
 using testing::FloatNear;
 using testing::Pointwise;
-using Real = long double;
 using Push = ZOR_IMAGE *(*)(ZOR_IMAGE *, const ZOR_RESPONSE_CURVE *);
 
 constexpr float ntsc[12] = {0.67F, 0.33F, 0, 0.21F, 0.71F,  0.08F,
@@ -106,7 +105,7 @@ TEST_F(Color, GammaCorrectsTheActiveBytes) {
 
 // An image of 4 bits has 16 elements; what a driver may yet hand out beyond them is as bright.
 TEST_F(Color, GammaGoesByShortTables) {
-    FakeColors fake(1, {{1, ZOR_C_INTEGER, 4}, {}, {}});
+    FakeColors fake(1, {integers(1, 4), none, none});
     const Tables stored(2, 1, 16, ZOR_C_INTEGER, 8);
     ZOR_response_curve_copy(&fake.desc().curve, &stored.curve);
     fake.value = [](int, int x, int) { return x % 256; };
@@ -217,30 +216,24 @@ TEST_F(Color, TransformsMixLight) {
     EXPECT_EQ(log.text(), "");
 }
 
-TEST_F(Color, LuminanceComesBeforeMatteAndDepth) {
-    FakeColors fake(1, {integers(3, 8), integers(1, 8), integers(1, 16)});
-    fake.value = [](int channel, int, int) { return 10 * channel; };
-    ASSERT_TRUE(fake.takes(&ZOR__rgb_luminance, linear));
-    const auto rows = fake.read(0);
-    ASSERT_EQ(rows.size(), 3U);
-    EXPECT_EQ(rows[1][255], 30);
-    EXPECT_EQ(rows[2][255], 40);
-    float to_xyz[9];
-    ZOR_color_matrix_get(to_xyz, nullptr); // left by the push, of the image's primaries
-    EXPECT_NEAR(to_xyz[4], 0.586421, 1e-6);
-}
-
-TEST_F(Color, PrecisionIsReducedWithAWarning) {
+TEST_F(Color, LuminanceComesBeforeMatteAndDepthWithReducedPrecision) {
     const Resolution resolution(65536);
-    FakeColors fake(1);
+    FakeColors fake(1, {integers(3, 8), integers(1, 8), integers(1, 16)});
     ASSERT_TRUE(fake.takes(&ZOR__rgb_luminance, linear));
     EXPECT_TRUE(log.has_only(ZOR_MSG_PRECISION));
     EXPECT_EQ(log.last(),
               "Color response curve reduced to 14 bits of precision (limit is 14 bits)");
-    fake.value = [](int, int x, int) { return x; };
+    fake.value = [](int channel, int x, int) { return channel < 3 ? x : 10 * channel; };
     const auto rows = fake.read(0);
-    for (size_t x = 0; x < 256; ++x)
-        EXPECT_NEAR(rows[0][x], static_cast<double>(x), 0.51);
+    ASSERT_EQ(rows.size(), 3U);
+    for (int x = 0; x < 256; ++x) {
+        EXPECT_NEAR(rows[0][x], x, 0.51);
+        EXPECT_EQ(rows[1][x], 30);
+        EXPECT_EQ(rows[2][x], 40);
+    }
+    float to_xyz[9];
+    ZOR_color_matrix_get(to_xyz, nullptr); // left by the push, of the image's primaries
+    EXPECT_NEAR(to_xyz[4], 0.586421, 1e-6);
 }
 
 TEST_F(Color, EveryWayToMixGivesTheSame) {

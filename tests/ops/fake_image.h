@@ -38,14 +38,10 @@ template<class Function>
 auto with_sample(const ZOR_CHANNELS &group, Function function) {
     if (group.type != ZOR_C_INTEGER)
         return group.type == ZOR_C_FLOAT ? function(float{}) : function(double{});
-    switch (ZOR_sample_size(group.type, group.bits)) {
-    case 1:
+    const int32_t size = ZOR_sample_size(group.type, group.bits);
+    if (size == 1)
         return function(uint8_t{});
-    case 2:
-        return function(uint16_t{});
-    default:
-        return function(uint32_t{});
-    }
+    return size == 2 ? function(uint16_t{}) : function(uint32_t{});
 }
 
 // The group that a row belongs to.

@@ -32,8 +32,10 @@ private:
 std::string snapshot(ZOR_IMAGE image) {
     image.last_scanline = 0;
     for (int i = 0; i < image.num_images; ++i)
-        if (ZOR_RESPONSE_CURVE &curve = image.images[i].curve; curve.kind == 1)
-            curve = power(curve.gamma);
+        if (ZOR_RESPONSE_CURVE &curve = image.images[i].curve; curve.kind == 1) {
+            const size_t kept = offsetof(ZOR_RESPONSE_CURVE, reserved);
+            std::memset(reinterpret_cast<char *>(&curve) + kept, 0, sizeof curve - kept);
+        }
     return state_of(image);
 }
 

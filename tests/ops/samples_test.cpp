@@ -30,13 +30,11 @@ TEST(Quantize, RoundsWhatIsClamped) {
             const auto rows = fake.read(0);
             EXPECT_EQ(rows[0], rows[1]);
             for (size_t x = 0; x < list.size(); ++x) {
-                const double value = from.type == ZOR_C_FLOAT
-                                         ? static_cast<double>(static_cast<float>(list[x]))
-                                         : list[x];
-                const long double clamped = value >= 1 ? 1.0L : value > 0 ? value : 0.0L;
-                const long double largest = std::ldexp(1.0L, bits) - 1;
-                EXPECT_NEAR(rows[0][x], static_cast<double>(std::floor(clamped * largest + 0.5L)),
-                            bits < 32 ? 0 : 1)
+                const double value =
+                    from.type == ZOR_C_FLOAT ? double{static_cast<float>(list[x])} : list[x];
+                const double clamped = value >= 1 ? 1 : value > 0 ? value : 0;
+                const double largest = std::ldexp(1.0, bits) - 1;
+                EXPECT_NEAR(rows[0][x], std::floor(clamped * largest + 0.5), bits < 32 ? 0 : 1)
                     << list[x] << " at " << bits;
             }
         }
@@ -48,12 +46,12 @@ TEST(Quantize, TakesWrittenIntegersToFractions) {
     const ZOR_TARGET bytes = {ZOR_C_INTEGER, 8};
     const ZOR_TARGET words = {ZOR_C_INTEGER, 12};
     ZOR__quantize(fake.image(), Targets(&bytes, &words, &bytes), nullptr);
-    EXPECT_EQ(fake.desc().aux.bits, 16);
+    EXPECT_EQ(fake.desc().aux.bits, 16); // a group that is none of floats stays as it is
     const std::vector<double> list = {0, 51, 127, 255};
     EXPECT_EQ(fake.write(0, values(list)), 0);
-    EXPECT_THAT(fake.written[0], ElementsAre(0, 0.2F, 127 / 255.0F, 1));
-    EXPECT_THAT(fake.written[1], ElementsAre(0, 51 / 4095.0, 127 / 4095.0, 255 / 4095.0));
-    EXPECT_EQ(fake.written[2], list);
+    EXPECT_THAT(fake.written,
+                ElementsAre(ElementsAre(0, 0.2F, 127 / 255.0F, 1),
+                            ElementsAre(0, 51 / 4095.0, 127 / 4095.0, 255 / 4095.0), list));
 }
 
 TEST(Quantize, HandsOtherGroupsOnAsTheyAre) {
@@ -64,9 +62,7 @@ TEST(Quantize, HandsOtherGroupsOnAsTheyAre) {
     ZOR__quantize(fake.image(), Targets(&target, &target), nullptr);
     void **rows = nullptr;
     ZOR_scan_read(fake.image(), 0, &rows);
-    EXPECT_NE(rows[0], below[0]);
-    EXPECT_EQ(rows[1], below[1]);
-    EXPECT_EQ(rows[2], below[2]);
+    EXPECT_TRUE(rows[0] != below[0] && rows[1] == below[1] && rows[2] == below[2]);
     EXPECT_EQ(fake.desc().matte.bits, 16);
 }
 
@@ -136,11 +132,9 @@ TEST(Remap, MapsTheActivePartAndALineMore) {
             const auto rows = fake.pass(y);
             const bool mapped = y >= 2 && y <= 4;
             EXPECT_EQ(rows[0][2], 3);
-            EXPECT_EQ(rows[1][0], 3);
-            EXPECT_EQ(rows[1][4], 3);
-            EXPECT_EQ(rows[1][2], mapped ? 0.5 : 3) << y;
-            EXPECT_TRUE(mapped ? rows[1][1] == 0 : std::isnan(rows[1][1]));
-            EXPECT_EQ(rows[1][3], mapped ? 1 : inf);
+            EXPECT_THAT(rows[1], ElementsAre(3, testing::NanSensitiveDoubleEq(mapped ? 0 : nan),
+                                             mapped ? 0.5 : 3, mapped ? 1 : inf, 3))
+                << y;
         }
     }
 }
