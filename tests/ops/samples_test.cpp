@@ -95,10 +95,10 @@ TEST(ChangeWidth, ShiftsWithinASizeOrToASmallerOne) {
     struct {
         int from, to;
         bool fits;
-    } cases[] = {{16, 8, true},  {10, 8, true},  {32, 8, true}, {32, 16, true},  {20, 9, true},
-                 {24, 17, true}, {8, 4, true},   {4, 8, true},  {10, 16, true},  {17, 32, true},
-                 {8, 8, true},   {8, 16, false}, {8, 9, false}, {16, 17, false}, {1, 32, false},
-                 {8, 33, false}, {8, 0, false}};
+    } cases[] = {{16, 8, true},  {10, 8, true},  {32, 8, true},  {32, 16, true}, {20, 9, true},
+                 {24, 16, true}, {24, 17, true}, {8, 4, true},   {4, 8, true},   {10, 16, true},
+                 {17, 32, true}, {8, 8, true},   {8, 16, false}, {8, 9, false},  {16, 17, false},
+                 {1, 32, false}, {8, 33, false}, {8, 0, false}};
     for (const auto &[from, to, fits] : cases) {
         FakeImage fake(ZOR_MODE_READ, width, 1, {integers(2, from), floats(1), integers(1, from)});
         const double largest = std::ldexp(1.0, from) - 1;
