@@ -54,16 +54,6 @@ inline int count_rows(const ZOR_IMAGE_DESC &desc) {
     return desc.image.count + desc.matte.count + desc.aux.count;
 }
 
-// Where a sample lies in rows: colours may be interleaved in the first one.
-struct Place {
-    Place(const ZOR_IMAGE_DESC &desc, int channel, int x) {
-        const bool interleaved = desc.chan_flag == 0 && channel < desc.image.count;
-        row = interleaved ? 0 : channel;
-        index = interleaved ? x * desc.image.count + channel : x;
-    }
-    int row, index;
-};
-
 class FakeImage {
 public:
     // The value of a sample, in the file's own terms.
@@ -151,23 +141,28 @@ private:
     }
     static int width_of(const ZOR_IMAGE_DESC &desc) { return desc.win_right - desc.win_left + 1; }
 
-    // All samples of a line, and a line filled with samples.
+    // Calls a function with each sample of a line; colours may be interleaved in the first row.
+    template<class Function>
+    static void for_each(const ZOR_IMAGE_DESC &desc, void *const *rows, Function function) {
+        for (int k = 0; k < count_rows(desc); ++k)
+            with_sample(group_of_row(desc, k), [&]<class Sample>(Sample) {
+                const bool interleaved = desc.chan_flag == 0 && k < desc.image.count;
+                auto *row = static_cast<Sample *>(rows[interleaved ? 0 : k]);
+                for (int x = 0; x < width_of(desc); ++x)
+                    function(k, x, row[interleaved ? x * desc.image.count + k : x]);
+            });
+    }
     static Rows take(const ZOR_IMAGE_DESC &desc, void *const *rows) {
         Rows result(count_rows(desc));
-        for (int k = 0; k < count_rows(desc); ++k)
-            for (int x = 0; x < width_of(desc); ++x)
-                result[k].push_back(
-                    with_sample(group_of_row(desc, k), [&, at = Place(desc, k, x)]<class T>(T) {
-                        return static_cast<double>(static_cast<const T *>(rows[at.row])[at.index]);
-                    }));
+        for_each(desc, rows, [&](int k, int, auto sample) {
+            result[k].push_back(static_cast<double>(sample));
+        });
         return result;
     }
     static void fill(const ZOR_IMAGE_DESC &desc, void *const *rows, int y, const Value &value) {
-        for (int k = 0; k < count_rows(desc); ++k)
-            for (int x = 0; x < width_of(desc); ++x)
-                with_sample(group_of_row(desc, k), [&, at = Place(desc, k, x)]<class T>(T) {
-                    static_cast<T *>(rows[at.row])[at.index] = static_cast<T>(value(k, x, y));
-                });
+        for_each(desc, rows, [&]<class Sample>(int k, int x, Sample &sample) {
+            sample = static_cast<Sample>(value(k, x, y));
+        });
     }
 
     // The data of one sub-image, which the scan functions get.
