@@ -15,40 +15,33 @@
 #include "zor/ops.h"
 #include "zor/str.h"
 
-// Reads and writes samples of a group whatever their type.
-inline double get_sample(const void *row, const ZOR_CHANNELS &group, int x) {
-    const auto at = [&]<class Sample>(Sample) {
-        return static_cast<double>(static_cast<const Sample *>(row)[x]);
-    };
-    switch (group.type == ZOR_C_INTEGER ? ZOR_sample_size(group.type, group.bits) : -group.type) {
-    case 1:
-        return at(uint8_t{});
-    case 2:
-        return at(uint16_t{});
-    case 4:
-        return at(uint32_t{});
-    case -ZOR_C_FLOAT:
-        return at(float{});
-    default:
-        return at(double{});
-    }
+// Groups of channels, response curves, and arguments that go by group: null for those not given.
+constexpr ZOR_CHANNELS none = {0, ZOR_C_INTEGER, 8};
+constexpr ZOR_CHANNELS floats(int32_t count) { return {count, ZOR_C_FLOAT, 32}; }
+constexpr ZOR_CHANNELS doubles(int32_t count) { return {count, ZOR_C_DOUBLE, 64}; }
+constexpr ZOR_CHANNELS integers(int32_t count, int32_t bits) {
+    return {count, ZOR_C_INTEGER, bits};
 }
-inline void put_sample(void *row, const ZOR_CHANNELS &group, int x, double value) {
-    const auto at = [&]<class Sample>(Sample) {
-        static_cast<Sample *>(row)[x] = static_cast<Sample>(value);
-    };
-    switch (group.type == ZOR_C_INTEGER ? ZOR_sample_size(group.type, group.bits) : -group.type) {
-    case 1:
-        return at(uint8_t{});
-    case 2:
-        return at(uint16_t{});
-    case 4:
-        return at(uint32_t{});
-    case -ZOR_C_FLOAT:
-        return at(float{});
-    default:
-        return at(double{});
-    }
+constexpr ZOR_RESPONSE_CURVE power(float gamma) { return {1, gamma, 0, 0, 0, 0, 0, nullptr}; }
+template<class T>
+struct ByGroup {
+    ByGroup(const T *colour, const T *matte = nullptr, const T *aux = nullptr)
+        : of{colour, matte, aux} {}
+    operator const T * const *() const { return of; }
+    const T *of[3];
+};
+using Targets = ByGroup<ZOR_TARGET>;
+using Ranges = ByGroup<ZOR_RANGE>;
+
+// Calls a function with a number of the type that the samples of a group have.
+template<class Function>
+auto with_sample(const ZOR_CHANNELS &group, Function function) {
+    if (group.type != ZOR_C_INTEGER)
+        return group.type == ZOR_C_FLOAT ? function(float{}) : function(double{});
+    const int32_t size = ZOR_sample_size(group.type, group.bits);
+    if (size == 1)
+        return function(uint8_t{});
+    return size == 2 ? function(uint16_t{}) : function(uint32_t{});
 }
 
 // The group that a row belongs to.
@@ -61,25 +54,16 @@ inline int count_rows(const ZOR_IMAGE_DESC &desc) {
     return desc.image.count + desc.matte.count + desc.aux.count;
 }
 
-// Where a sample lies in rows: colours may be interleaved in the first one.
-struct Place {
-    Place(const ZOR_IMAGE_DESC &desc, int channel, int x) {
-        const bool interleaved = desc.chan_flag == 0 && channel < desc.image.count;
-        row = interleaved ? 0 : channel;
-        index = interleaved ? x * desc.image.count + channel : x;
-    }
-    int row, index;
-};
-
 class FakeImage {
 public:
     // The value of a sample, in the file's own terms.
     using Value = std::function<double(int channel, int x, int y)>;
+    using Rows = std::vector<std::vector<double>>;
     // As in records.h: {count, type, bits} of each group.
     struct Groups {
-        ZOR_CHANNELS image = {3, ZOR_C_INTEGER, 8};
-        ZOR_CHANNELS matte = {0, ZOR_C_INTEGER, 8};
-        ZOR_CHANNELS aux = {0, ZOR_C_INTEGER, 8};
+        ZOR_CHANNELS image = integers(3, 8);
+        ZOR_CHANNELS matte = none;
+        ZOR_CHANNELS aux = none;
     };
 
     FakeImage(int mode, int width, int height, const Groups &groups, int num_images = 1)
@@ -88,12 +72,11 @@ public:
         for (int i = 0; i < num_images; ++i) {
             ZOR_IMAGE_DESC &desc = image_->images[i];
             zor__describe(&desc, width, height, 3, 8);
-            ERR_free(desc.chan_format);
-            desc.chan_format = STR_save("rgb");
+            set_format("rgb", i);
             desc.image = groups.image;
             desc.matte = groups.matte;
             desc.aux = groups.aux;
-            desc.curve = {1, 1.0F, 0, 0, 0, 0, 0, nullptr};
+            desc.curve = power(1);
             image_->data[i] = states_.emplace_back(std::make_unique<State>(this, desc)).get();
         }
         image_->scan = mode == ZOR_MODE_READ ? &read_line : &write_line;
@@ -119,61 +102,76 @@ public:
             *states_[static_cast<size_t>(i)] = State(this, desc(i));
     }
 
+    void set_format(const char *format, int index = 0) const {
+        ERR_free(desc(index).chan_format);
+        desc(index).chan_format = STR_save(format);
+    }
+
     // The row as the stack delivers it; empty when reading failed.
-    std::vector<std::vector<double>> read(int y) {
+    Rows read(int y) {
         void **rows = nullptr;
-        std::vector<std::vector<double>> result;
-        if (ZOR_scan_read(image_, y, &rows) < 0)
-            return result;
-        for (int k = 0; k < count_rows(desc()); ++k)
-            for (int x = (result.emplace_back(), 0); x <= desc().win_right - desc().win_left; ++x)
-                result.back().push_back(get(desc(), rows, k, x));
-        return result;
+        return ZOR_scan_read(image_, y, &rows) < 0 ? Rows() : take(desc(), rows);
     }
 
     // Hands a row in at the top; what comes out below is in written.
     int write(int y, const Value &row) {
-        void **rows = new_rows(desc());
-        for (int k = 0; k < count_rows(desc()); ++k)
-            for (int x = 0; x <= desc().win_right - desc().win_left; ++x)
-                put(desc(), rows, k, x, row(k, x, y));
-        const int result = ZOR_scan_write(image_, y, rows);
-        zor__chan_free(rows);
-        return result;
+        const RowMemory rows = new_rows(desc());
+        fill(desc(), rows.get(), y, row);
+        return ZOR_scan_write(image_, y, rows.get());
+    }
+
+    // Moves a line of values through the stack, either way.
+    Rows pass(int y) {
+        if (image_->mode == ZOR_MODE_READ)
+            return read(y);
+        return write(y, value) < 0 ? Rows() : written;
     }
 
     Value value = [](int channel, int x, int y) { return (channel * 40 + x + 3 * y) & 255; };
-    int fail_at = -1000;                      // the line that cannot be moved
-    std::vector<int> lines;                   // moved so far, in this order
-    std::vector<std::vector<double>> written; // the line written last
+    int fail_at = -1000;    // the line that cannot be moved
+    std::vector<int> lines; // moved so far, in this order
+    Rows written;           // the line written last
     bool closed = false;
 
-    // Rows that fit a description; and a sample in such rows.
-    static void **new_rows(const ZOR_IMAGE_DESC &desc) {
+private:
+    using RowMemory = std::unique_ptr<void *, void (*)(void **)>;
+    static RowMemory new_rows(const ZOR_IMAGE_DESC &desc) {
         const int interleaved = desc.chan_flag == 0 ? std::max(desc.image.count, 1) : 1;
-        return zor__chan_alloc(&desc, (desc.win_right - desc.win_left + 1) * interleaved, "test");
+        return {zor__chan_alloc(&desc, width_of(desc) * interleaved, "test"), zor__chan_free};
     }
-    static double get(const ZOR_IMAGE_DESC &desc, void *const *rows, int channel, int x) {
-        const Place at(desc, channel, x);
-        return get_sample(rows[at.row], group_of_row(desc, channel), at.index);
+    static int width_of(const ZOR_IMAGE_DESC &desc) { return desc.win_right - desc.win_left + 1; }
+
+    // Calls a function with each sample of a line; colours may be interleaved in the first row.
+    template<class Function>
+    static void for_each(const ZOR_IMAGE_DESC &desc, void *const *rows, Function function) {
+        for (int k = 0; k < count_rows(desc); ++k)
+            with_sample(group_of_row(desc, k), [&]<class Sample>(Sample) {
+                const bool interleaved = desc.chan_flag == 0 && k < desc.image.count;
+                auto *row = static_cast<Sample *>(rows[interleaved ? 0 : k]);
+                for (int x = 0; x < width_of(desc); ++x)
+                    function(k, x, row[interleaved ? x * desc.image.count + k : x]);
+            });
     }
-    static void put(const ZOR_IMAGE_DESC &desc, void *const *rows, int channel, int x,
-                    double value) {
-        const Place at(desc, channel, x);
-        put_sample(rows[at.row], group_of_row(desc, channel), at.index, value);
+    static Rows take(const ZOR_IMAGE_DESC &desc, void *const *rows) {
+        Rows result(count_rows(desc));
+        for_each(desc, rows, [&](int k, int, auto sample) {
+            result[k].push_back(static_cast<double>(sample));
+        });
+        return result;
+    }
+    static void fill(const ZOR_IMAGE_DESC &desc, void *const *rows, int y, const Value &value) {
+        for_each(desc, rows, [&]<class Sample>(int k, int x, Sample &sample) {
+            sample = static_cast<Sample>(value(k, x, y));
+        });
     }
 
-private:
     // The data of one sub-image, which the scan functions get.
     struct State {
-        State(FakeImage *fake, const ZOR_IMAGE_DESC &description) : owner(fake), desc(description) {
-            width = desc.win_right - desc.win_left + 1;
-            rows.reset(new_rows(desc), zor__chan_free);
-        }
+        State(FakeImage *fake, const ZOR_IMAGE_DESC &description)
+            : owner(fake), desc(description), rows(new_rows(desc)) {}
         FakeImage *owner;
         ZOR_IMAGE_DESC desc; // before operators
-        int width;
-        std::shared_ptr<void *> rows;
+        RowMemory rows;
     };
     static int start(State &state, int y) {
         state.owner->lines.push_back(y);
@@ -184,9 +182,7 @@ private:
         auto &state = *static_cast<State *>(data);
         if (const int status = start(state, y); status != 0)
             return status;
-        for (int k = 0; k < count_rows(state.desc); ++k)
-            for (int x = 0; x < state.width; ++x)
-                put(state.desc, state.rows.get(), k, x, state.owner->value(k, x, y));
+        fill(state.desc, state.rows.get(), y, state.owner->value);
         *reinterpret_cast<void ***>(rows) = state.rows.get();
         return 0;
     }
@@ -194,11 +190,7 @@ private:
         auto &state = *static_cast<State *>(data);
         if (const int status = start(state, y); status != 0)
             return status;
-        auto &written = state.owner->written;
-        written.clear();
-        for (int k = 0; k < count_rows(state.desc); ++k)
-            for (int x = (written.emplace_back(), 0); x < state.width; ++x)
-                written.back().push_back(get(state.desc, rows, k, x));
+        state.owner->written = take(state.desc, rows);
         return 0;
     }
     static int close_image(ZOR_IMAGE *image) {

@@ -1,8 +1,6 @@
 // fields_test.cpp - two fields as one frame.
 #include <gmock/gmock.h>
 
-#include <fstream>
-
 #include "ops/fake_image.h"
 #include "ops/state.h"
 #include "support/home.h"
@@ -15,8 +13,7 @@ using testing::ElementsAre;
 TEST(MergeFields, WeavesLinesFromTheTop) {
     for (const bool even_first : {false, true}) {
         const Home home;
-        if (even_first)
-            std::ofstream(home.file) << "fmt__dominance even\n";
+        write_file(home.file, even_first ? "fmt__dominance even\n" : "");
         FMT_init(nullptr);
         FakeImage first(ZOR_MODE_READ, 3, 4, {});
         FakeImage second(ZOR_MODE_READ, 3, 4, {});
@@ -40,8 +37,8 @@ TEST(MergeFields, WeavesLinesFromTheTop) {
         std::vector<double> lines;
         for (int y = desc.win_top; y >= desc.win_bottom; --y)
             lines.push_back(first.read(y)[2][1]);
-        const double even = even_first ? 100 : 200;
-        const double odd = 300 - even;
+        const int even = even_first ? 100 : 200;
+        const int odd = 300 - even;
         EXPECT_THAT(
             lines, ElementsAre(even, odd, even - 1, odd - 1, even - 2, odd - 2, even - 3, odd - 3));
         EXPECT_THAT(first.lines, ElementsAre(0, -1, -2, -3)); // each in its own order
@@ -66,14 +63,13 @@ TEST(MergeFields, RefusesWhatIsNoPair) {
     FakeImage image(ZOR_MODE_READ, 4, 4, {});
     FakeImage written(ZOR_MODE_WRITE, 4, 4, {});
     FakeImage higher(ZOR_MODE_READ, 4, 5, {});
-    FakeImage deeper(ZOR_MODE_READ, 4, 4, {{3, ZOR_C_INTEGER, 16}, {}, {}});
+    FakeImage deeper(ZOR_MODE_READ, 4, 4, {integers(3, 16), {}, {}});
     FakeImage upside_down(ZOR_MODE_READ, 4, 4, {});
     upside_down.desc().orientation = ZOR_ORIENTATION_RISING;
     FakeImage bright(ZOR_MODE_READ, 4, 4, {});
     bright.desc().curve.gamma = 2.2F;
-    const FakeImage *const others[] = {&image, &written, &higher, &deeper, &upside_down, &bright};
     const auto before = state_of(*image.image());
-    for (const FakeImage *other : others) {
+    for (const FakeImage *other : {&image, &written, &higher, &deeper, &upside_down, &bright}) {
         ReportLog log;
         ZOR__merge_fields(image.image(), other->image());
         EXPECT_TRUE(log.has_only(ZOR_MSG_CANNOT_HANDLE));

@@ -35,16 +35,14 @@ cmsHPROFILE profile(const float *p, double gamma) {
 
 class Peer {
 public:
-    Peer(const float *from, const float *to, double gamma)
-        : from_(profile(from, gamma)),
-          to_(profile(to, gamma)),
-          transform_(cmsCreateTransform(from_, TYPE_RGB_8, to_, TYPE_RGB_8,
-                                        INTENT_RELATIVE_COLORIMETRIC, 0)) {}
-    ~Peer() {
-        cmsDeleteTransform(transform_);
-        cmsCloseProfile(to_);
-        cmsCloseProfile(from_);
+    Peer(const float *from, const float *to, double gamma) {
+        cmsHPROFILE profiles[] = {profile(from, gamma), profile(to, gamma)};
+        transform_ = cmsCreateTransform(profiles[0], TYPE_RGB_8, profiles[1], TYPE_RGB_8,
+                                        INTENT_RELATIVE_COLORIMETRIC, 0);
+        for (cmsHPROFILE each : profiles)
+            cmsCloseProfile(each);
     }
+    ~Peer() { cmsDeleteTransform(transform_); }
     Peer(const Peer &) = delete;
     Peer &operator=(const Peer &) = delete;
 
@@ -58,7 +56,6 @@ public:
     }
 
 private:
-    cmsHPROFILE from_, to_;
     cmsHTRANSFORM transform_;
 };
 
@@ -74,21 +71,23 @@ bool is_near(int value, int expected, double gamma, int levels) {
 }
 
 TEST(RgbTransform, AgreesWithColourManagement) {
-    struct Case {
+    const struct {
         const float *from, *to;
         float gamma;
         int resolution;
-    };
-    for (const Case &c :
-         {Case{hdtv, wide, 1.0F, 4096}, Case{wide, hdtv, 1.8F, 4096}, Case{hdtv, wide, 2.2F, 4096},
-          Case{wide, hdtv, 2.2F, 4096}, Case{hdtv, wide, 2.2F, 65536}}) {
+    } cases[] = {{hdtv, wide, 1.0F, 4096},
+                 {wide, hdtv, 1.8F, 4096},
+                 {hdtv, wide, 2.2F, 4096},
+                 {wide, hdtv, 2.2F, 4096},
+                 {hdtv, wide, 2.2F, 65536}};
+    for (const auto &c : cases) {
         ReportLog log; // of reduced precision
         const Resolution resolution(c.resolution);
         FakeImage fake(ZOR_MODE_READ, width, steps + 1, {});
         fake.value = &sample;
         fake.desc().curve.gamma = c.gamma;
         std::copy_n(c.from, 12, fake.image()->primaries);
-        const ZOR_RESPONSE_CURVE curve = {1, c.gamma, 0, 0, 0, 0, 0, nullptr};
+        const ZOR_RESPONSE_CURVE curve = power(c.gamma);
         ASSERT_EQ(ZOR_color_matrix_set(3, c.to), 0);
         ZOR__rgb_transform(fake.image(), &curve);
         const Peer peer(c.from, c.to, static_cast<double>(c.gamma));

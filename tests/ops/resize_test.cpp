@@ -8,7 +8,6 @@
 
 #include "ops/fake_image.h"
 #include "ops/state.h"
-#include "support/fault.h"
 
 namespace {
 
@@ -16,8 +15,7 @@ using testing::ElementsAre;
 
 constexpr int all_filters[] = {ZOR_FILTER_BOX, ZOR_FILTER_TRIANGLE, ZOR_FILTER_CATMULL_ROM,
                                ZOR_FILTER_MITCHELL, ZOR_FILTER_LANCZOS_3};
-constexpr FakeImage::Groups floats = {
-    {1, ZOR_C_FLOAT, 32}, {0, ZOR_C_FLOAT, 32}, {0, ZOR_C_FLOAT, 32}};
+constexpr FakeImage::Groups one_float = {floats(1), none, none};
 
 double sinc(double x) {
     return x == 0 ? 1 : std::sin(std::numbers::pi * x) / (std::numbers::pi * x);
@@ -77,9 +75,8 @@ TEST(Resize, ConvolvesInFileOrderReadingEachLineOnce) {
     for (const int filter : all_filters)
         for (const Size to : {Size{3, 4}, {16, 20}, {7, 9}, {1, 1}, {3, 13}, {15, 2}})
             for (const int rising : {0, int{ZOR_ORIENTATION_RISING}}) {
-                FakeImage fake(
-                    ZOR_MODE_READ, from.width, from.height,
-                    {{1, ZOR_C_FLOAT, 32}, {1, ZOR_C_INTEGER, 8}, {0, ZOR_C_INTEGER, 8}});
+                FakeImage fake(ZOR_MODE_READ, from.width, from.height,
+                               {floats(1), integers(1, 8), none});
                 fake.desc().orientation = rising;
                 fake.desc().win_bottom -= 5;
                 fake.desc().win_top -= 5;
@@ -105,7 +102,7 @@ TEST(Resize, ConvolvesInFileOrderReadingEachLineOnce) {
 
 TEST(Resize, KeepsEvenPicturesEqualSizesAndBadSamplesWhereTheyAre) {
     for (const int filter : all_filters) {
-        FakeImage fake(ZOR_MODE_READ, 40, 6, floats);
+        FakeImage fake(ZOR_MODE_READ, 40, 6, one_float);
         fake.value = [](int, int, int) { return double{0.1F}; };
         for (const Size to : {Size{89, 31}, {5, 2}, {1, 1}, {70000, 1}}) {
             ZOR__resize(fake.image(), to.width, to.height, filter);
@@ -139,12 +136,10 @@ TEST(Resize, DescribesTheNewPictureAndPutsTheOldOneBack) {
     desc.picture_height = 75;
     const auto before = state_of(*image);
     ZOR__resize(image, 50, 101, ZOR_FILTER_BOX);
-    EXPECT_THAT((std::array{desc.win_left, desc.win_right, desc.win_bottom, desc.win_top}),
-                ElementsAre(0, 49, 0, 100));
-    EXPECT_THAT((std::array{desc.act_left, desc.act_right, desc.act_top}),
-                ElementsAre(10, 14, 100));
-    EXPECT_EQ(desc.picture_width, 50);
-    EXPECT_EQ(desc.picture_height, 152); // 151.5
+    EXPECT_THAT(
+        (std::array{desc.win_left, desc.win_right, desc.win_bottom, desc.win_top, desc.act_left,
+                    desc.act_right, desc.act_top, desc.picture_width, desc.picture_height}),
+        ElementsAre(0, 49, 0, 100, 10, 14, 100, 50, 152)); // 151.5
     EXPECT_EQ(image->last_scanline, 101);
     EXPECT_EQ(image->seek, nullptr);
     EXPECT_EQ(ZOR__cast_undo(image), 0);
@@ -156,7 +151,7 @@ TEST(Resize, DescribesTheNewPictureAndPutsTheOldOneBack) {
 TEST(Resize, LeavesNothingOutsideTheActiveWindow) {
     for (const int filter : all_filters)
         for (const int width : {4, 11, 20, 33, 170}) {
-            FakeImage fake(ZOR_MODE_READ, 20, 1, floats);
+            FakeImage fake(ZOR_MODE_READ, 20, 1, one_float);
             fake.desc().act_left = 8;
             fake.desc().act_right = 10;
             fake.value = [](int, int x, int) { return x >= 8 && x <= 10 ? 1 : 0; };
@@ -166,16 +161,16 @@ TEST(Resize, LeavesNothingOutsideTheActiveWindow) {
             const auto first = std::find_if(row.begin(), row.end(), lit) - row.begin();
             const auto last = row.rend() - std::find_if(row.rbegin(), row.rend(), lit) - 1;
             const int more = 1 + width / 20;
-            EXPECT_EQ(std::clamp<long>(fake.desc().act_left, first - more, first),
-                      fake.desc().act_left);
-            EXPECT_EQ(std::clamp<long>(fake.desc().act_right, last, last + more),
-                      fake.desc().act_right);
+            EXPECT_LE(fake.desc().act_left, first);
+            EXPECT_GE(fake.desc().act_left, first - more);
+            EXPECT_GE(fake.desc().act_right, last);
+            EXPECT_LE(fake.desc().act_right, last + more);
         }
 }
 
 TEST(Resize, ReadsAgainWhatIsAskedForAgain) {
     ReportLog log;
-    FakeImage fake(ZOR_MODE_READ, 8, 60, floats);
+    FakeImage fake(ZOR_MODE_READ, 8, 60, one_float);
     fake.image()->set_frame = [](void *, ZOR_WORD) { return 0; };
     fake.value = noise;
     ZOR__resize(fake.image(), 8, 20, ZOR_FILTER_MITCHELL);
@@ -205,25 +200,6 @@ TEST(Resize, PushesNothingWhenItCannotWork) {
         EXPECT_TRUE(log.has_only(ZOR_MSG_CANNOT_HANDLE));
         EXPECT_EQ(state_of(*fake.image()), before);
     }
-    ReportLog log;
-    long failures = 0;
-    for (bool struck = true; struck; ++failures) {
-        FakeImage fake(ZOR_MODE_READ, 4, 4, {});
-        auto expected = state_of(*fake.image());
-        Fault fault(failures + 1);
-        zor__err = 0;
-        ZOR__resize(fake.image(), 9, 2, ZOR_FILTER_LANCZOS_3);
-        struck = fault.struck();
-        if (struck) {
-            EXPECT_EQ(zor__err, ZOR_E_MEMORY);
-            if (failures == 2) // the cast's rows, without which its description stays
-                expected = state_of(*ZOR__cast(fake.image()));
-            EXPECT_EQ(state_of(*fake.image()), expected) << failures;
-        }
-        ZOR__resize_undo(fake.image());
-        EXPECT_EQ(fault.live(), 0);
-    }
-    EXPECT_GE(failures, 9);
 }
 
 // The same on all systems.

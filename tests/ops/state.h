@@ -7,11 +7,13 @@
 
 #include "zor/driver.h"
 
-// All that is in a handle and its description.
+// All that is in a handle, its descriptions and its slots.
 inline std::string state_of(const ZOR_IMAGE &image) {
-    return std::string(reinterpret_cast<const char *>(&image), sizeof image) +
-           std::string(reinterpret_cast<const char *>(image.images), sizeof *image.images) +
-           std::string(reinterpret_cast<const char *>(image.data), sizeof *image.data);
+    const auto bytes = [](const auto *from, int count) {
+        return std::string(reinterpret_cast<const char *>(from), sizeof *from * count);
+    };
+    return bytes(&image, 1) + bytes(image.images, image.num_images) +
+           bytes(image.data, image.num_slots);
 }
 
 // Adds the bits of rows to a hash, which starts at any number.
