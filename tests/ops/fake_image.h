@@ -1,5 +1,5 @@
-// fake_image.h - an open image without a file, for operators to be pushed onto. What lies in it is a
-// function of channel and place; what is written to it can be looked at.
+// fake_image.h - an open image without a file, for operators to be pushed onto. What lies in it is
+// a function of channel and place; what is written to it can be looked at.
 #pragma once
 
 #include <gtest/gtest.h>

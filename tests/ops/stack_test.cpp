@@ -1,5 +1,5 @@
-// stack_test.cpp - the stack itself: what pushes, undoes and closes leave in the handle; selecting a
-// sub-image, and casting to float.
+// stack_test.cpp - the stack itself: what pushes, undoes and closes leave in the handle; selecting
+// a sub-image, and casting to float.
 #include <gmock/gmock.h>
 
 #include <cmath>
