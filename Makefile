@@ -20,8 +20,9 @@ export PICTURES # names may hold what a shell would take for its own
 
 configure = cmake --preset $(1) $(2) >/dev/null
 build = $(call configure,$(1),$(2)) && cmake --build build/$(1) -j $(JOBS)
-win32_libs = scripts/setup.sh native win32 && { scripts/fetch_win32_libs.sh || \
-	echo "win32: libpng is not to be had, the png module is left out"; }
+# Where a download fails (75), a module is left out, which is said. Any other failure counts.
+fetch_libs = scripts/fetch_$(1)_libs.sh || [ $$? = 75 ]
+win32_libs = scripts/setup.sh native win32 && { $(call fetch_libs,win32); }
 package = cmake --preset win32 -B build/$(1) -DZOR_BUILD_TESTS=OFF >/dev/null && \
 	cmake --build build/$(1) -j $(JOBS) && scripts/win32_package.sh build/$(1) build/$(1).zip
 run_tests = ctest --test-dir build/$(1) --output-on-failure --no-tests=error -j $(JOBS)
@@ -45,8 +46,7 @@ asan tsan:
 
 linux32:
 	scripts/setup.sh native linux32
-	scripts/fetch_i386_libs.sh || \
-		echo "linux32: not all 32-bit libraries to be had, their modules are left out"
+	$(call fetch_libs,i386)
 	$(call build,$@)
 	$(call run_tests,$@)
 

@@ -19,5 +19,8 @@ write_basic_package_version_file(zorConfigVersion.cmake COMPATIBILITY SameMinorV
 install(FILES ${PROJECT_BINARY_DIR}/zorConfig.cmake ${PROJECT_BINARY_DIR}/zorConfigVersion.cmake
     DESTINATION ${config_dir})
 
+# Relative, so that what is installed can be moved.
+cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX
+    BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig OUTPUT_VARIABLE pc_to_prefix)
 configure_file(cmake/zor.pc.in zor.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/zor.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -2,6 +2,7 @@
 # Unpacks Debian's 32-bit libpng and libtiff and what they need under build/i386-root, for the
 # linux32 build, without making the machine a multi-architecture one. Their static libraries are what
 # the build uses.
+# Where the packages cannot be downloaded, it says what is left out and exits with 75.
 set -eu
 cd "$(dirname "$0")/.."
 root=$PWD/build/i386-root
@@ -9,6 +10,7 @@ lib=$root/usr/lib/i386-linux-gnu
 [ -e "$lib/libtiff_whole.a" ] && exit 0
 
 work=$root/apt
+rm -rf "$work"
 mkdir -p "$work/state/lists/partial" "$work/cache/archives/partial"
 : >"$work/status"
 cat >"$work/apt.conf" <<END
@@ -22,16 +24,22 @@ END
 cd "$work"
 apt-get -c apt.conf update -qq || true # a partly stale index will do, if it has the packages
 
+# fetch MODULES PACKAGE...: the modules are those that the packages are for
 fetch() {
-    apt-get -c apt.conf download -qq "$@"
+    modules=$1
+    shift
+    if ! apt-get -c apt.conf download -qq "$@"; then
+        echo "linux32: Debian's 32-bit packages are not to be had: $modules LEFT OUT"
+        exit 75
+    fi
     for package in *.deb; do
         dpkg -x "$package" "$root"
         rm "$package"
     done
 }
-fetch libpng-dev:i386 zlib1g-dev:i386
-fetch libtiff-dev:i386 libdeflate-dev:i386 libjbig-dev:i386 libjpeg62-turbo-dev:i386 \
-    liblerc-dev:i386 liblzma-dev:i386 libwebp-dev:i386 libzstd-dev:i386
+fetch "png and tiff modules" libpng-dev:i386 zlib1g-dev:i386
+fetch "tiff module" libtiff-dev:i386 libdeflate-dev:i386 libjbig-dev:i386 \
+    libjpeg62-turbo-dev:i386 liblerc-dev:i386 liblzma-dev:i386 libwebp-dev:i386 libzstd-dev:i386
 
 # One name for libtiff and all it is linked with.
 inputs=

@@ -1,6 +1,7 @@
 #!/bin/sh
 # Installs the Debian packages that the named groups of work need and that are not there yet.
 #   scripts/setup.sh native [bench] [fuzz] [lint] [linux32] [win32] [wine]
+# Exits with 75 when it is the download that failed.
 set -eu
 
 packages_for() {
@@ -33,7 +34,20 @@ done
 sudo=
 [ "$(id -u)" = 0 ] || sudo=sudo
 echo "setup: installing$missing"
-$sudo apt-get update -qq || true # a partly stale index will do, if it has the packages
-# shellcheck disable=SC2086 # one word for each package
-$sudo env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends $missing \
-    >/dev/null
+current=yes
+$sudo apt-get update -qq -o APT::Update::Error-Mode=any ||
+    current=no # a partly stale index will do, if it has the packages
+
+install() {
+    # shellcheck disable=SC2086 # one word for each package
+    $sudo env DEBIAN_FRONTEND=noninteractive LC_ALL=C \
+        apt-get install -y -qq --no-install-recommends "$@" $missing >/dev/null
+}
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+if ! install --download-only 2>"$log"; then
+    cat "$log" >&2
+    if [ $current = no ] || grep -q 'Failed to fetch' "$log"; then exit 75; fi
+    exit 1
+fi
+install

@@ -6,6 +6,7 @@
 set -eu
 WINEDEBUG=${WINEDEBUG:--all}
 export WINEDEBUG
+unset DISPLAY WAYLAND_DISPLAY # no test may depend on one, nor open windows on it
 [ -n "${ZOR_WINE_ROOT:-}" ] || exec wine "$@"
 
 # Names of files are UTF-8 in there. HOME is for Wine, which does not hand it on to the program.

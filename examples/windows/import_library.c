@@ -1,6 +1,8 @@
-/* import_library.c - writes a picture and reads it again, linked with the import library:
+/* import_library.c - writes a picture and reads it again, linked with the import library.
  *
- *     gcc -Iinclude examples/windows/import_library.c -Llib -lzor.dll -o bin/example.exe
+ * In the folder of the unpacked package:
+ *
+ *     gcc -std=c11 -Iinclude examples/import_library.c -Llib -lzor -o bin/example.exe
  *     bin\example.exe modules\mox.dll picture.mox
  */
 #include <stdio.h>

@@ -1,7 +1,9 @@
 /* load_library.c - writes a picture and reads it again with the DLL found at run time: nothing of
  * it is linked, the headers serve for the types only.
  *
- *     gcc -Iinclude examples/windows/load_library.c -o example.exe
+ * In the folder of the unpacked package:
+ *
+ *     gcc -std=c11 -Iinclude examples/load_library.c -o example.exe
  *     example.exe bin\zor.dll modules\mox.dll picture.mox
  */
 #include <stdio.h>
@@ -14,15 +16,30 @@
 
 enum { width = 64, height = 48 };
 
-/* The functions wanted, each a member of zor with the type it is declared with. */
+/* The functions wanted: result, name and parameters, as the headers declare them. */
 // clang-format off
-#define FUNCTIONS(USE)                                                                   \
-    USE(ZOR_init) USE(ZOR_exit) USE(ZOR_info_init) USE(ZOR_info_cleanup) USE(ZOR_open)   \
-    USE(ZOR_info_add_image) USE(ZOR_scan_read) USE(ZOR_scan_write) USE(ZOR_close) USE(STR_save)
+#define FUNCTIONS(USE)                                                                      \
+    USE(int, ZOR_init, (void *catalogue, ZOR_ENUMERATE enumerate))                          \
+    USE(int, ZOR_exit, (void))                                                              \
+    USE(void, ZOR_info_init, (ZOR_INFO *info))                                              \
+    USE(void, ZOR_info_cleanup, (ZOR_INFO *info, unsigned char free_contents))              \
+    USE(ZOR_IMAGE_DESC *, ZOR_info_add_image, (ZOR_INFO *info, int32_t w, int32_t h))       \
+    USE(ZOR_IMAGE *, ZOR_open, (const ZOR_INFO *info, const char *mode))                    \
+    USE(int, ZOR_close, (ZOR_IMAGE *image))                                                 \
+    USE(int, ZOR_scan_read, (ZOR_IMAGE *image, int32_t y, void ***rows))                    \
+    USE(int, ZOR_scan_write, (ZOR_IMAGE *image, int32_t y, void **rows))                    \
+    USE(char *, STR_save, (const char *string))
+
+/* Each is a member of zor. */
+#define MEMBER(result, name, parameters) result (*name) parameters;
+static struct { FUNCTIONS(MEMBER) } zor;
+
+/* A type that the headers do not confirm is refused when this is compiled. */
+#define CHECK(result, name, parameters) \
+    _Static_assert(_Generic(name, result (*) parameters: 1, default: 0), #name);
+FUNCTIONS(CHECK)
 // clang-format on
 
-#define MEMBER(name) __typeof__(name) *name;
-static struct { FUNCTIONS(MEMBER) } zor;
 static int32_t *status; /* the variable zor__err */
 
 static HMODULE module;
@@ -90,7 +107,7 @@ int main(int argc, char **argv) {
     module = LoadLibraryA(argv[2]);
     if (library == NULL || module == NULL)
         return 2;
-#define FIND(name) find(library, #name, &zor.name);
+#define FIND(result, name, parameters) find(library, #name, &zor.name);
     FUNCTIONS(FIND)
     find(library, "zor__err", &status);
     if (missing != 0 || zor.ZOR_init(NULL, next_module) != 0)
