@@ -9,7 +9,7 @@
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
-#include "tool.h"
+#include "shell.h"
 
 using nlohmann::json;
 using testing::AllOf;
@@ -20,7 +20,7 @@ using testing::Not;
 
 namespace {
 
-class Sequences : public Tool {
+class Sequences : public Shell {
 protected:
     // Makes tiny pictures; no two frames are alike.
     static void make(std::initializer_list<const char *> numbers) {
