@@ -70,18 +70,4 @@ TEST_F(PlatformFiles, PositionsHave64Bits) {
     EXPECT_EQ(std::fgetc(in.get()), 'x');
 }
 
-TEST_F(PlatformFiles, TheDefaultModeIsBinaryForAScope) {
-    const auto written = [this] {
-        const std::string file = path(u8"mode");
-        std::fputs("\n", File(open_file(file.c_str(), "w")).get());
-        return read_file(file);
-    };
-    EXPECT_EQ(written(), text_line_end);
-    {
-        const BinaryMode binary;
-        EXPECT_EQ(written(), "\n");
-    }
-    EXPECT_EQ(written(), text_line_end);
-}
-
 } // namespace

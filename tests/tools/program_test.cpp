@@ -71,24 +71,26 @@ TEST_F(Tool, NamesMayBeOfAnyLanguage) {
     EXPECT_THAT(start({"zor", "formats", "--modules", utf8(folder)}).out, HasSubstr("mox"));
 }
 
-TEST_F(Tool, SequencesAreConverted) {
-    for (const char *name : {"in.8.pgm", "in.9.pgm", "in.10.pgm", "in.11.pgm"})
-        write_file(name, "P5\n2 1\n255\nab");
-    good("zor -q convert in.#.pgm out.####.mox --jobs 2");
-    EXPECT_EQ(files(), (std::set<std::string>{"in.8.pgm", "in.9.pgm", "in.10.pgm", "in.11.pgm",
-                                              "out.0008.mox", "out.0009.mox", "out.0010.mox",
-                                              "out.0011.mox"}));
-}
-
 TEST_F(Tool, FailuresLeaveNothingBehind) {
     write_file("a.pam", pam(64, 64, 3, 2));
     good("zor convert a.pam a.mox");
     write_file("cut.mox", read_file("a.mox").substr(0, 3000));
     write_file("target.pam", "the old content");
+    write_file("g.pfm", "PF\n1 1\n-1.0\n" + raster(1, 1, 3, 4));
     fs::create_directory("folder.mox");
     expect_failures("zor ", {{"", 2, ""},
                              {"convert a.pam new.xyz", 2, "mox (.mox)"},
                              {"convert a.pam -", 2, "--to"},
+                             {"convert a.pam target.pam --fast", 2, "--fast"},
+                             {"convert --to xyz a.pam target.pam", 2, "mox (.mox)"},
+                             {"convert a.pam --to pipe target.pam", 2, "standard output"},
+                             {"convert a.pam --to mem target.pam", 2, "do not outlive"},
+                             {"convert a.pam target.pipe", 2, "mox (.mox)"},
+                             {"info --from mem a.pam", 1, "no file is of the format 'mem'"},
+                             {"convert a.mox target.pam --from ppm", 1, "zor: a.mox: "},
+                             {"convert g.pfm target.pam", 4,
+                              "zor: target.pam: pam cannot handle image channel"},
+                             {"convert a.mox new.pfm", 4, ""}, // integers are not made floats
                              {"convert missing.mox target.pam", 1, "No such file"},
                              {"convert cut.mox target.pam", 1, "cut.mox: "},
                              {"convert a.pam folder.mox", 4, "folder.mox: "},

@@ -64,26 +64,15 @@ TEST_F(Shell, ModulesAreFoundAndTheirFateIsTold) {
 TEST_F(Shell, FailuresLeaveNothingBehind) {
     const std::string old = "the old content";
     write_file("a.pam", pam(64, 64, 3, 2));
-    good("render_frame f.mox 1 8 6 && zor convert a.pam a.png && head -c 9999 a.png >cut.png");
-    write_file("g.pfm", "PF\n1 1\n-1.0\n" + raster(1, 1, 3, 4));
+    good("zor convert a.pam a.png && head -c 9999 a.png >cut.png");
     write_file("target.png", old);
     fs::create_symlink("target.png", "link.png");
     expect_failures(
         "",
-        {{"zor convert a.pam target.png --fast", 2, "--fast"},
-         {"zor convert a.pam new", 2, "mox (.mox)"},
-         {"zor convert --to xyz a.pam target.png", 2, "mox (.mox)"},
-         {"zor convert - target.png <a.png", 2, "--from"},
-         {"zor convert a.pam --to pipe target.png", 2, "standard output"},
-         {"zor convert a.pam --to mem target.png", 2, "do not outlive"},
-         {"zor convert a.pam target.pipe", 2, "mox (.mox)"},
+        {{"zor convert - target.png <a.png", 2, "--from"},
          {"zor convert --from pipe - target.png <a.png", 1, "no file is of the format 'pipe'"},
-         {"zor info --from mem a.png", 1, "no file is of the format 'mem'"},
          {"zor convert . target.png", 1, "directory"},
-         {"zor convert a.pam target.png --from png", 1, "zor: a.pam: "},
          {"zor convert cut.png link.png", 1, "zor: cut.png: "},
-         {"zor convert g.pfm target.png", 4, "zor: target.png: png cannot handle image channel"},
-         {"zor convert f.mox new.pfm", 4, ""}, // bytes are not made floats
          {"zor convert a.pam --to png /dev/full", 4, "zor: /dev/full: No space left"},
          {"zor convert a.pam --to mox - >/dev/full", 4, "zor: standard output: No space left"},
          {"zor convert a.pam --to pipe - >/dev/full", 4, "Cannot write scanline 0; No space left"},

@@ -182,6 +182,11 @@ struct Place {
     }
 
 // clang-format off
+#define ABOUT_FORMAT \
+    key, extension, name, description, description_set, description_number, description_default, \
+    file_name_format, name_syntax, add_extension, usage, orientation, bits_per_palette_entry, \
+    num_channels, bits_per_channel, num_mattes, bits_per_matte, num_z, bits_per_z, active_window, \
+    access, capability, caps_avail_update
 const struct {
     const char *name;
     size_t size, expected;
@@ -203,16 +208,10 @@ const struct {
            tables),
     RECORD(ZOR_NAME_ELEMENT, 40, reserved, four, zero, length, text, value_length, value_offset,
            kind),
-    RECORD(ZOR_FORMAT, 112, key, extension, name, description, description_set, description_number,
-           description_default, file_name_format, name_syntax, add_extension, usage, orientation,
-           bits_per_palette_entry, num_channels, bits_per_channel, num_mattes, bits_per_matte,
-           num_z, bits_per_z, active_window, access, capability, caps_avail_update, multi_frame,
+    RECORD(ZOR_FORMAT, 112, ABOUT_FORMAT, multi_frame,
            hard_link_duplicates, remote_access, is_file, ui_popdown, ui_popup),
     RECORD(zor::FormatEntry, 120, next, built_in, format),
-    RECORD(ZOR_DRIVER, 128, key, extension, name, description, description_set, description_number,
-           description_default, file_name_format, name_syntax, add_extension, usage, orientation,
-           bits_per_palette_entry, num_channels, bits_per_channel, num_mattes, bits_per_matte,
-           num_z, bits_per_z, active_window, access, capability, caps_avail_update, init, done,
+    RECORD(ZOR_DRIVER, 128, ABOUT_FORMAT, init, done,
            read_open, write_open, multi_frame, hard_link_duplicates, remote_access, is_file,
            ui_popdown, ui_popup),
     RECORD(ZOR_INFO, 192, key, file_name, complete_path, name, extension, description, program,
@@ -257,20 +256,13 @@ TEST(Dll, RecordsAreLaidOutAsEver) {
     }
 }
 
-ZOR_IMAGE *open_watched(const char *mode = "r", const char *key = "watched") {
-    ZOR_INFO info;
-    ZOR_info_init(&info);
-    info.file_name = STR_save("a.file");
-    info.key = STR_save(key);
-    ZOR_IMAGE *image = ZOR_open(&info, mode);
-    ZOR_info_cleanup(&info, 1);
-    return image;
-}
-
 // Drivers open files in binary mode whatever the program's default is, which comes back.
 TEST(Dll, LeavesTheDefaultModeAsItWas) {
     file_to_deliver = "";
     ASSERT_EQ(ZOR_init(nullptr, &next_module), 0);
+    ZOR_INFO info;
+    ZOR_info_init(&info);
+    info.file_name = STR_save("a.watched");
     for (const int mode : {_O_TEXT, _O_BINARY}) {
         _fmode = mode;
         const auto expect_opened = [mode](const char *what) {
@@ -278,7 +270,7 @@ TEST(Dll, LeavesTheDefaultModeAsItWas) {
             EXPECT_EQ(_fmode, mode) << what;
         };
         opens = true;
-        ZOR_IMAGE *image = open_watched();
+        ZOR_IMAGE *image = ZOR_open(&info, "r");
         expect_opened("opened");
         void **rows = nullptr;
         for (const bool again : {true, false}) {
@@ -287,17 +279,17 @@ TEST(Dll, LeavesTheDefaultModeAsItWas) {
             EXPECT_EQ(ZOR_seek(&image, 2), again ? 0 : ZOR_E_OPEN);
             expect_opened(again ? "opened again" : "opened again in vain");
         }
-        EXPECT_EQ(open_watched(), nullptr);
+        EXPECT_EQ(ZOR_open(&info, "r"), nullptr);
         expect_opened("opened in vain");
-        EXPECT_EQ(open_watched("rw"), nullptr);
-        EXPECT_EQ(open_watched("r", "none"), nullptr);
-        EXPECT_EQ(open_watched("w"), nullptr);
+        for (const char *no_mode : {"rw", "w", static_cast<const char *>(nullptr)})
+            EXPECT_EQ(ZOR_open(&info, no_mode), nullptr);
         EXPECT_EQ(ZOR_open(nullptr, "r"), nullptr);
         unsigned char tried = 0;
         ZOR_get_file_type(nullptr, nullptr, &tried);
         EXPECT_EQ(_fmode, mode) << "not even tried";
     }
     _fmode = _O_TEXT;
+    ZOR_info_cleanup(&info, 1);
     ZOR_exit();
 }
 
