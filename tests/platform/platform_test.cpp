@@ -50,7 +50,8 @@ TEST_F(PlatformFiles, OtherBytesNameFilesToo) {
     ASSERT_NE(File(open_file(file.c_str(), "wb")), nullptr);
     EXPECT_EQ(file_exists(file.c_str()), 1);
     EXPECT_EQ(remove_file(file.c_str()), 0);
-    EXPECT_EQ(open_file((path(u8"") + std::string(70000, 'x')).c_str(), "rb"), nullptr);
+    for (const size_t too_long : {300U, 70000U})
+        EXPECT_EQ(open_file((path(u8"") + std::string(too_long, 'x')).c_str(), "rb"), nullptr);
 }
 
 TEST_F(PlatformFiles, PositionsHave64Bits) {
