@@ -279,8 +279,9 @@ ZOR_API FILE *zor__open_file(ZOR_IMAGE *image);
  * system, which fopen does not take everywhere. Nothing is reported. */
 ZOR_API FILE *zor__open_named_file(const char *path, const char *mode);
 
-/* Closes such a file; standard streams are flushed and stay open. Returns 0, or EOF when data could
- * not be written, now or before. Nothing is reported. */
+/* Closes such a file; standard streams are flushed and stay open, in the mode, text or binary, that
+ * they were in before. Returns 0, or EOF when data could not be written, now or before. Nothing is
+ * reported. */
 ZOR_API int zor__close_file(ZOR_IMAGE *image, FILE *file);
 
 /* Deletes the file behind a write handle whose open failed; standard streams and devices are left

@@ -72,11 +72,22 @@ void zor::fail_open(const ZOR_IMAGE &image, int reason) {
                   image.file_name != nullptr ? image.file_name : "(null)", std::strerror(reason));
 }
 
+FILE *zor::take_stream(FILE *stream) {
+    if (stream == stdout) // where input is flushed, what was read ahead is lost
+        std::fflush(stdout);
+    zor::platform::hold_binary(stream);
+    return stream;
+}
+
+int zor::give_stream_back(FILE *stream) {
+    const int result = stream == stdout ? std::fflush(stdout) : 0;
+    zor::platform::release_binary(stream);
+    return result;
+}
+
 FILE *zor__open_file(ZOR_IMAGE *image) {
-    if (FILE *stream = standard_stream(*image)) {
-        zor::platform::make_binary(stream);
-        return stream;
-    }
+    if (FILE *stream = standard_stream(*image))
+        return zor::take_stream(stream);
     int reason = ENOENT;
     FILE *file = nullptr;
     if (STR_length(image->file_name) > 0) {
@@ -94,11 +105,10 @@ FILE *zor__open_named_file(const char *path, const char *mode) {
 }
 
 int zor__close_file(ZOR_IMAGE *image, FILE *file) {
-    if (file == stdin)
-        return 0;
     // What failed to be written earlier is lost, even if the rest goes well.
     const bool lost = !is_reading(*image) && std::ferror(file) != 0;
-    const int result = file == stdout ? std::fflush(file) : std::fclose(file);
+    const bool standard = file == stdin || file == stdout;
+    const int result = standard ? zor::give_stream_back(file) : std::fclose(file);
     return lost ? EOF : result;
 }
 

@@ -90,9 +90,7 @@ int ERR_def_handler(const char * /*name*/, int severity, const char *message,
     std::fprintf(stderr, "%s, %s\n", ERR_type(severity), message);
     std::fflush(stderr);
     if (severity == ERR_FATAL) {
-        char text[1024]; // message boxes hold no more
-        std::snprintf(text, sizeof text, "%s, %s\n", ERR_type(severity), message);
-        zor::platform::fatal_box(text);
+        zor::platform::fatal_box(ERR_type(severity), message);
         std::abort();
     }
     return 0;

@@ -64,10 +64,11 @@ int seek_file(FILE *file, int64_t position, int origin);
 int64_t tell_file(FILE *file);
 int remove_file(const char *path);
 
-// Puts a standard stream into binary mode, where there is such a thing. Returns the mode it was in,
-// for restore_mode; what was written to it must have been flushed both times.
-int make_binary(FILE *file);
-void restore_mode(FILE *file, int mode);
+// Holds the standard input or output in binary mode, where there is such a thing. It is back in the
+// mode it was in when it was released as often as it was held. What was written to it must have
+// been flushed each time.
+void hold_binary(FILE *stream);
+void release_binary(FILE *stream);
 
 // Whether a file exists: 1 it does, 0 it does not (no such file), -1 the system cannot tell.
 int file_exists(const char *path);
@@ -95,9 +96,9 @@ void *module_symbol(void *module, const char *name);
 
 // The machine --------------------------------------------------------------------------------
 
-// Shows a fatal error where there is a box to show it in; "FATAL, message" is formatted by the
-// caller. The caller aborts.
-void fatal_box(const char *text);
+// Shows "type, message", cut to what a box takes, where there is a box to show it in. The caller
+// aborts.
+void fatal_box(const char *type, const char *message);
 
 // Name of the user and of the host; false when the system cannot tell.
 bool user_name(char *buffer, size_t size);

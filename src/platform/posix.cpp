@@ -90,9 +90,9 @@ int remove_file(const char *path) {
     return std::remove(path);
 }
 
-int make_binary(FILE *) { return 0; }
+void hold_binary(FILE *) {}
 
-void restore_mode(FILE *, int) {}
+void release_binary(FILE *) {}
 
 int file_exists(const char *path) {
     struct stat status;
@@ -124,7 +124,7 @@ void *module_symbol(void *module, const char *name) {
     return address;
 }
 
-void fatal_box(const char *) {} // the standard error stream has it already
+void fatal_box(const char *, const char *) {} // the standard error stream has it already
 
 bool user_name(char *buffer, size_t size) {
     // getpwuid itself is not safe beside other threads; the environment is the second choice.

@@ -8,6 +8,7 @@
 #include <cwchar>
 #include <fcntl.h>
 #include <io.h>
+#include <iterator>
 #include <sys/stat.h>
 
 // winsock2.h must come before windows.h.
@@ -65,18 +66,30 @@ namespace {
 class WideName {
 public:
     explicit WideName(const char *name) {
-        if (!convert(CP_UTF8, MB_ERR_INVALID_CHARS, name) && !convert(CP_ACP, 0, name))
-            text_[0] = L'\0';
+        if (!convert(CP_UTF8, MB_ERR_INVALID_CHARS, name))
+            convert(CP_ACP, 0, name);
     }
-    [[nodiscard]] const wchar_t *get() const { return text_; }
+    ~WideName() { ERR_free(long_); }
+    WideName(const WideName &) = delete;
+    WideName &operator=(const WideName &) = delete;
+    [[nodiscard]] const wchar_t *get() const { return long_ != nullptr ? long_ : short_; }
 
 private:
     bool convert(UINT code_page, DWORD flags, const char *name) {
-        return MultiByteToWideChar(code_page, flags, name, -1, text_, most) != 0;
+        const int length = MultiByteToWideChar(code_page, flags, name, -1, nullptr, 0);
+        if (length == 0 || length > most)
+            return length != 0;
+        wchar_t *text = short_;
+        if (length > MAX_PATH)
+            text = long_ =
+                static_cast<wchar_t *>(ERR_malloc(static_cast<size_t>(length) * sizeof(wchar_t)));
+        return text == nullptr ||
+               MultiByteToWideChar(code_page, flags, name, -1, text, length) != 0;
     }
 
     static constexpr int most = 32768; // the longest path there is, with its terminator
-    wchar_t text_[most];
+    wchar_t short_[MAX_PATH] = {};     // no more of it on the stack, which may be a small thread's
+    wchar_t *long_ = nullptr;
 };
 
 bool file_status(const char *path, struct __stat64 *status) {
@@ -89,7 +102,12 @@ BinaryMode::BinaryMode() : saved_(_fmode) { _fmode = _O_BINARY; }
 BinaryMode::~BinaryMode() { _fmode = saved_; }
 
 FILE *open_file(const char *path, const char *mode) {
-    return _wfopen(WideName(path).get(), WideName(mode).get());
+    wchar_t wide_mode[8];
+    if (MultiByteToWideChar(CP_UTF8, 0, mode, -1, wide_mode, std::size(wide_mode)) == 0) {
+        errno = EINVAL;
+        return nullptr;
+    }
+    return _wfopen(WideName(path).get(), wide_mode);
 }
 
 int seek_file(FILE *file, int64_t position, int origin) {
@@ -105,11 +123,32 @@ int remove_file(const char *path) {
     return _wremove(WideName(path).get());
 }
 
-int make_binary(FILE *file) { return _setmode(_fileno(file), _O_BINARY); }
+namespace {
 
-void restore_mode(FILE *file, int mode) {
-    if (mode != -1) // the stream has no file behind it
-        _setmode(_fileno(file), mode);
+// A standard stream belongs to the process, and several images may be open on it.
+struct Held {
+    int count;
+    int mode; // before; -1 when the stream has no file behind it
+};
+
+Held &held(FILE *stream) {
+    static Held streams[2]; // under the library's lock
+    return streams[stream == stdin ? 0 : 1];
+}
+
+} // namespace
+
+void hold_binary(FILE *stream) {
+    const Lock lock(library_mutex());
+    if (Held &state = held(stream); state.count++ == 0)
+        state.mode = _setmode(_fileno(stream), _O_BINARY);
+}
+
+void release_binary(FILE *stream) {
+    const Lock lock(library_mutex());
+    Held &state = held(stream);
+    if (state.count > 0 && --state.count == 0 && state.mode != -1)
+        _setmode(_fileno(stream), state.mode);
 }
 
 int file_exists(const char *path) {
@@ -141,7 +180,11 @@ void *module_symbol(void *module, const char *name) {
     return symbol;
 }
 
-void fatal_box(const char *text) { MessageBoxA(nullptr, text, "Fatal Error", MB_OK); }
+void fatal_box(const char *type, const char *message) {
+    char text[1024]; // wsprintf writes no more, but it need not end what it cuts
+    wsprintfA(text, "%.10s, %.1000s\n", type, message);
+    MessageBoxA(nullptr, text, "Fatal Error", MB_OK);
+}
 
 bool user_name(char *buffer, size_t size) {
     auto length = static_cast<DWORD>(size);

@@ -178,12 +178,6 @@ TEST(Display, ShowsARenderedFrame) {
     EXPECT_THAT(rows[4][0], 0);
     EXPECT_THAT(std::vector<double>(rows[4].begin() + 2, rows[4].begin() + 7),
                 ElementsAre(depth, 255, 255, 0, 0));
-
-    // The same bytes on every machine.
-    uint64_t hash = 1;
-    for (int y = 0; y < 20; ++y)
-        hash_rows(&hash, fake.read(y));
-    EXPECT_EQ(hash, 15469881422949731521U);
 }
 
 } // namespace

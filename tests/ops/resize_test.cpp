@@ -202,20 +202,4 @@ TEST(Resize, PushesNothingWhenItCannotWork) {
     }
 }
 
-// The same on all systems.
-TEST(Resize, GivesTheSameBitsEverywhere) {
-    uint64_t hash = 1;
-    for (const int filter : all_filters) {
-        FakeImage fake(ZOR_MODE_READ, 61, 43, {});
-        fake.value = noise;
-        for (const Size to : {Size{40, 17}, {97, 101}}) {
-            ZOR__resize(fake.image(), to.width, to.height, filter);
-            for (int y = 0; y < to.height; ++y)
-                hash_rows(&hash, fake.read(y));
-            ZOR__resize_undo(fake.image());
-        }
-    }
-    EXPECT_EQ(hash, 12661042436803211563U);
-}
-
 } // namespace

@@ -194,24 +194,4 @@ TEST(Samples, PushNothingWhenTheyCannotWork) {
     }
 }
 
-// The same on all systems.
-TEST(Samples, GiveTheSameBitsEverywhere) {
-    uint64_t hash = 1;
-    const ZOR_RESPONSE_CURVE curve = power(2.2F);
-    for (const ZOR_CHANNELS &group : {integers(1, 8), integers(3, 16), floats(7)}) {
-        Spectral fake(group, "sampled", 200);
-        fake.desc().curve.gamma = 1.7F;
-        fake.value = [&](int channel, int x, int) {
-            const int value = (x * 7919 + channel * 31) & 255;
-            return group.type == ZOR_C_FLOAT ? value / 256.0 : value;
-        };
-        ZOR__samples_to_rgb(fake.image());
-        hash_rows(&hash, fake.read(0));
-        ZOR__samples_to_rgb_undo(fake.image());
-        ZOR__samples_to_display(fake.image(), &curve);
-        hash_rows(&hash, fake.read(0));
-    }
-    EXPECT_EQ(hash, 4704719554315376065U);
-}
-
 } // namespace

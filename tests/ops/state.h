@@ -1,9 +1,7 @@
-// state.h - what pushes and undoes are compared by, and hashes of rows.
+// state.h - what pushes and undoes are compared by.
 #pragma once
 
-#include <bit>
 #include <string>
-#include <vector>
 
 #include "zor/driver.h"
 
@@ -14,11 +12,4 @@ inline std::string state_of(const ZOR_IMAGE &image) {
     };
     return bytes(&image, 1) + bytes(image.images, image.num_images) +
            bytes(image.data, image.num_slots);
-}
-
-// Adds the bits of rows to a hash, which starts at any number.
-inline void hash_rows(uint64_t *hash, const std::vector<std::vector<double>> &rows) {
-    for (const auto &row : rows)
-        for (const double sample : row)
-            *hash = (*hash ^ std::bit_cast<uint64_t>(sample)) * 1099511628211U;
 }

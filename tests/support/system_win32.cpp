@@ -1,5 +1,6 @@
 // system_win32.cpp - system.h for Windows.
 #include <cstdlib>
+#include <fcntl.h>
 #include <filesystem>
 #include <io.h>
 
@@ -24,6 +25,7 @@ Redirected::Redirected(std::FILE *target) {
     std::fflush(stdout);
     saved_ = _dup(1);
     _dup2(_fileno(target), 1);
+    _setmode(1, _O_TEXT); // as at a program's start, whatever the file's
 }
 
 Redirected::~Redirected() {

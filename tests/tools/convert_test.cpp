@@ -12,10 +12,12 @@
 
 #include "loader/loader.h"
 #include "picture.h"
-#include "support/fault.h"
 #include "support/files.h"
 #include "zor/convert_image.h"
 #include "zor/input.h"
+#ifdef ZOR_STATIC
+#    include "support/fault.h"
+#endif
 
 namespace fs = std::filesystem;
 
@@ -153,6 +155,7 @@ TEST_F(Convert, ADisplayMakesRgbOfOtherColours) {
     EXPECT_EQ(convert("a.mox", "d.mox", true, luminance), zor::EXIT_INPUT_FAILED);
 }
 
+#ifdef ZOR_STATIC // the library is part of this program
 TEST_F(Convert, EveryAllocationMayFail) {
     write_two_images("a.mox");
     write_file(path("a.pam"), pam(9, 5, 4, 2));
@@ -186,5 +189,6 @@ TEST_F(Convert, EveryAllocationMayFail) {
         EXPECT_GT(for_each_failing_allocation(run), 20);
     }
 }
+#endif
 
 } // namespace

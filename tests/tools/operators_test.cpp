@@ -8,19 +8,16 @@
 #include "tool.h"
 
 using nlohmann::json;
-using testing::AllOf;
 using testing::HasSubstr;
 
 namespace {
 
 class Operators : public Tool {
 protected:
-    static json info(const char *file) {
+    json info(const char *file) {
         return json::parse(good(std::string("zor info --json ") + file))["files"][0];
     }
-    static int compare(const std::string &arguments) {
-        return run("zor compare " + arguments).code;
-    }
+    int compare(const std::string &arguments) { return run("zor compare " + arguments).code; }
     static void write_pfm(const char *name, const std::vector<float> &samples) {
         const std::string bytes(reinterpret_cast<const char *>(samples.data()), 4 * samples.size());
         write_file(name, "Pf\n" + std::to_string(samples.size()) + " 1\n-1.0\n" + bytes);
@@ -28,7 +25,8 @@ protected:
 };
 
 TEST_F(Operators, FilesSayWhatTheirSamplesAre) {
-    good("render_frame f.mox 1 64 48 && zor convert f.mox wide.mox --bits 16");
+    good("render_frame f.mox 1 64 48");
+    good("zor convert f.mox wide.mox --bits 16");
     const struct {
         const char *command;
         int width, height, colours, bits;
@@ -67,16 +65,20 @@ TEST_F(Operators, FilesSayWhatTheirSamplesAre) {
 
 TEST_F(Operators, WhatComesBackIsTheSame) {
     good("render_frame f.mox 1 64 48");
+    good("zor convert -q f.mox f.pam");
     write_file("a.pam", pam(37, 11, 4, 1));
+    const std::string picture = png ? "g.png" : "g.pam";
     for (const char *way : {"--resize 100% --filter box", "--bits 16", "--display", "--bits 8"}) {
         good(std::string("zor convert f.mox g.mox ") + way);
-        good("zor convert -q g.mox g.png && zor convert -q f.mox f.png");
-        EXPECT_EQ(compare("f.png g.png"), 0) << way;
+        good("zor convert -q g.mox " + picture);
+        EXPECT_EQ(compare("f.pam " + picture), 0) << way;
     }
-    good("zor convert a.pam w.pam --bits 12 && zor convert w.pam b.pam --bits 8");
+    good("zor convert a.pam w.pam --bits 12");
+    good("zor convert w.pam b.pam --bits 8");
     EXPECT_EQ(compare("a.pam b.pam"), 0);
     // Light of a display's own gamma comes back too, where there is no matte to clip to.
-    good("zor convert f.mox f.ppm -q && zor convert f.ppm l.pfm --float");
+    good("zor convert f.mox f.ppm -q");
+    good("zor convert f.ppm l.pfm --float");
     good("zor convert l.pfm d.ppm --display --gamma 1");
     EXPECT_EQ(compare("f.ppm d.ppm"), 0);
     // Dark light of 16 bits keeps steps that 8 bits do not have.
@@ -89,24 +91,24 @@ TEST_F(Operators, WhatMakesNoSenseIsRefused) {
     write_file("a.pam", pam(4, 3, 3, 1));
     write_pfm("f.pfm", {0, 0.5, 1});
     expect_failures("zor convert ",
-                    {{"a.pam b.png --resize 10", 2, "WxH"},
-                     {"a.pam b.png --resize x", 2, "WxH"},
-                     {"a.pam b.png --resize 0x9", 2, "WxH"},
-                     {"a.pam b.png --resize -5%", 2, "WxH"},
-                     {"a.pam b.png --resize 9x --filter sinc", 2, "lanczos3"},
-                     {"a.pam b.png --filter box", 2, "--resize"},
-                     {"a.pam b.png --display --luminance", 2, "name one"},
-                     {"a.pam b.png --display --float", 2, "--float"},
-                     {"a.pam b.png --float --bits 8", 2, "--bits"},
-                     {"a.pam b.png --bits 33", 2, "--bits"},
-                     {"a.pam b.png --gamma 2", 2, "--display"},
-                     {"a.pam b.png --display --gamma nan", 2, "0.01"},
-                     {"a.pam b.png --resize 16777217x1", 2, "16777216"},
-                     {"a.pam b.png --luminance --primaries p3", 2, "--display"},
-                     {"a.pam b.png --display --primaries 1,2,3", 2, "rec709"},
-                     {"a.pam b.png --select 2", 1, "zor: a.pam: there is no image 2"},
-                     {"a.pam b.png --display --primaries 0,0,0,0,0,0,0,0", 1, "primaries"},
-                     {"f.pfm b.png", 4, "--display or --bits 8"}});
+                    {{"a.pam b.ppm --resize 10", 2, "WxH"},
+                     {"a.pam b.ppm --resize x", 2, "WxH"},
+                     {"a.pam b.ppm --resize 0x9", 2, "WxH"},
+                     {"a.pam b.ppm --resize -5%", 2, "WxH"},
+                     {"a.pam b.ppm --resize 9x --filter sinc", 2, "lanczos3"},
+                     {"a.pam b.ppm --filter box", 2, "--resize"},
+                     {"a.pam b.ppm --display --luminance", 2, "name one"},
+                     {"a.pam b.ppm --display --float", 2, "--float"},
+                     {"a.pam b.ppm --float --bits 8", 2, "--bits"},
+                     {"a.pam b.ppm --bits 33", 2, "--bits"},
+                     {"a.pam b.ppm --gamma 2", 2, "--display"},
+                     {"a.pam b.ppm --display --gamma nan", 2, "0.01"},
+                     {"a.pam b.ppm --resize 16777217x1", 2, "16777216"},
+                     {"a.pam b.ppm --luminance --primaries p3", 2, "--display"},
+                     {"a.pam b.ppm --display --primaries 1,2,3", 2, "rec709"},
+                     {"a.pam b.ppm --select 2", 1, "zor: a.pam: there is no image 2"},
+                     {"a.pam b.ppm --display --primaries 0,0,0,0,0,0,0,0", 1, "primaries"},
+                     {"f.pfm b.pgm", 4, "--display or --bits 8"}});
 }
 
 TEST_F(Operators, ComparisonsTellHowFarPicturesLieApart) {
@@ -118,7 +120,8 @@ TEST_F(Operators, ComparisonsTellHowFarPicturesLieApart) {
     write_pfm("n.pfm", {nan, 1});
     write_pfm("m.pfm", {nan, 0.5});
     write_pfm("o.pfm", {0, 1});
-    good("zor convert b.ppm b16.ppm --bits 16 && zor convert b.ppm rising.mox");
+    good("zor convert b.ppm b16.ppm --bits 16");
+    good("zor convert b.ppm rising.mox");
     const std::pair<const char *, int> cases[] = {{"a.ppm a.ppm", 0},
                                                   {"a.ppm b.ppm", 1},
                                                   {"a.ppm b.ppm --tolerance 0.2", 0},
@@ -181,23 +184,17 @@ TEST_F(Operators, ATerminalShowsTwoPixelsACharacter) {
             ++found;
         return found;
     };
-    for (const auto &[command, lines, blocks] :
-         {std::tuple("COLUMNS=20 LINES=50 zor show --terminal f.mox", 8U, 20U * 8U),
-          {"COLUMNS=99 LINES=7 zor show --terminal f.mox", 6U, 16U * 6U},
-          {"zor show --terminal --width 10 f.mox", 4U, 10U * 4U}}) {
-        const std::string drawn = good(command);
-        EXPECT_EQ(count(drawn, "\n"), lines) << command;
-        EXPECT_EQ(count(drawn, block), blocks) << command;
+    for (const auto &[columns, rows, options, lines, blocks] :
+         {std::tuple("20", "50", "", 8U, 20U * 8U),
+          {"99", "7", "", 6U, 16U * 6U},
+          {"", "", " --width 10", 4U, 10U * 4U}}) {
+        set_variable("COLUMNS", columns);
+        set_variable("LINES", rows);
+        const std::string drawn = good(std::string("zor show --terminal f.mox") + options);
+        EXPECT_EQ(count(drawn, "\n"), lines) << columns;
+        EXPECT_EQ(count(drawn, block), blocks) << columns;
     }
-
-    // What goes to a file is no terminal.
-    fs::create_directory("tmp");
-    std::string path = good("TMPDIR=$PWD/tmp COLORTERM=truecolor zor show -q --width 10 f.mox");
-    path.pop_back();
-    EXPECT_THAT(good("zor info " + path), AllOf(HasSubstr("png"), HasSubstr("10 x 8")));
-    EXPECT_EQ(run("TMPDIR=$PWD/tmp zor show none.png").code, 1);
-    EXPECT_EQ(std::distance(fs::directory_iterator("tmp"), {}), 1) << "the one that was shown";
-    EXPECT_EQ(run("zor show --terminal none.png").code, 1);
+    EXPECT_EQ(run("zor show --terminal none.ppm").code, 1);
     EXPECT_EQ(run("zor show --terminal f.mox --select 2").code, 1);
 }
 

@@ -17,7 +17,8 @@ static ZOR_CAPABILITY capabilities[] = {
     {3, "magic", 0, 0, 0, 2, {0, 0, 0}, 0, 4},
 };
 
-void imageCapability(ZOR_CAPABILITY **list, int32_t *first, int32_t *second, int32_t *count) {
+ZOR_MODULE_EXPORT void imageCapability(ZOR_CAPABILITY **list, int32_t *first, int32_t *second,
+                                       int32_t *count) {
     *list = capabilities;
     *first = *second = 0;
     *count = sizeof capabilities / sizeof capabilities[0];
@@ -35,12 +36,12 @@ static int close_file(ZOR_IMAGE *image) {
     return failed != 0 ? ZOR_E_WRITE : 0;
 }
 
-int imageReadOpen(ZOR_IMAGE *image) {
+ZOR_MODULE_EXPORT int imageReadOpen(ZOR_IMAGE *image) {
     (void)image;
     return 0;
 }
 
-int imageWriteOpen(ZOR_IMAGE *image) {
+ZOR_MODULE_EXPORT int imageWriteOpen(ZOR_IMAGE *image) {
     FILE *file = zor__open_file(image);
     if (file == NULL)
         return 0;

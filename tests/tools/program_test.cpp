@@ -1,148 +1,153 @@
-// program_test.cpp - the zor command started by itself: conversions, standard streams, file names.
+// program_test.cpp - the zor command on every system: conversions, standard streams, file names.
 #include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
 
-#include <set>
+#include "tool.h"
 
-#include "picture.h"
-#include "support/files.h"
-
-namespace fs = std::filesystem;
+using nlohmann::json;
+using testing::AllOf;
 using testing::EndsWith;
 using testing::HasSubstr;
 
 namespace {
 
-std::string utf8(const fs::path &path) {
-    const std::u8string text = path.generic_u8string();
-    return {text.begin(), text.end()};
-}
+std::string utf8(const std::u8string &text) { return {text.begin(), text.end()}; }
 
-class Program : public testing::Test {
-protected:
-    Program() {
-        set_variable("ZOR_MODULES", nullptr);
-        fs::create_directory(work_.path / "w");
-    }
-
-    [[nodiscard]] fs::path at(const std::u8string &name) const { return work_.path / "w" / name; }
-    [[nodiscard]] std::string name(const std::u8string &name) const { return utf8(at(name)); }
-
-    // Runs the command, with a file for its standard input. What it says is in out and err then.
-    int run(std::vector<std::string> arguments, const fs::path &input = {}) {
-        write_file(work_.path / "empty", "");
-        arguments.insert(arguments.begin(), ZOR_PROGRAM);
-        const int code = run_program(arguments, utf8(input.empty() ? work_.path / "empty" : input),
-                                     utf8(work_.path / "out"), utf8(work_.path / "err"));
-        out = read_file(work_.path / "out");
-        err = read_file(work_.path / "err");
-        return code;
-    }
-    void good(const std::vector<std::string> &arguments, const fs::path &input = {}) {
-        EXPECT_EQ(run(arguments, input), 0) << arguments.back() << "\n" << err;
-    }
-    [[nodiscard]] std::set<std::string> files() const {
-        std::set<std::string> names;
-        for (const auto &entry : fs::directory_iterator(at(u8"")))
-            names.insert(utf8(entry.path().filename()));
-        return names;
-    }
-
-    TempDir work_;
-    std::string out, err;
-};
-
-TEST_F(Program, PicturesComeBackUnchanged) {
+TEST_F(Tool, PicturesComeBackUnchangedThroughEveryOrderOfLines) {
+    const std::string middle = png ? "c.png" : "c.mob";
     for (const auto &[channels, bytes] : {std::pair(1, 1), {3, 1}, {3, 2}, {4, 1}, {4, 2}}) {
         SCOPED_TRACE(testing::Message() << channels << " channels of " << bytes << " bytes");
-        write_file(at(u8"a.pam"), pam(37, 11, channels, bytes));
-        good({"convert", name(u8"a.pam"), name(u8"b.mox")});
-        good({"convert", name(u8"b.mox"), name(u8"c.mob")});
-        good({"convert", name(u8"c.mob"), name(u8"d.pam")});
-        EXPECT_THAT(read_file(at(u8"d.pam")), EndsWith(raster(37, 11, channels, bytes)));
+        write_file("a.pam", pam(37, 11, channels, bytes));
+        good("zor convert a.pam b.MOX");
+        good("zor convert b.MOX " + middle);
+        good("zor convert " + middle + " d.mob");
+        good("zor convert d.mob e.pam");
+        EXPECT_THAT(read_file("e.pam"), EndsWith(raster(37, 11, channels, bytes)));
     }
-    write_file(at(u8"g.pfm"), "PF\n3 2\n-1.0\n" + raster(3, 2, 3, 4));
-    good({"convert", name(u8"g.pfm"), name(u8"h.mox")});
-    good({"convert", name(u8"h.mox"), name(u8"i.pfm")});
-    EXPECT_THAT(read_file(at(u8"i.pfm")), EndsWith(raster(3, 2, 3, 4)));
+    write_file("g.pfm", "PF\n3 2\n-1.0\n" + raster(3, 2, 3, 4));
+    good("zor convert g.pfm h.mox");
+    good("zor convert h.mox i.pfm");
+    EXPECT_THAT(read_file("i.pfm"), EndsWith(raster(3, 2, 3, 4)));
 }
 
 // Line ends and what text modes take for the end of a file are samples like others here.
-TEST_F(Program, StandardStreamsAreBinary) {
-    std::string samples = raster(500, 400, 3, 1);
+TEST_F(Tool, StandardStreamsAreBinary) {
+    std::string samples = raster(500, 400, 3, 1); // more than a reader keeps in memory
     for (size_t i = 0; i < samples.size(); i += 3)
         samples[i] = "\n\r\x1a"[i / 3 % 3];
-    write_file(at(u8"a.ppm"), "P6\n500 400\n255\n" + samples);
-    good({"convert", name(u8"a.ppm"), "-", "--to", "mox"});
-    write_file(at(u8"b.mox"), out);
-    good({"convert", "--from", "mox", "-", "-", "--to", "ppm"}, at(u8"b.mox"));
-    EXPECT_TRUE(out.ends_with(samples)) << out.size();
-    good({"convert", "--from", "ppm", "/dev/stdin", name(u8"c.mox")}, at(u8"a.ppm"));
-    good({"convert", name(u8"c.mox"), "/dev/stdout", "--to", "ppm"});
-    EXPECT_TRUE(out.ends_with(samples)) << out.size();
-    good({"convert", name(u8"c.mox"), "-", "--to", "pipe"});
+    write_file("a.ppm", "P6\n500 400\n255\n" + samples);
+    write_file("b.mox", start({"zor", "convert", "a.ppm", "-", "--to", "mox"}).out);
+    const Run piped = start({"zor", "convert", "--from", "mox", "-", "-", "--to", "ppm"}, "b.mox");
+    EXPECT_TRUE(piped.out.ends_with(samples)) << piped.err;
+    good("zor convert --from ppm /dev/stdin c.mox <a.ppm");
+    const Run named = start({"zor", "convert", "c.mox", "/dev/stdout", "--to", "ppm"});
+    EXPECT_TRUE(named.out.ends_with(samples)) << named.err;
     std::string stream = "ZORPIPE 1 500 400 3 0 0 1 8 0 0 0 0\n"; // and rising rows of channels
     for (size_t y = 400; y-- > 0;)
         for (size_t channel = 0; channel < 3; ++channel)
             for (size_t x = 0; x < 500; ++x)
                 stream += samples[(y * 500 + x) * 3 + channel];
-    EXPECT_TRUE(out == stream) << out.substr(0, out.find('\n'));
-    good({"info", "--from", "mox", "-"}, at(u8"b.mox"));
-    EXPECT_THAT(out, HasSubstr("500 x 400"));
+    EXPECT_TRUE(start({"zor", "convert", "c.mox", "-", "--to", "pipe"}).out == stream);
+    EXPECT_THAT(good("zor info --from mox - <b.mox"), HasSubstr("500 x 400"));
 }
 
-TEST_F(Program, NamesMayBeOfAnyLanguage) {
+TEST_F(Tool, NamesMayBeOfAnyLanguage) {
     const std::u8string folder = u8"\u0416 \u65e5\u672c";
     const std::u8string picture = folder + u8"/caf\u00e9 \U0001F3A8";
-    fs::create_directory(at(folder));
-    write_file(at(picture + u8".ppm"), "P6\n5 4\n255\n" + raster(5, 4, 3, 1));
-    good({"convert", name(picture + u8".ppm"), name(picture + u8".mox")});
-    good({"info", "--json", name(picture + u8".mox")});
-    EXPECT_THAT(out, HasSubstr(name(picture + u8".mox")));
-    good({"convert", name(picture + u8".mox"), name(picture + u8".ppm")}); // over the old one
-    EXPECT_THAT(read_file(at(picture + u8".ppm")), EndsWith(raster(5, 4, 3, 1)));
-    EXPECT_EQ(std::distance(fs::directory_iterator(at(folder)), {}), 2) << "no other files";
-    EXPECT_EQ(run({"info", name(folder + u8"/\u00fc")}), 1);
-    EXPECT_THAT(err, HasSubstr(name(folder + u8"/\u00fc") + ": No such file"));
+    const std::string ppm = utf8(picture + u8".ppm");
+    const std::string mox = utf8(picture + u8".mox");
+    fs::create_directory(folder);
+    write_file(picture + u8".ppm", "P6\n5 4\n255\n" + raster(5, 4, 3, 1));
+    EXPECT_EQ(start({"zor", "convert", ppm, mox}).code, 0);
+    EXPECT_THAT(start({"zor", "info", "--json", mox}).out, HasSubstr(mox));
+    EXPECT_EQ(start({"zor", "convert", mox, ppm}).code, 0) << "over the old one";
+    EXPECT_THAT(read_file(picture + u8".ppm"), EndsWith(raster(5, 4, 3, 1)));
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 2) << "no other files";
+    const Run missing = start({"zor", "info", utf8(folder + u8"/\u00fc")});
+    EXPECT_EQ(missing.code, 1);
+    EXPECT_THAT(missing.err, HasSubstr(utf8(folder + u8"/\u00fc: No such file")));
 
-    fs::copy(MODULES "/mox" MODULE_SUFFIX, at(folder));
-    good({"formats", "--modules", name(folder)});
-    EXPECT_THAT(out, HasSubstr("mox"));
+    fs::copy(modules + "/mox" MODULE_SUFFIX, folder);
+    EXPECT_THAT(start({"zor", "formats", "--modules", utf8(folder)}).out, HasSubstr("mox"));
 }
 
-TEST_F(Program, SequencesAreConverted) {
-    for (int frame = 8; frame <= 11; ++frame)
-        write_file(at(u8"in.") += std::to_string(frame) + ".pgm", "P5\n2 1\n255\nab");
-    good({"-q", "convert", name(u8"in.#.pgm"), name(u8"out.####.mox"), "--jobs", "2"});
-    EXPECT_EQ(files(), (std::set<std::string>{"in.8.pgm", "in.9.pgm", "in.10.pgm", "in.11.pgm",
-                                              "out.0008.mox", "out.0009.mox", "out.0010.mox",
-                                              "out.0011.mox"}));
+TEST_F(Tool, FailuresLeaveNothingBehind) {
+    write_file("a.pam", pam(64, 64, 3, 2));
+    good("zor convert a.pam a.mox");
+    write_file("cut.mox", read_file("a.mox").substr(0, 3000));
+    write_file("target.pam", "the old content");
+    write_file("g.pfm", "PF\n1 1\n-1.0\n" + raster(1, 1, 3, 4));
+    fs::create_directory("folder.mox");
+    expect_failures("zor ", {{"", 2, ""},
+                             {"convert a.pam new.xyz", 2, "mox (.mox)"},
+                             {"convert a.pam -", 2, "--to"},
+                             {"convert a.pam target.pam --fast", 2, "--fast"},
+                             {"convert --to xyz a.pam target.pam", 2, "mox (.mox)"},
+                             {"convert a.pam --to pipe target.pam", 2, "standard output"},
+                             {"convert a.pam --to mem target.pam", 2, "do not outlive"},
+                             {"convert a.pam target.pipe", 2, "mox (.mox)"},
+                             {"info --from mem a.pam", 1, "no file is of the format 'mem'"},
+                             {"convert a.mox target.pam --from ppm", 1, "zor: a.mox: "},
+                             {"convert g.pfm target.pam", 4,
+                              "zor: target.pam: pam cannot handle image channel"},
+                             {"convert a.mox new.pfm", 4, ""}, // integers are not made floats
+                             {"convert missing.mox target.pam", 1, "No such file"},
+                             {"convert cut.mox target.pam", 1, "cut.mox: "},
+                             {"convert a.pam folder.mox", 4, "folder.mox: "},
+                             {"convert a.pam absent/new.mox", 4, "No such file"},
+                             {"formats --modules absent", 3, "No such file"}});
+    EXPECT_EQ(read_file("target.pam"), "the old content");
 }
 
-TEST_F(Program, FailuresLeaveNothingBehind) {
-    write_file(at(u8"a.pam"), pam(64, 64, 3, 2));
-    good({"convert", name(u8"a.pam"), name(u8"a.mox")});
-    write_file(at(u8"cut.mox"), read_file(at(u8"a.mox")).substr(0, 3000));
-    write_file(at(u8"target.pam"), "the old content");
-    fs::create_directory(at(u8"folder.mox"));
-    const auto before = files();
-    const struct {
-        std::vector<std::string> arguments;
-        int code;
-        const char *message;
-    } cases[] = {{{}, 2, ""},
-                 {{"convert", name(u8"a.pam"), name(u8"new.xyz")}, 2, "mox (.mox)"},
-                 {{"convert", name(u8"a.pam"), "-"}, 2, "--to"},
-                 {{"convert", name(u8"missing.mox"), name(u8"target.pam")}, 1, "No such file"},
-                 {{"convert", name(u8"cut.mox"), name(u8"target.pam")}, 1, "cut.mox: "},
-                 {{"convert", name(u8"a.pam"), name(u8"folder.mox")}, 4, "folder.mox: "},
-                 {{"convert", name(u8"a.pam"), name(u8"absent/new.mox")}, 4, "No such file"},
-                 {{"formats", "--modules", name(u8"absent")}, 3, "No such file"}};
-    for (const auto &[arguments, code, message] : cases) {
-        EXPECT_EQ(run(arguments), code) << message << "\n" << err;
-        EXPECT_THAT(err, HasSubstr(message));
-        EXPECT_EQ(files(), before) << message;
-        EXPECT_EQ(read_file(at(u8"target.pam")), "the old content");
-    }
+TEST_F(Tool, InfoTellsWhatAFileHolds) {
+    good("render_frame f.mox 7 32 24");
+    const json result = json::parse(good("zor info --json f.mox"))["files"][0];
+    EXPECT_EQ(result["format"], "mox");
+    EXPECT_EQ(result["texts"]["name"], "spheres");
+    EXPECT_EQ(result["primaries"]["red"], json({0.64, 0.33}));
+    const json image = json::parse(R"({
+        "width": 32, "height": 24, "order": "rising", "index_bits": 0, "gamma": 2.2, "frame": 7,
+        "window": {"left": 0, "right": 31, "bottom": 0, "top": 23},
+        "active": {"left": 0, "right": 31, "bottom": 0, "top": 23},
+        "colour": {"count": 3, "type": "integer", "bits": 8}, "channel_format": "rgb",
+        "matte": {"count": 1, "type": "integer", "bits": 8},
+        "auxiliary": {"count": 1, "type": "float", "bits": 32}, "auxiliary_name": "depth",
+        "picture": {"format": "ntsc_640", "ratio": "1.330", "width": 640, "height": 486,
+                    "aspect": 1.33}})");
+    EXPECT_EQ(result["images"], json({image}));
+
+    // By content, whatever the name; a bad file does not hide the good ones.
+    fs::copy("f.mox", "renamed.png");
+    write_file("empty.png", "");
+    const Run mixed = run("zor info renamed.png missing.mox empty.png f.mox");
+    EXPECT_EQ(mixed.code, 1);
+    EXPECT_THAT(mixed.out, AllOf(HasSubstr("renamed.png: mo"), HasSubstr("f.mox: mox"),
+                                 HasSubstr("32 x 24"), HasSubstr("Spheres going round")));
+    EXPECT_THAT(mixed.err,
+                AllOf(HasSubstr("zor: missing.mox: No such file"), HasSubstr("zor: empty.png: ")));
+    const json missing = json::parse(run("zor info --json missing.mox").out)["files"][0];
+    EXPECT_THAT(missing["error"], HasSubstr("No such file"));
+}
+
+TEST_F(Tool, TextsFromFilesSteerNeitherTerminalNorJson) {
+    good("render_frame f.mox 1 8 6");
+    std::string file = read_file("f.mox");
+    file.replace(144, 8, "A\x1b[2J\xff\xc2\x9b"); // the image's name
+    write_file("f.mox", file);
+    EXPECT_THAT(good("zor info f.mox"), HasSubstr("A\\x1b[2J\xff\xc2\\x9b\n"));
+    const json result = json::parse(good("zor info --json f.mox"))["files"][0];
+    EXPECT_EQ(result["texts"]["name"], "A\x1b[2J\uFFFD\u009b");
+}
+
+TEST_F(Tool, LossesAreToldOrRefused) {
+    good("render_frame f.mox 1 8 6");
+    const Run told = run("zor convert f.mox a.pam");
+    EXPECT_EQ(told.code, 0);
+    EXPECT_EQ(told.err, "zor: a.pam: 1 auxiliary channel left out: pam has no place for that\n");
+    EXPECT_THAT(run("zor convert f.mox b.ppm -q").err, testing::IsEmpty());
+    EXPECT_THAT(good("zor info b.ppm"), HasSubstr("matte        0"));
+    EXPECT_EQ(run("zor convert --strict f.mox c.pam").code, 4);
+    EXPECT_FALSE(fs::exists("c.pam"));
 }
 
 } // namespace

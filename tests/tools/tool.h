@@ -1,11 +1,10 @@
-// tool.h - runs programs as users run them.
+// tool.h - runs programs as users run them, without a shell.
 #pragma once
 
-#include <cstdlib>
+#include <algorithm>
 #include <set>
+#include <sstream>
 #include <string>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <gmock/gmock.h>
 
@@ -14,38 +13,49 @@
 
 namespace fs = std::filesystem;
 
-// Each test works in an empty directory of its own, the programs in the search path.
+// Each test works in an empty directory of its own.
 class Tool : public testing::Test {
 protected:
     struct Run {
         int code; // exit code; of a program that a signal ended 128 and the signal's number
         std::string out, err;
     };
+    using Words = std::vector<std::string>; // in UTF-8; the first is the program
 
     Tool() {
-        unsetenv("ZOR_MODULES");
-        setenv("PATH", (PROGRAMS ":" + path_).c_str(), 1);
+        set_variable("ZOR_MODULES", nullptr);
         fs::create_directory(work_.path / "w");
         fs::current_path(work_.path / "w");
+        write_file("../empty", "");
     }
-    ~Tool() override {
-        setenv("PATH", path_.c_str(), 1);
-        fs::current_path("/");
-    }
+    ~Tool() override { fs::current_path(work_.path.root_path()); }
 
-    static Run run(const std::string &command) {
-        const int status = std::system(("( " + command + " ) >../out 2>../err").c_str());
-        return {WEXITSTATUS(status), read_file("../out"), read_file("../err")};
+    static Run start(Words words, const std::string &input = "../empty") {
+        words[0] = programs + "/" + words[0];
+        const int code = run_program(words, input, "../out", "../err");
+        return {code, read_file("../out"), read_file("../err")};
+    }
+    // Words between blanks, and "<FILE" at the end for the standard input. What comes is text.
+    virtual Run run(const std::string &command) {
+        std::istringstream stream(command);
+        Words words(std::istream_iterator<std::string>(stream), {});
+        const bool redirected = words.back()[0] == '<';
+        const std::string input = redirected ? words.back().substr(1) : "../empty";
+        words.resize(words.size() - (redirected ? 1 : 0));
+        Run result = start(words, input);
+        std::erase(result.out, '\r');
+        std::erase(result.err, '\r');
+        return result;
     }
     // Runs what has to succeed.
-    static std::string good(const std::string &command) {
+    std::string good(const std::string &command) {
         const Run result = run(command);
         EXPECT_EQ(result.code, 0) << command << "\n" << result.err;
         return result.out;
     }
     // Runs what has to fail: arguments, exit code, a part of what is said. No file comes or goes.
     using Failing = std::tuple<const char *, int, const char *>;
-    static void expect_failures(const std::string &command, const std::vector<Failing> &cases) {
+    void expect_failures(const std::string &command, const std::vector<Failing> &cases) {
         const auto before = files();
         for (const auto &[arguments, code, message] : cases) {
             const Run result = run(command + arguments);
@@ -62,6 +72,10 @@ protected:
         return names;
     }
 
+    // Absolute, for tests go elsewhere.
+    inline static const std::string programs = fs::absolute(PROGRAMS).generic_string();
+    inline static const std::string modules = fs::absolute(MODULES).generic_string();
+    inline static const bool png = fs::exists(MODULES "/png" MODULE_SUFFIX); // which is optional
+
     TempDir work_;
-    std::string path_ = std::getenv("PATH");
 };

@@ -1,17 +1,26 @@
 // dll_test.cpp - the DLL as programs of other makers meet it: found by name, called with a stack
-// that is aligned to 4 bytes only, its records laid out as they were built to.
+// that is aligned to 4 bytes only, its records laid out as they were built to, and the mode that
+// files are opened in left alone.
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <cstdio>
 #include <cstring>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include <fcntl.h>
 #include <windows.h>
 
+#include "base/base/dst_array.h"
+#include "base/base/dst_dllist.h"
+#include "base/base/dst_memory.h"
+#include "base/dst/dst_queue.h"
+#include "core/registry.h"
+#include "ops/operator.h"
 #include "support/files.h"
-#include "zor/driver.h"
+#include "zor/clr.h"
 #include "zor/fmt.h"
 
 // int call_misaligned(void *function, unsigned by, const void *a, const void *b, const void *c)
@@ -33,6 +42,22 @@ asm(".globl _call_misaligned\n"
     "    movl %ebp, %esp\n"
     "    popl %ebp\n"
     "    ret\n");
+
+// A driver of sequential files that looks at the default mode.
+static int mode_at_open;
+static bool opens;
+ZOR_MODULE("watched", ".watched", "Watched", 0);
+ZOR_MODULE_NUMBER(imageAccess, ZOR_ACCESS_READ);
+int imageReadOpen(ZOR_IMAGE *image) {
+    mode_at_open = _fmode;
+    if (!opens || zor__build_handle(image, 1) != 0)
+        return 0;
+    zor__describe(&image->images[0], 4, 3, 1, 8);
+    image->data[0] = image;
+    image->scan = [](void *, int, void **) { return 0; };
+    image->close = [](ZOR_IMAGE *closed) { return zor__free_obj(closed), 0; };
+    return 1;
+}
 
 namespace {
 
@@ -60,12 +85,16 @@ struct Caller {
 
 const void *number(int value) { return reinterpret_cast<const void *>(value); }
 
-bool deliver_mox;
+const char *file_to_deliver; // empty for the driver here
 
 unsigned char next_module(void **module, const char **name) {
-    *module = LoadLibraryA(TEST_MODULE_DIR "mox.dll");
-    *name = "mox";
-    return std::exchange(deliver_mox, false) ? 1 : 0;
+    *name = std::exchange(file_to_deliver, nullptr);
+    if (*name == nullptr)
+        return 0;
+    *module = **name == '\0'
+                  ? this_program()
+                  : LoadLibraryA((std::string(TEST_MODULE_DIR) + *name + ".dll").c_str());
+    return 1;
 }
 
 TEST(Dll, IsSafeForCallersWithA4ByteAlignedStack) {
@@ -74,7 +103,7 @@ TEST(Dll, IsSafeForCallersWithA4ByteAlignedStack) {
     for (const unsigned by : {0U, 4U, 8U, 12U}) {
         SCOPED_TRACE(by);
         const Caller call{by};
-        deliver_mox = true;
+        file_to_deliver = "mox";
         ASSERT_EQ(call("ZOR_init", nullptr, reinterpret_cast<const void *>(&next_module)), 0);
         ZOR_INFO info;
         call("ZOR_info_init", &info);
@@ -132,61 +161,136 @@ TEST(Dll, ImportsFromTheSystemOnly) {
 }
 
 struct Place {
-    const char *member;
-    size_t is, expected;
+    const char *name;
+    size_t at, size, alignment;
 };
 
-#define SIZE(record, bytes) \
-    Place { #record, sizeof(record), bytes }
-#define WORD(record, member, word)                                                 \
-    Place {                                                                        \
-#        record "." #        member, offsetof(record, member), 4 * size_t { word } \
+// A list made of one by a macro that is called with the record and each of its members.
+#define EXPAND(...) EXPAND_3(EXPAND_3(EXPAND_3(EXPAND_3(__VA_ARGS__))))
+#define EXPAND_3(...) EXPAND_2(EXPAND_2(EXPAND_2(EXPAND_2(__VA_ARGS__))))
+#define EXPAND_2(...) EXPAND_1(EXPAND_1(EXPAND_1(EXPAND_1(__VA_ARGS__))))
+#define EXPAND_1(...) __VA_ARGS__
+#define NO_MORE ()
+#define EACH(record, member, ...) \
+    PLACE(record, member), __VA_OPT__(REST NO_MORE(record, __VA_ARGS__))
+#define REST() EACH
+#define PLACE(record, member) \
+    { #member, offsetof(record, member), sizeof(record::member), alignof(decltype(record::member)) }
+#define RECORD(record, bytes, ...)                                            \
+    {                                                                         \
+#        record, sizeof(record), bytes, { EXPAND(EACH(record, __VA_ARGS__)) } \
     }
+
+// clang-format off
+#define ABOUT_FORMAT \
+    key, extension, name, description, description_set, description_number, description_default, \
+    file_name_format, name_syntax, add_extension, usage, orientation, bits_per_palette_entry, \
+    num_channels, bits_per_channel, num_mattes, bits_per_matte, num_z, bits_per_z, active_window, \
+    access, capability, caps_avail_update
+const struct {
+    const char *name;
+    size_t size, expected;
+    std::vector<Place> members; // all of them
+} records[] = {
+    RECORD(ERR_OBJECT, 40, kind, severity, flags, name, text, count, handler, handlers, user_word_1,
+           user_word_2, argument_names),
+    RECORD(ERR_HANDLER, 12, next, function, data),
+    RECORD(FMT_ASPECT, 16, name, width, height, aspect),
+    RECORD(CLR_TRISTIMULUS, 16, wavelength, x, y, z),
+    RECORD(CLR_SAMPLES, 24, n, uniform, bounds, inv_width, to_xyz, from_xyz),
+    RECORD(ZOR_CAPABILITY, 32, code, name, name_set, name_number, name_default, kind, padding, list,
+           flags),
+    RECORD(ZOR_CAP_ENTRY, 20, value, padding, name, name_set, name_number, name_default),
+    RECORD(ZOR_CAP_LIST, 12, default_value, padding, num_entries, entries),
+    RECORD(ZOR_CAP_SETTING, 8, code, padding, value),
+    RECORD(ZOR_CHANNELS, 12, count, type, bits),
+    RECORD(ZOR_RESPONSE_CURVE, 32, kind, gamma, reserved, num_channels, num_elements, type, depth,
+           tables),
+    RECORD(ZOR_NAME_ELEMENT, 40, reserved, four, zero, length, text, value_length, value_offset,
+           kind),
+    RECORD(ZOR_FORMAT, 112, ABOUT_FORMAT, multi_frame,
+           hard_link_duplicates, remote_access, is_file, ui_popdown, ui_popup),
+    RECORD(zor::FormatEntry, 120, next, built_in, format),
+    RECORD(ZOR_DRIVER, 128, ABOUT_FORMAT, init, done,
+           read_open, write_open, multi_frame, hard_link_duplicates, remote_access, is_file,
+           ui_popdown, ui_popup),
+    RECORD(ZOR_INFO, 192, key, file_name, complete_path, name, extension, description, program,
+           machine, user, date, time, filter, compression, cap_settings, app_word, field_flag,
+           job_number, add_extension, reserved9, marker, primaries, num_images, images, frame_count,
+           frame_rate, reserved16, first_frame, reserved18, untouched),
+    RECORD(ZOR_IMAGE_DESC, 156, size_code, curve, win_left, win_right, win_bottom, win_top,
+           act_left, act_right, act_bottom, act_top, orientation, chan_flag, chan_format, image,
+           matte, aux, aux_name, picture_format, ratio_text, picture_width, picture_height,
+           picture_aspect, frame, reserved),
+    RECORD(ZOR_IMAGE, 272, data, driver_words, key, file_name, complete_path, extension,
+           description, program, machine, user, date, time, filter, compression, field_flag,
+           job_number, add_extension, reserved9, cap_settings, num_images, images, num_frames,
+           first_frame, mode, scan, close, playback_bind, playback_goto, playback_play,
+           playback_params, playback_stop, get_frame, raster, region, set_frame, seek,
+           last_scanline, format, direct_scan, lock, primaries, name, frame_count, frame_rate,
+           reserved16, reserved18, own_slot, num_slots, chan_buffers, open_name, own_settings,
+           driver_state),
+    RECORD(zor::OperatorHead, 16, tag, scan, close, data),
+    RECORD(dst_list, 16, first, last, cursor, count),
+    RECORD(dst_dllist, 12, first, last, count),
+    RECORD(dst_queue, 12, next, prev, data),
+    RECORD(dst_array, 16, elem_size, increment, capacity, count),
+    RECORD(dst_arena, 16, blocks, next_free, block_size, remaining),
+};
+// clang-format on
 
 // As programs compiled with the headers see them; what they were compiled with in the library is
 // the library's own to know.
 TEST(Dll, RecordsAreLaidOutAsEver) {
-    const Place places[] = {
-        SIZE(ERR_OBJECT, 40),
-        SIZE(ERR_HANDLER, 12),
-        SIZE(FMT_ASPECT, 16),
-        SIZE(ZOR_CAPABILITY, 32),
-        WORD(ZOR_CAPABILITY, flags, 7),
-        SIZE(ZOR_CAP_ENTRY, 20),
-        SIZE(ZOR_CAP_LIST, 12),
-        SIZE(ZOR_CAP_SETTING, 8),
-        SIZE(ZOR_CHANNELS, 12),
-        SIZE(ZOR_FORMAT, 112),
-        WORD(ZOR_FORMAT, access, 20),
-        SIZE(ZOR_RESPONSE_CURVE, 32),
-        SIZE(ZOR_NAME_ELEMENT, 40),
-        SIZE(ZOR_INFO, 192),
-        WORD(ZOR_INFO, cap_settings, 13),
-        WORD(ZOR_INFO, marker, 19),
-        WORD(ZOR_INFO, primaries, 20),
-        WORD(ZOR_INFO, images, 33),
-        WORD(ZOR_INFO, frame_rate, 35),
-        WORD(ZOR_INFO, first_frame, 39),
-        SIZE(ZOR_IMAGE_DESC, 156),
-        WORD(ZOR_IMAGE_DESC, win_left, 9),
-        WORD(ZOR_IMAGE_DESC, chan_format, 19),
-        WORD(ZOR_IMAGE_DESC, image, 20),
-        WORD(ZOR_IMAGE_DESC, picture_format, 30),
-        WORD(ZOR_IMAGE_DESC, frame, 35),
-        SIZE(ZOR_IMAGE, 272),
-        WORD(ZOR_IMAGE, key, 3),
-        WORD(ZOR_IMAGE, images, 21),
-        WORD(ZOR_IMAGE, mode, 24),
-        WORD(ZOR_IMAGE, scan, 25),
-        WORD(ZOR_IMAGE, lock, 40),
-        WORD(ZOR_IMAGE, chan_buffers, 64),
-        SIZE(ZOR_DRIVER, 128),
-        WORD(ZOR_DRIVER, access, 20),
-    };
-    for (const Place &place : places) {
-        std::printf("%-32s %4u\n", place.member, static_cast<unsigned>(place.is));
-        EXPECT_EQ(place.is, place.expected) << place.member;
+    for (const auto &[record, size, expected, members] : records) {
+        std::printf("%-40s %4zu bytes\n", record, size);
+        EXPECT_EQ(size, expected) << record;
+        size_t end = 0;
+        const auto aligned = [&end](size_t to) { return (end + to - 1) / to * to; };
+        for (const Place &place : members) { // in this order, and nothing between them
+            std::printf("    %-36s %4zu\n", place.name, place.at);
+            EXPECT_EQ(place.at, aligned(place.alignment)) << record << "." << place.name;
+            end = place.at + place.size;
+        }
+        EXPECT_EQ(size, aligned(4)) << record;
     }
+}
+
+// Drivers open files in binary mode whatever the program's default is, which comes back.
+TEST(Dll, LeavesTheDefaultModeAsItWas) {
+    file_to_deliver = "";
+    ASSERT_EQ(ZOR_init(nullptr, &next_module), 0);
+    ZOR_INFO info;
+    ZOR_info_init(&info);
+    info.file_name = STR_save("a.watched");
+    for (const int mode : {_O_TEXT, _O_BINARY}) {
+        _fmode = mode;
+        const auto expect_opened = [mode](const char *what) {
+            EXPECT_EQ(std::exchange(mode_at_open, 0), _O_BINARY) << what;
+            EXPECT_EQ(_fmode, mode) << what;
+        };
+        opens = true;
+        ZOR_IMAGE *image = ZOR_open(&info, "r");
+        expect_opened("opened");
+        void **rows = nullptr;
+        for (const bool again : {true, false}) {
+            EXPECT_EQ(ZOR_scan_read(image, 2, &rows) | ZOR_scan_read(image, 1, &rows), 0);
+            opens = again;
+            EXPECT_EQ(ZOR_seek(&image, 2), again ? 0 : ZOR_E_OPEN);
+            expect_opened(again ? "opened again" : "opened again in vain");
+        }
+        EXPECT_EQ(ZOR_open(&info, "r"), nullptr);
+        expect_opened("opened in vain");
+        for (const char *no_mode : {"rw", "w", static_cast<const char *>(nullptr)})
+            EXPECT_EQ(ZOR_open(&info, no_mode), nullptr);
+        EXPECT_EQ(ZOR_open(nullptr, "r"), nullptr);
+        unsigned char tried = 0;
+        ZOR_get_file_type(nullptr, nullptr, &tried);
+        EXPECT_EQ(_fmode, mode) << "not even tried";
+    }
+    _fmode = _O_TEXT;
+    ZOR_info_cleanup(&info, 1);
+    ZOR_exit();
 }
 
 } // namespace

@@ -31,7 +31,7 @@ TEST(FatalBoxDeathTest, ShowsTheReportAndAborts) {
 TEST(FatalBoxDeathTest, HoldsAsMuchAsABoxCan) {
     const std::string text(2000, 'x');
     EXPECT_DEATH(ERR_printf(ERR_FATAL, "%s", text.c_str()),
-                 "<Fatal Error.FATAL, " + std::string(200, 'x'));
+                 "<Fatal Error.FATAL, " + std::string(1000, 'x') + "\r?\n.0>");
 }
 
 TEST(FatalBoxTest, OnlyFatalReportsShowIt) {

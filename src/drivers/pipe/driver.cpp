@@ -13,8 +13,8 @@
 #include "base/base/owned.h"
 #include "core/channels.h"
 #include "core/description.h"
+#include "core/file.h"
 #include "err/status.h"
-#include "platform/platform.h"
 
 namespace zor::pipe {
 
@@ -28,7 +28,6 @@ struct Writer {
     ZOR_IMAGE_DESC desc; // as it was at open, for operators change the handle's; texts not owned
     int32_t next;        // scanline expected next
     int error;           // errno of the first failure: the stream has a gap from there on
-    int stream_mode;     // what the standard output was in before
 };
 
 void send(Writer *writer, const void *data, size_t size, size_t count) {
@@ -88,7 +87,7 @@ int write_scanline(void *state, int y, void **rows) {
 int close_writer(ZOR_IMAGE *image) {
     auto *writer = static_cast<Writer *>(image->data[0]);
     flush(writer);
-    platform::restore_mode(stdout, writer->stream_mode);
+    give_stream_back(stdout);
     const int32_t status = writer->error == 0
                                ? 0
                                : zor__fail(ZOR_E_WRITE, ZOR_MSG_CANNOT_WRITE, image->file_name,
@@ -118,9 +117,7 @@ int open_writer(ZOR_IMAGE *image) {
     writer->desc = image->images[0];
     writer->next = image->images[0].win_bottom;
     format_header(writer);
-    // What the application printed so far goes out the way it was meant to.
-    std::fflush(stdout);
-    writer->stream_mode = platform::make_binary(stdout);
+    take_stream(stdout);
     image->data[0] = writer;
     image->scan = write_scanline;
     image->close = close_writer;

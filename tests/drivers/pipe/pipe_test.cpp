@@ -52,10 +52,10 @@ TEST_F(PipeTest, TheStreamIsALineOfTextAndTheActiveSamples) {
         desc.win_left += 390, desc.win_right += 390, desc.act_left = 395, desc.act_right = 406;
         desc.win_bottom -= 2, desc.win_top -= 2, desc.act_bottom = -1, desc.act_top = 1;
         desc.image = channels, desc.matte = matte;
-        std::printf("before"); // by the application, and in the stream's order
+        std::printf("before\n"); // by the application, and in the stream's order
         ZOR_IMAGE *image = request.open("w");
         ASSERT_NE(image, nullptr) << log.text();
-        expected.append("before");
+        expected.append("before").append(text_line_end);
         for (int y = -2; y <= 2; ++y) {
             for (const int wrong : {y - 1, y + 1})
                 expect({ZOR_E_SCANLINE, ZOR_MSG_BAD_SCANLINE}, write(image, wrong));
@@ -69,10 +69,31 @@ TEST_F(PipeTest, TheStreamIsALineOfTextAndTheActiveSamples) {
         }
         expect({ZOR_E_SCANLINE, ZOR_MSG_BAD_SCANLINE}, write(image, 3));
         EXPECT_EQ(ZOR_close(image), 0);
-        std::printf("after"); // the stream stays open
+        std::printf("after\n"); // the stream stays open, in the mode it was in
         std::fflush(stdout);
-        ASSERT_EQ(stream(), expected.append("after"));
+        ASSERT_EQ(stream(), expected.append("after").append(text_line_end));
     }
+}
+
+// Other drivers get the stream as a file, several at a time.
+TEST_F(PipeTest, TheStreamsModeComesBackWithTheLastFileThatIsClosed) {
+    ZOR_IMAGE image = {};
+    std::string name = "/dev/stdout";
+    image.file_name = name.data();
+    image.mode = ZOR_MODE_WRITE;
+    const Redirected to_file(file_);
+    for (int i = 0; i < 2; ++i) {
+        std::printf("\n");
+        FILE *files[] = {zor__open_file(&image), zor__open_file(&image)};
+        for (FILE *file : files) {
+            std::fputs("\n", file);
+            EXPECT_EQ(zor__close_file(&image, file), 0);
+        }
+    }
+    std::printf("\n");
+    std::fflush(stdout);
+    const std::string end = text_line_end;
+    EXPECT_EQ(stream(), end + "\n\n" + end + "\n\n" + end);
 }
 
 TEST_F(PipeTest, OneImageIsWrittenAndNoneRead) {
