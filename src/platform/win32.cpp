@@ -60,14 +60,23 @@ Mutex *library_mutex() {
 
 namespace {
 
-// A file name for the wide functions. What is not UTF-8 is taken for the system's code page, which
-// the environment and other programs hand out. A name too long for the system is left empty, and so
+// A file name for the wide functions. What stands between slashes and is not UTF-8 is taken for the
+// system's code page, which the environment and other programs hand out: a folder of theirs and a
+// name of the application's are in one path. A name too long for the system is left empty, and so
 // names no file.
 class WideName {
 public:
     explicit WideName(const char *name) {
-        if (!convert(CP_UTF8, MB_ERR_INVALID_CHARS, name))
-            convert(CP_ACP, 0, name);
+        if (std::strlen(name) >= most_bytes)
+            return;
+        const size_t length = convert(name, nullptr, 0);
+        if (length > most)
+            return;
+        wchar_t *text = short_;
+        if (length > MAX_PATH)
+            text = long_ = static_cast<wchar_t *>(ERR_malloc(length * sizeof(wchar_t)));
+        if (text != nullptr)
+            convert(name, text, length);
     }
     ~WideName() { ERR_free(long_); }
     WideName(const WideName &) = delete;
@@ -75,20 +84,28 @@ public:
     [[nodiscard]] const wchar_t *get() const { return long_ != nullptr ? long_ : short_; }
 
 private:
-    bool convert(UINT code_page, DWORD flags, const char *name) {
-        const int length = MultiByteToWideChar(code_page, flags, name, -1, nullptr, 0);
-        if (length == 0 || length > most)
-            return length != 0;
-        wchar_t *text = short_;
-        if (length > MAX_PATH)
-            text = long_ =
-                static_cast<wchar_t *>(ERR_malloc(static_cast<size_t>(length) * sizeof(wchar_t)));
-        return text == nullptr ||
-               MultiByteToWideChar(code_page, flags, name, -1, text, length) != 0;
+    // Returns the length with the terminator; without a text, that is all it does.
+    static size_t convert(const char *name, wchar_t *text, size_t room) {
+        size_t length = 0;
+        const char *const end = name + std::strlen(name) + 1;
+        for (const char *part = name; part != end;) {
+            const char *slash = std::strchr(part, '/');
+            const char *next = slash != nullptr ? slash + 1 : end;
+            const auto size = static_cast<int>(next - part);
+            wchar_t *to = text != nullptr ? text + length : nullptr;
+            const auto left = static_cast<int>(room != 0 ? room - length : 0);
+            int added = MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, part, size, to, left);
+            if (added == 0)
+                added = MultiByteToWideChar(CP_ACP, 0, part, size, to, left);
+            length += static_cast<size_t>(added);
+            part = next;
+        }
+        return length;
     }
 
-    static constexpr int most = 32768; // the longest path there is, with its terminator
-    wchar_t short_[MAX_PATH] = {};     // no more of it on the stack, which may be a small thread's
+    static constexpr size_t most = 32768; // the longest path there is, with its terminator
+    static constexpr size_t most_bytes = 4 * most;
+    wchar_t short_[MAX_PATH] = {}; // no more of it on the stack, which may be a small thread's
     wchar_t *long_ = nullptr;
 };
 

@@ -256,6 +256,21 @@ TEST(Dll, RecordsAreLaidOutAsEver) {
     }
 }
 
+// A folder that the environment named, in the code page, and a file that the application did.
+TEST(Dll, NamesMayMixTheCodePageAndUtf8) {
+    const TempDir directory;
+    char folder[16] = "";
+    ASSERT_NE(
+        WideCharToMultiByte(CP_ACP, 0, L"caf\u00e9", -1, folder, sizeof folder, nullptr, nullptr),
+        0);
+    std::filesystem::create_directory(directory.path / L"caf\u00e9");
+    const std::string path = directory.path.generic_string() + "/" + folder + "/\xD0\x96";
+    FILE *file = zor__open_named_file(path.c_str(), "wb");
+    ASSERT_NE(file, nullptr);
+    std::fclose(file);
+    EXPECT_TRUE(std::filesystem::exists(directory.path / L"caf\u00e9" / L"\u0416"));
+}
+
 // Drivers open files in binary mode whatever the program's default is, which comes back.
 TEST(Dll, LeavesTheDefaultModeAsItWas) {
     file_to_deliver = "";
