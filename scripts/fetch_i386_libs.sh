@@ -5,6 +5,7 @@
 # Where the packages cannot be downloaded, it says what is left out and exits with 75.
 set -eu
 cd "$(dirname "$0")/.."
+. scripts/apt.sh
 root=$PWD/build/i386-root
 lib=$root/usr/lib/i386-linux-gnu
 [ -e "$lib/libtiff_whole.a" ] && exit 0
@@ -22,16 +23,18 @@ APT::Architectures "i386";
 APT::Sandbox::User "root";
 END
 cd "$work"
-apt-get -c apt.conf update -qq || true # a partly stale index will do, if it has the packages
+apt_update apt-get -c apt.conf
 
 # fetch MODULES PACKAGE...: the modules are those that the packages are for
 fetch() {
     modules=$1
     shift
-    if ! apt-get -c apt.conf download -qq "$@"; then
+    status=0
+    apt_download apt-get -c apt.conf download -qq "$@" || status=$?
+    if [ $status = 75 ]; then
         echo "linux32: Debian's 32-bit packages are not to be had: $modules LEFT OUT"
-        exit 75
     fi
+    [ $status = 0 ] || exit $status
     for package in *.deb; do
         dpkg -x "$package" "$root"
         rm "$package"

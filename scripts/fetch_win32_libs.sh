@@ -4,6 +4,7 @@
 # Where the packages cannot be downloaded, it says what is left out and exits with 75.
 set -eu
 cd "$(dirname "$0")/.."
+. scripts/apt.sh
 root=$PWD/build/win32-root
 [ -e "$root/lib/libpng.a" ] && exit 0
 cc=i686-w64-mingw32-gcc-posix
@@ -21,6 +22,12 @@ rm -rf "$work"
 mkdir -p "$work/state/lists/partial" "$work/cache/archives/partial" "$root/lib" "$root/include"
 : >"$work/status"
 sources >"$work/sources.list"
+if [ ! -s "$work/sources.list" ]; then # the lists have been cleared away
+    as_root=
+    [ "$(id -u)" = 0 ] || as_root=sudo
+    apt_update $as_root apt-get
+    sources >"$work/sources.list"
+fi
 cat >"$work/apt.conf" <<END
 Dir::Etc::sourcelist "$work/sources.list";
 Dir::Etc::sourceparts "-";
@@ -30,12 +37,15 @@ Dir::Cache "$work/cache";
 APT::Sandbox::User "root";
 END
 cd "$work"
-apt-get -c apt.conf update -qq || true # a partly stale index will do, if it has the packages
-if ! { apt-get -c apt.conf download -qq libz-mingw-w64-dev &&
-    apt-get -c apt.conf source -qq --download-only libpng1.6; }; then
+apt_update apt-get -c apt.conf
+status=0
+apt_download apt-get -c apt.conf download -qq libz-mingw-w64-dev &&
+    apt_download apt-get -c apt.conf source -qq --download-only libpng1.6 || status=$?
+if [ $status = 75 ]; then
     echo "win32: Debian's packages of zlib and libpng are not to be had: the png module is LEFT OUT"
     exit 75
 fi
+[ $status = 0 ] || exit $status
 
 # The archive alone: the linker would take an import library that lies beside it.
 dpkg -x libz-mingw-w64-dev_*.deb zlib

@@ -34,20 +34,13 @@ done
 sudo=
 [ "$(id -u)" = 0 ] || sudo=sudo
 echo "setup: installing$missing"
-current=yes
-$sudo apt-get update -qq -o APT::Update::Error-Mode=any ||
-    current=no # a partly stale index will do, if it has the packages
+. "$(dirname "$0")/apt.sh"
+apt_update $sudo apt-get
 
 install() {
     # shellcheck disable=SC2086 # one word for each package
     $sudo env DEBIAN_FRONTEND=noninteractive LC_ALL=C \
         apt-get install -y -qq --no-install-recommends "$@" $missing >/dev/null
 }
-log=$(mktemp)
-trap 'rm -f "$log"' EXIT
-if ! install --download-only 2>"$log"; then
-    cat "$log" >&2
-    if [ $current = no ] || grep -q 'Failed to fetch' "$log"; then exit 75; fi
-    exit 1
-fi
+apt_download install --download-only || exit $?
 install
