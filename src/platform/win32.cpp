@@ -75,6 +75,7 @@ public:
         wchar_t *text = short_;
         if (length > MAX_PATH)
             text = long_ = static_cast<wchar_t *>(ERR_malloc(length * sizeof(wchar_t)));
+        no_memory_ = text == nullptr;
         if (text != nullptr)
             convert(name, text, length);
     }
@@ -82,6 +83,12 @@ public:
     WideName(const WideName &) = delete;
     WideName &operator=(const WideName &) = delete;
     [[nodiscard]] const wchar_t *get() const { return long_ != nullptr ? long_ : short_; }
+    // Whether the name is there; when memory ran out for it, errno says so.
+    [[nodiscard]] bool ready() const {
+        if (no_memory_)
+            errno = ENOMEM;
+        return !no_memory_;
+    }
 
 private:
     // Returns the length with the terminator; without a text, that is all it does.
@@ -107,10 +114,12 @@ private:
     static constexpr size_t most_bytes = 4 * most;
     wchar_t short_[MAX_PATH] = {}; // no more of it on the stack, which may be a small thread's
     wchar_t *long_ = nullptr;
+    bool no_memory_ = false;
 };
 
 bool file_status(const char *path, struct __stat64 *status) {
-    return _wstat64(WideName(path).get(), status) == 0;
+    const WideName name(path);
+    return name.ready() && _wstat64(name.get(), status) == 0;
 }
 
 } // namespace
@@ -124,7 +133,8 @@ FILE *open_file(const char *path, const char *mode) {
         errno = EINVAL;
         return nullptr;
     }
-    return _wfopen(WideName(path).get(), wide_mode);
+    const WideName name(path);
+    return name.ready() ? _wfopen(name.get(), wide_mode) : nullptr;
 }
 
 int seek_file(FILE *file, int64_t position, int origin) {
@@ -137,7 +147,8 @@ int remove_file(const char *path) {
     struct __stat64 status;
     if (!file_status(path, &status) || (status.st_mode & _S_IFMT) != _S_IFREG)
         return -1;
-    return _wremove(WideName(path).get());
+    const WideName name(path);
+    return name.ready() ? _wremove(name.get()) : -1;
 }
 
 namespace {
@@ -158,7 +169,7 @@ Held &held(FILE *stream) {
 void hold_binary(FILE *stream) {
     const Lock lock(library_mutex());
     if (Held &state = held(stream); state.count++ == 0)
-        state.mode = _setmode(_fileno(stream), _O_BINARY);
+        state.mode = _fileno(stream) >= 0 ? _setmode(_fileno(stream), _O_BINARY) : -1;
 }
 
 void release_binary(FILE *stream) {
@@ -231,9 +242,12 @@ bool local_time(int64_t seconds, std::tm *result) {
 
 } // namespace zor::platform
 
-// Nothing is built up at load: threads need not be announced to the library.
-extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID) {
+// Nothing is built up at load: threads need not be announced to the library. When the DLL is let go
+// of, but the process lives on, the lock goes with it.
+extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID process_ends) {
     if (reason == DLL_PROCESS_ATTACH)
         DisableThreadLibraryCalls(instance);
+    else if (reason == DLL_PROCESS_DETACH && process_ends == nullptr)
+        CloseHandle(zor::platform::library_mutex()->handle);
     return TRUE;
 }

@@ -128,6 +128,8 @@ TEST(Dll, IsSafeForCallersWithA4ByteAlignedStack) {
         EXPECT_EQ(std::memcmp(read[2], row.data(), row.size()), 0);
         EXPECT_EQ(call("ZOR_close", image), 0);
         call("ZOR_info_cleanup", &info, number(1));
+        EXPECT_EQ(call("ZOR_color_matrix_set", number(3)), 0);
+        EXPECT_EQ(call("ZOR_color_matrix_reset"), 1);
         call("ZOR_exit");
     }
 }
