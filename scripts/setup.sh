@@ -1,6 +1,6 @@
 #!/bin/sh
 # Installs the Debian packages that the named groups of work need and that are not there yet.
-#   scripts/setup.sh native [bench] [fuzz] [lint] [linux32] [win32] [wine]
+#   scripts/setup.sh native [bench] [fuzz] [lint] [linux32] [win32] [valgrind] [wine]
 set -eu
 
 packages_for() {
@@ -13,6 +13,7 @@ packages_for() {
     lint) echo clang-format clang-tidy clang-tools ;;
     linux32) echo g++-multilib ;;
     win32) echo g++-mingw-w64-i686-posix dpkg-dev zip unzip ;;
+    valgrind) echo valgrind libc6-dbg ;;
     wine) echo debootstrap debian-archive-keyring wget util-linux ;;
     *) echo "setup.sh: unknown group '$1'" >&2; exit 2 ;;
     esac

@@ -60,7 +60,7 @@ struct FaultyFile {
             return nullptr;
         const bool writing = *mode == 'w';
         const int change = std::strchr(mode, '+') != nullptr ? O_RDWR : O_WRONLY;
-        const int flags = writing                            ? change | O_CREAT | O_TRUNC
+        const int flags = writing                             ? change | O_CREAT | O_TRUNC
                           : std::strchr(mode, '+') != nullptr ? O_RDWR
                                                               : O_RDONLY;
         const int descriptor = ::open(path, flags | O_CLOEXEC, 0666);

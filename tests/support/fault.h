@@ -68,18 +68,19 @@ private:
     long live_ = 0;
 };
 
-// Runs a scenario with each of its allocations failing in turn. Returns how many there were.
+// Runs a scenario with each of its allocations failing in turn, and then with the later ones failing
+// too, unless they are "single". Returns how many there were.
+enum class Failing { single, and_later };
 template<class Scenario>
-long for_each_failing_allocation(Scenario scenario) {
+long for_each_failing_allocation(Scenario scenario, Failing failing = Failing::and_later) {
+    long points = 0;
     for (const bool all : {false, true})
-        for (long n = 1;; ++n) {
+        for (long n = 1; !all || failing == Failing::and_later; ++n) {
             Fault fault(n, all);
             scenario(fault);
-            if (fault.struck())
-                continue;
-            if (all)
-                return n - 1;
-            break;
+            points = all ? points : n - 1;
+            if (!fault.struck())
+                break;
         }
-    return 0;
+    return points;
 }

@@ -36,16 +36,6 @@ protected:
     }
     static void TearDownTestSuite() { ZOR_exit(); }
 
-    void SetUp() override {
-        // Thousands of small files: in memory where there is such a place.
-        const bool has_memory = std::filesystem::is_directory("/dev/shm");
-        directory = (has_memory ? "/dev/shm/" : testing::TempDir());
-        directory = make_directory(directory + "mox-");
-        ASSERT_NE(directory, "");
-        file = directory + "/file.mox";
-    }
-    void TearDown() override { std::filesystem::remove_all(directory); }
-
     // Opens bytes as a file.
     ZOR_IMAGE *open_bytes(const std::string &bytes) {
         write_file(file, bytes);
@@ -82,7 +72,8 @@ protected:
             ASSERT_EQ(write(image, k, y), 0);
     }
 
-    std::string directory, file;
+    const TempDir place_;
+    std::string directory = place_.path.string(), file = directory + "/file.mox";
 
 private:
     // The module poses as both of the formats.
