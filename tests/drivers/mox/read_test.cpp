@@ -1,8 +1,10 @@
 // read_test.cpp - MOX files of all kinds, most of them hostile.
 #include <algorithm>
 #include <cerrno>
+#include <clocale>
 #include <ctime>
 #include <iomanip>
+#include <locale>
 #include <sstream>
 
 #include "drivers/mox/mox_files.h"
@@ -205,6 +207,7 @@ TEST_F(ReadTest, TextsAndNumbersOfTheHeader) {
     ZOR_IMAGE *image = open_bytes(bytes);
     ASSERT_NE(image, nullptr) << log.text();
     std::ostringstream date;
+    date.imbue(std::locale(std::setlocale(LC_ALL, nullptr)));
     const time_t second = 1;
     date << std::put_time(std::localtime(&second), "%c");
     EXPECT_EQ(image->date, date.str());
