@@ -4,10 +4,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
 
+#include "err/memory.h"
 #include "support/driver_test.h"
 #include "support/files.h"
 #include "zor/driver.h"
@@ -28,10 +31,49 @@ inline void put_text(std::string &file, size_t at, const std::string &text) {
     file.replace(at, text.size() + 1, text + '\0');
 }
 
+// The library's memory in bytes, now and at most since that was last set. Each block begins with its
+// size.
+struct MemoryWatch {
+    static constexpr size_t head = 16;
+    inline static size_t live, most;
+
+    static void *reallocate(void *block, size_t size) {
+        char *start = block != nullptr ? static_cast<char *>(block) - head : nullptr;
+        const size_t before = size_of(start);
+        start = static_cast<char *>(std::realloc(start, size + head));
+        if (start == nullptr)
+            return nullptr;
+        std::memcpy(start, &size, sizeof size);
+        live += size - before;
+        most = std::max(most, live);
+        return start + head;
+    }
+    static void release(void *block) {
+        if (block == nullptr)
+            return;
+        char *start = static_cast<char *>(block) - head;
+        live -= size_of(start);
+        std::free(start);
+    }
+    static void begin() { // for good: some blocks outlive the library
+        zor::set_allocator(
+            {[](size_t size) { return reallocate(nullptr, size); }, reallocate, release});
+    }
+
+private:
+    static size_t size_of(const char *start) {
+        size_t size = 0;
+        if (start != nullptr)
+            std::memcpy(&size, start, sizeof size);
+        return size;
+    }
+};
+
 class MoxTest : public DriverTest {
 protected:
     static void SetUpTestSuite() {
         delivered_ = 0;
+        MemoryWatch::begin();
         ASSERT_EQ(ZOR_init(nullptr, next_module), 0);
     }
     static void TearDownTestSuite() { ZOR_exit(); }
