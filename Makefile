@@ -8,6 +8,8 @@
 #   make win32                   the DLL, its modules and the command for 32-bit Windows
 #   make win32-test              the tests of that, under Wine
 #   make win32-package           build/zor-win32.zip, built twice to see that it comes out the same
+#   make faults                  everything that can fail made to fail, and how many points that were
+#   make valgrind                tests under valgrind's memory checker
 #   make lint                    formatting, static analysis, folder rules
 #   make bench                   benchmarks; make fuzz SECONDS=60, make fuzz32: fuzzing
 #   make install PREFIX=/usr/local
@@ -93,3 +95,15 @@ install:
 
 clean:
 	rm -rf build demo
+
+.PHONY: faults valgrind
+
+faults:
+	scripts/setup.sh native
+	$(call build,asan)
+	scripts/faults.sh build/asan
+
+valgrind:
+	scripts/setup.sh native valgrind
+	$(call build,native,-DZOR_BUILD_TESTS=ON)
+	scripts/valgrind.sh build/native

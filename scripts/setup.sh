@@ -1,6 +1,6 @@
 #!/bin/sh
 # Installs the Debian packages that the named groups of work need and that are not there yet.
-#   scripts/setup.sh native [bench] [fuzz] [lint] [linux32] [win32] [wine]
+#   scripts/setup.sh native [bench] [fuzz] [lint] [linux32] [win32] [valgrind] [wine]
 # Exits with 75 when it is the download that failed.
 set -eu
 
@@ -8,12 +8,13 @@ packages_for() {
     case $1 in
     native)
         echo g++ cmake ninja-build make pkg-config googletest libcli11-dev nlohmann-json3-dev \
-            libpng-dev libtiff-dev liblcms2-dev ;;
+            libpng-dev libtiff-dev liblcms2-dev locales ;;
     bench) echo libbenchmark-dev liblcms2-dev libtiff-dev libopenexr-dev libpng-dev ;;
     fuzz) echo clang libclang-rt-14-dev g++-multilib ;;
     lint) echo clang-format clang-tidy clang-tools ;;
     linux32) echo g++-multilib ;;
     win32) echo g++-mingw-w64-i686-posix dpkg-dev zip unzip ;;
+    valgrind) echo valgrind libc6-dbg ;;
     wine) echo debootstrap debian-archive-keyring wget util-linux ;;
     *) echo "setup.sh: unknown group '$1'" >&2; exit 2 ;;
     esac

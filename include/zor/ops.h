@@ -245,8 +245,8 @@ ZOR_API int ZOR__samples_to_xyz_undo(ZOR_IMAGE *image);
  * The process has two 3 x 3 matrices between rgb of one set of primaries and X, Y, Z, in which
  * white has Y = 1. They are for rows: out[k] = in[0] m[k] + in[1] m[3 + k] + in[2] m[6 + k], so
  * that to_xyz[1], [4], [7] are the luminances of red, green and blue. Operators read them when
- * they are pushed. A lock keeps the calls, and the whole of ZOR__display, from meddling with each
- * other across threads.
+ * they are pushed. They may be set and read by several threads; ZOR__display goes by those that it
+ * sets, whatever other threads do meanwhile.
  */
 
 /* Sets both matrices.

@@ -176,7 +176,7 @@ ZOR_API int32_t ZOR_sample_size(int32_t type, int32_t bits);
  * ZOR_scan_write, so the handle must be of the right mode.
  *   rows  receives the address of an array with one row for each channel: rows[0][k] in the example
  *         above is channel k's row. The rows belong to the handle, may be changed, and are valid
- *         until its next scan call
+ *         until its next scan call. Null after a failure, in most cases
  * Returns 0 or a negative status, zor__err being set likewise: ZOR_MSG_BAD_SCANLINE,
  * ZOR_MSG_CANNOT_READ, ZOR_MSG_CANNOT_DECODE; ZOR_E_UNSUPPORTED without a report when the image is
  * not open for scanlines. */

@@ -1,13 +1,12 @@
 // lexer.h - bytes, comments and numbers of a text part of a file.
 #pragma once
 
-#include <cctype>
 #include <cstdint>
 #include <cstdio>
 
 namespace pnm {
 
-inline bool is_space(int c) { return c != EOF && std::isspace(static_cast<unsigned char>(c)) != 0; }
+inline bool is_space(int c) { return c == ' ' || (c >= '\t' && c <= '\r'); } // in any locale
 
 inline bool is_digit(int c) { return c >= '0' && c <= '9'; }
 

@@ -39,6 +39,8 @@ int on_warning(TIFF *, void *user, const char *, const char *format, va_list arg
 void note_system_error(Codec &codec) {
     codec.trouble.cause = Cause::file;
     codec.trouble.error = errno;
+    if (is_writing(codec) && codec.lost == 0)
+        codec.lost = errno != 0 ? errno : EIO;
 }
 
 // Files are open for writing only, but to add a page libtiff has to find the end of the list of
@@ -81,7 +83,9 @@ tmsize_t on_read(thandle_t handle, void *data, tmsize_t length) {
 tmsize_t on_write(thandle_t handle, void *data, tmsize_t length) {
     Codec &codec = codec_of(handle);
     const auto size = static_cast<size_t>(length);
-    if (codec.discard || std::fwrite(data, 1, size, codec.file) == size)
+    if (codec.discard)
+        return length;
+    if (codec.lost == 0 && std::fwrite(data, 1, size, codec.file) == size)
         return length;
     note_system_error(codec);
     return -1;
@@ -92,8 +96,11 @@ toff_t on_seek(thandle_t handle, toff_t offset, int whence) {
     if (codec.discard)
         return offset;
     // Seeking empties the buffer of a file that is written, so that may fail too.
-    if (offset <= INT64_MAX && fseeko(codec.file, static_cast<off_t>(offset), whence) == 0)
-        return static_cast<toff_t>(ftello(codec.file));
+    if (offset <= INT64_MAX && fseeko(codec.file, static_cast<off_t>(offset), whence) == 0) {
+        const auto position = ftello(codec.file);
+        if (position >= 0)
+            return static_cast<toff_t>(position);
+    }
     if (is_writing(codec))
         note_system_error(codec);
     else

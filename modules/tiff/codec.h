@@ -19,6 +19,7 @@ struct Codec {
     int64_t size;      // of a file that is read
     int64_t allowance; // bytes that a file which is read may take in memory
     bool discard;      // nothing is written any more
+    int lost;          // errno of what failed in a file being written, which is no good since then
     TIFF *tiff;
     driver::Trouble trouble;
 };
@@ -38,9 +39,14 @@ void report_complaint(Codec &codec);
 template<class Action>
 [[nodiscard]] bool run(Codec &codec, Action action) {
     forget_trouble(codec);
-    if (action()) {
+    // Not all that libtiff does looks at whether it could get to the place where it writes.
+    if (action() && codec.lost == 0) {
         report_complaint(codec);
         return true;
+    }
+    if (codec.lost != 0) {
+        codec.trouble.cause = driver::Cause::file;
+        codec.trouble.error = codec.lost;
     }
     if (codec.trouble.cause == driver::Cause::none)
         codec.trouble.cause = driver::Cause::data;

@@ -127,5 +127,6 @@ int ZOR_info_from_image(ZOR_INFO *info, const ZOR_IMAGE *image) {
     if (good)
         return 0;
     ZOR_info_cleanup(info, 1);
+    ZOR_info_init(info); // so that callers may clean up whatever came of it
     return zor__fail(ZOR_E_MEMORY, ZOR_MSG_NO_MEMORY);
 }

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "core/channels.h"
 #include "core/description.h"
 #include "core/handle.h"
 #include "core/registry.h"
@@ -83,8 +84,17 @@ namespace {
 bool complete_descriptions(ZOR_IMAGE *image) {
     if (image->images == nullptr)
         image->num_images = 0;
+    if (image->num_images < 0 || image->num_images > image->num_slots)
+        return zor__fail(ZOR_E_UNSUPPORTED, ZOR_MSG_CANNOT_HANDLE, image->key) == 0;
     for (int32_t i = 0; i < image->num_images; ++i) {
         if (!has_sound_windows(image->images[i]))
+            return zor__fail(ZOR_E_UNSUPPORTED, ZOR_MSG_CANNOT_HANDLE, image->key) == 0;
+        if (check_channels(image->images[i], any_channels, image->key) != 0)
+            return false;
+        // What is counted in channels, or made room for by them, must stay far from overflowing.
+        constexpr int64_t most_channels = int64_t{1} << 24;
+        const ZOR_IMAGE_DESC &desc = image->images[i];
+        if (int64_t{desc.image.count} + desc.matte.count + desc.aux.count > most_channels)
             return zor__fail(ZOR_E_UNSUPPORTED, ZOR_MSG_CANNOT_HANDLE, image->key) == 0;
         if (!complete_description(&image->images[i], FMT_def_input_gamma()))
             return zor__fail(ZOR_E_MEMORY, ZOR_MSG_NO_MEMORY) == 0;

@@ -49,8 +49,13 @@ int raster(ZOR_IMAGE *image, ZOR_RASTER_FUNCTION ZOR_IMAGE::*function, Words... 
 } // namespace
 
 int ZOR_scan_read(ZOR_IMAGE *image, int32_t y, void ***rows) {
-    // A reader stores the address of its channel pointers through rows.
-    return transfer(image, &ZOR_IMAGE::scan, y, reinterpret_cast<void **>(rows));
+    // A reader stores the address of its channel pointers through rows; some driver may not.
+    if (rows != nullptr)
+        *rows = nullptr;
+    const int result = transfer(image, &ZOR_IMAGE::scan, y, reinterpret_cast<void **>(rows));
+    if (result != 0 || rows == nullptr || *rows != nullptr)
+        return result;
+    return zor__fail(ZOR_E_READ, ZOR_MSG_CANNOT_READ, y, "the driver delivers none");
 }
 
 int ZOR_scan_write(ZOR_IMAGE *image, int32_t y, void **rows) {

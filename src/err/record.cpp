@@ -103,6 +103,11 @@ void put(T *output, U value) {
 
 } // namespace
 
+void zor::expand_format(char *buffer, size_t size, const char *format, va_list arguments) {
+    Writer out(buffer, size);
+    expand(out, format, arguments);
+}
+
 int ERR_report(ERR_OBJECT *record, ...) {
     // Masked reports count here, unlike those of ERR_report_cat: a record's count tells how often
     // its trouble happened, whether or not anyone wanted to hear of it.

@@ -1,6 +1,7 @@
 // report.cpp - catalogue reports: a severity, a printf format and its arguments.
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 
 #include "err/reporter.h"
 #include "err/status.h"
@@ -33,13 +34,27 @@ uint8_t severity_byte(int severity) {
     return severity >= 0 && severity <= UINT8_MAX ? static_cast<uint8_t>(severity) : UINT8_MAX;
 }
 
+// Whether a format has real numbers, whose point printf takes from the application's locale, and
+// nothing that records do not understand.
+bool has_plain_reals(const char *format) {
+    bool found = false;
+    for (const char *at = format; (at = std::strchr(at, '%')) != nullptr; at += 2) {
+        if (at[1] == '\0' || std::strchr("cdfs%", at[1]) == nullptr)
+            return false;
+        found = found || at[1] == 'f';
+    }
+    return found;
+}
+
 ZOR_PRINTF(3, 0)
 int report(Channel &channel, int severity, const char *format, va_list arguments) {
     // Only reports that pass the masks count here; ERR_report counts the masked ones as well.
     const int mask = zor::report_mask(severity);
     if (mask != 0)
         return mask;
-    if (std::vsnprintf(channel.text, sizeof channel.text, format, arguments) < 0)
+    if (has_plain_reals(format))
+        zor::expand_format(channel.text, sizeof channel.text, format, arguments);
+    else if (std::vsnprintf(channel.text, sizeof channel.text, format, arguments) < 0)
         channel.text[0] = '\0'; // an argument could not be converted
     zor::count_report(severity);
     channel.record.kind = 1;

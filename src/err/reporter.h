@@ -1,6 +1,9 @@
 // reporter.h - what the files of the error reporter share.
 #pragma once
 
+#include <cstdarg>
+#include <cstddef>
+
 #include "zor/err.h"
 
 // Hands a report to the record's handlers, the global ones and, if none returned 0, the default
@@ -8,6 +11,9 @@
 int err__dispatch(ERR_OBJECT *record, const char *message);
 
 namespace zor {
+
+// Expands what records understand of printf, the same in every locale. Cuts what does not fit.
+void expand_format(char *buffer, size_t size, const char *format, va_list arguments);
 
 inline constexpr int severity_count = ERR_FATAL + 1;
 inline constexpr uint32_t record_masked = 1; // bit of ERR_OBJECT::flags

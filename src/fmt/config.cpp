@@ -2,6 +2,7 @@
 #include "fmt/config.h"
 
 #include <cctype>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -109,6 +110,7 @@ int add_line(const char *piece) {
 int read_lines(FILE *file) {
     char piece[piece_size];
     size_t bytes = 0;
+    errno = 0;
     while (std::fgets(piece, sizeof piece, file) != nullptr) {
         // A piece costs its record at least, and its text's length once more.
         bytes += sizeof(LineRecord) + std::strlen(piece);
@@ -120,6 +122,8 @@ int read_lines(FILE *file) {
         if (add_line(piece) != 0)
             return -1;
     }
+    if (std::ferror(file) != 0) // what there is of it counts all the same
+        ERR_report_errno(errno, reader.path);
     dst_list_rewind(&reader.lines);
     return 0;
 }

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "platform/platform.h"
 #include "zor/clr.h"
 #include "zor/ops.h"
 
@@ -11,11 +12,13 @@ namespace zor {
 
 namespace {
 
-// Set by ZOR_color_matrix_set until the next one or a reset; guarded by ColorMatrixLock.
-constinit struct {
+// Set by ZOR_color_matrix_set until the next one or a reset; guarded by the library's lock, which is not
+// held while anything is reported.
+struct Floats {
     std::array<float, 9> to_xyz = {1, 0, 0, 0, 1, 0, 0, 0, 1};
     std::array<float, 9> from_xyz = {1, 0, 0, 0, 1, 0, 0, 0, 1};
-} matrices;
+};
+constinit Floats matrices;
 
 struct Chromaticity {
     double x, y;
@@ -112,32 +115,38 @@ bool rgb_to_xyz(const float *primaries, Matrix *to_xyz) {
 }
 
 ColorMatrices color_matrices() {
-    const ColorMatrixLock lock;
+    const platform::Lock lock(platform::library_mutex());
     return {to_double(matrices.to_xyz), to_double(matrices.from_xyz)};
+}
+
+bool set_color_matrices(const float *primaries, ColorMatrices *set) {
+    Matrix to_xyz;
+    Matrix from_xyz;
+    Floats floats;
+    if (!rgb_to_xyz(primaries, &to_xyz) || !invert(to_xyz, &from_xyz) ||
+        !to_float(to_xyz, &floats.to_xyz) || !to_float(from_xyz, &floats.from_xyz))
+        return false;
+    const platform::Lock lock(platform::library_mutex());
+    matrices = floats;
+    *set = {to_double(floats.to_xyz), to_double(floats.from_xyz)};
+    return true;
 }
 
 } // namespace zor
 
 int ZOR_color_matrix_set(int32_t /*num_channels*/, const float *primaries) {
-    const zor::ColorMatrixLock lock;
-    zor::Matrix to_xyz;
-    zor::Matrix from_xyz;
-    auto set = zor::matrices;
-    if (!zor::rgb_to_xyz(primaries, &to_xyz) || !zor::invert(to_xyz, &from_xyz) ||
-        !zor::to_float(to_xyz, &set.to_xyz) || !zor::to_float(from_xyz, &set.from_xyz))
-        return -1;
-    zor::matrices = set;
-    return 0;
+    zor::ColorMatrices set;
+    return zor::set_color_matrices(primaries, &set) ? 0 : -1;
 }
 
 int ZOR_color_matrix_reset(void) {
-    const zor::ColorMatrixLock lock;
+    const zor::platform::Lock lock(zor::platform::library_mutex());
     zor::matrices = {};
     return 1;
 }
 
 void ZOR_color_matrix_get(float *to_xyz, float *from_xyz) {
-    const zor::ColorMatrixLock lock;
+    const zor::platform::Lock lock(zor::platform::library_mutex());
     if (to_xyz != nullptr)
         std::copy(zor::matrices.to_xyz.begin(), zor::matrices.to_xyz.end(), to_xyz);
     if (from_xyz != nullptr)

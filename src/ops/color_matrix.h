@@ -7,7 +7,7 @@
 
 #include <array>
 
-#include "platform/platform.h"
+#include "zor/driver.h"
 
 namespace zor {
 
@@ -31,19 +31,20 @@ bool white_point(const float *primaries, Triple *white);
 // From rgb to X, Y, Z; false when primaries and white do not define it.
 bool rgb_to_xyz(const float *primaries, Matrix *to_xyz);
 
-// The matrices that are set. Hold a ColorMatrixLock from setting to reading.
+// The matrices that are set, and what ZOR_color_matrix_set does, with a copy of what was set: another
+// thread may set others at any time.
 struct ColorMatrices {
     Matrix to_xyz, from_xyz;
 };
 ColorMatrices color_matrices();
+bool set_color_matrices(const float *primaries, ColorMatrices *set);
 
-// Keeps other threads from the matrices for the length of a scope; one thread may hold several.
-class ColorMatrixLock {
-public:
-    ColorMatrixLock() : lock_(platform::library_mutex()) {}
-
-private:
-    platform::Lock lock_;
-};
+// The pushes of ops.h that go by the process's matrices, with the caller's instead.
+ZOR_IMAGE *push_rgb_transform(ZOR_IMAGE *image, const ZOR_RESPONSE_CURVE *curve,
+                              const ColorMatrices &matrices);
+ZOR_IMAGE *push_xyz_transform(ZOR_IMAGE *image, const ZOR_RESPONSE_CURVE *curve,
+                              const ColorMatrices &matrices);
+ZOR_IMAGE *push_samples_to_display(ZOR_IMAGE *image, const ZOR_RESPONSE_CURVE *curve,
+                                   const ColorMatrices &matrices);
 
 } // namespace zor

@@ -100,26 +100,27 @@ bool make_curves(TransformHead &to, const ZOR_RESPONSE_CURVE &stored,
 
 // What is between the image's colours and the wanted ones; false when the image's primaries define
 // nothing.
-using FindMatrix = bool (*)(const ZOR_IMAGE &image, Matrix *matrix);
+using FindMatrix = bool (*)(const ZOR_IMAGE &image, const ColorMatrices *set, Matrix *matrix);
 
-bool rgb_to_rgb(const ZOR_IMAGE &image, Matrix *matrix) {
+bool rgb_to_rgb(const ZOR_IMAGE &image, const ColorMatrices *set, Matrix *matrix) {
     Matrix to_xyz;
     if (!rgb_to_xyz(image.primaries, &to_xyz))
         return false;
-    *matrix = product(to_xyz, color_matrices().from_xyz);
+    *matrix = product(to_xyz, set->from_xyz);
     return true;
 }
 
-bool xyz_to_rgb(const ZOR_IMAGE & /*image*/, Matrix *matrix) {
-    *matrix = color_matrices().from_xyz;
+bool xyz_to_rgb(const ZOR_IMAGE & /*image*/, const ColorMatrices *set, Matrix *matrix) {
+    *matrix = set->from_xyz;
     return true;
 }
 
-bool rgb_to_luminance(const ZOR_IMAGE &image, Matrix *matrix) {
-    const ColorMatrixLock lock;
-    if (ZOR_color_matrix_set(image.images[0].image.count, image.primaries) != 0)
+// Leaves its matrices behind for the whole process.
+bool rgb_to_luminance(const ZOR_IMAGE &image, const ColorMatrices * /*set*/, Matrix *matrix) {
+    ColorMatrices own;
+    if (!set_color_matrices(image.primaries, &own))
         return false;
-    *matrix = color_matrices().to_xyz;
+    *matrix = own.to_xyz;
     return true;
 }
 
@@ -139,13 +140,13 @@ void set_matrix(ColorMix *mix, const Matrix &matrix) {
 
 // All that the three do alike; false when nothing is to be pushed.
 bool prepare(TransformHead &to, const ZOR_IMAGE &image, const ZOR_RESPONSE_CURVE &wanted,
-             int32_t output_channels, FindMatrix find_matrix) {
+             int32_t output_channels, const ColorMatrices *set, FindMatrix find_matrix) {
     const ZOR_IMAGE_DESC &desc = image.images[0];
     const ActivePart part = active_part(desc);
     to.offset = part.offset;
     to.count = part.count;
     Matrix matrix;
-    if (!make_curves(to, desc.curve, wanted, output_channels) || !find_matrix(image, &matrix))
+    if (!make_curves(to, desc.curve, wanted, output_channels) || !find_matrix(image, set, &matrix))
         return false;
     const int32_t depth = to.input.curve.depth;
     to.mix.precision = std::min(depth, most_precision);
@@ -162,30 +163,39 @@ bool can_transform(const ZOR_IMAGE *image, const ZOR_RESPONSE_CURVE *curve, cons
 
 template<Tag tag>
 ZOR_IMAGE *push_transform(ZOR_IMAGE *image, const ZOR_RESPONSE_CURVE *curve, const char *name,
-                          int32_t output_channels, FindMatrix find_matrix) {
+                          int32_t output_channels, const ColorMatrices &set,
+                          FindMatrix find_matrix) {
     if (!can_transform(image, curve, name))
         return image;
     RecordPtr<Transform<tag>> record = new_record<Transform<tag>>();
-    if (record == nullptr || !prepare(*record, *image, *curve, output_channels, find_matrix))
+    if (record == nullptr || !prepare(*record, *image, *curve, output_channels, &set, find_matrix))
         return image;
     return install(image, std::move(record));
 }
 
 } // namespace
 
+ZOR_IMAGE *push_rgb_transform(ZOR_IMAGE *image, const ZOR_RESPONSE_CURVE *curve,
+                              const ColorMatrices &matrices) {
+    return push_transform<Tag::rgb_transform>(image, curve, rgb_name, 1, matrices, &rgb_to_rgb);
+}
+
+ZOR_IMAGE *push_xyz_transform(ZOR_IMAGE *image, const ZOR_RESPONSE_CURVE *curve,
+                              const ColorMatrices &matrices) {
+    return push_transform<Tag::xyz_transform>(image, curve, xyz_name, 3, matrices, &xyz_to_rgb);
+}
+
 } // namespace zor
 
 ZOR_IMAGE *ZOR__rgb_transform(ZOR_IMAGE *image, const ZOR_RESPONSE_CURVE *curve) {
-    using namespace zor;
-    return push_transform<Tag::rgb_transform>(image, curve, rgb_name, 1, &rgb_to_rgb);
+    return zor::push_rgb_transform(image, curve, zor::color_matrices());
 }
 int ZOR__rgb_transform_undo(ZOR_IMAGE *image) {
     return zor::undo<zor::Transform<zor::Tag::rgb_transform>>(image);
 }
 
 ZOR_IMAGE *ZOR__xyz_transform(ZOR_IMAGE *image, const ZOR_RESPONSE_CURVE *curve) {
-    using namespace zor;
-    return push_transform<Tag::xyz_transform>(image, curve, xyz_name, 3, &xyz_to_rgb);
+    return zor::push_xyz_transform(image, curve, zor::color_matrices());
 }
 int ZOR__xyz_transform_undo(ZOR_IMAGE *image) {
     return zor::undo<zor::Transform<zor::Tag::xyz_transform>>(image);
@@ -196,7 +206,7 @@ ZOR_IMAGE *ZOR__rgb_luminance(ZOR_IMAGE *image, const ZOR_RESPONSE_CURVE *curve)
     if (!can_transform(image, curve, rgb_name))
         return image;
     RecordPtr<Luminance> record = new_record<Luminance>();
-    if (record == nullptr || !prepare(*record, *image, *curve, 3, &rgb_to_luminance))
+    if (record == nullptr || !prepare(*record, *image, *curve, 3, nullptr, &rgb_to_luminance))
         return image;
     ZOR_IMAGE_DESC &desc = image->images[0];
     record->others = desc.matte.count + desc.aux.count;

@@ -192,43 +192,48 @@ Outcome push_luminance(Pushing &pushing, const Request &request, const ZOR_IMAGE
 // Colours for the display's curve and primaries. Indices of display tables are left alone, in as
 // far as they can be told.
 Outcome push_correction(Pushing &pushing, const Request &request, const ZOR_IMAGE_DESC &desc,
-                        bool other_primaries) {
+                        const ColorMatrices &matrices, bool other_primaries) {
     const std::string_view format = format_of(desc);
     const bool indices = desc.size_code == 8 || desc.size_code == 16;
     if (format == "raw" || (format == "sampled" && desc.size_code != 16))
         return outcome_of(
-            pushing.push(SAMPLES_TO_DISPLAY, &ZOR__samples_to_display, request.curve));
+            pushing.push(SAMPLES_TO_DISPLAY, &push_samples_to_display, request.curve, matrices));
     if (indices)
         return Outcome::done;
     if (format == "rgb" && other_primaries)
-        return outcome_of(pushing.push(RGB_TRANSFORM, &ZOR__rgb_transform, request.curve));
+        return outcome_of(
+            pushing.push(RGB_TRANSFORM, &push_rgb_transform, request.curve, matrices));
     if (format == "rgb")
         return outcome_of(pushing.push(GAMMA, &ZOR__gamma, request.curve));
     if (format == "xyz")
-        return outcome_of(pushing.push(XYZ_TRANSFORM, &ZOR__xyz_transform, request.curve));
+        return outcome_of(
+            pushing.push(XYZ_TRANSFORM, &push_xyz_transform, request.curve, matrices));
     report_format(desc);
     return Outcome::stop;
 }
 
-// All of it. An outcome of stop leaves what was pushed by then.
+// All of it. An outcome of stop leaves what was pushed by then. The corrections get the matrices that
+// were set here, whatever other threads do with those of the process: no lock is held while operators
+// are pushed, since they report.
 Outcome push_all(ZOR_IMAGE *image, Display &record, const Request &request) {
-    const ColorMatrixLock lock;
     Pushing pushing(image, &record);
     Outcome outcome = push_samples(pushing, request);
     if (outcome != Outcome::done)
         return outcome;
     const ZOR_IMAGE_DESC &desc = image->images[0];
+    ColorMatrices matrices;
     if ((request.flags & ZOR_DISPLAY_LUMINANCE) != 0) {
         outcome = push_luminance(pushing, request, desc);
+        matrices = color_matrices();
     } else {
-        if (ZOR_color_matrix_set(desc.image.count, request.primaries) != 0)
+        if (!set_color_matrices(request.primaries, &matrices))
             return Outcome::stop;
         record.done[MATRIX] = 1;
     }
     if (outcome == Outcome::done && (request.flags & ZOR_DISPLAY_COLOR) != 0) {
         const bool other =
             (request.flags & ZOR_DISPLAY_LUMINANCE) == 0 && differ(request.primaries, *image);
-        outcome = push_correction(pushing, request, desc, other);
+        outcome = push_correction(pushing, request, desc, matrices, other);
     }
     return outcome;
 }

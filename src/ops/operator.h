@@ -124,14 +124,24 @@ inline int scan_below(const OperatorHead &head, int y, void **rows) {
     return head.scan(head.data, y, rows);
 }
 
+// The same for reading. A driver that says all is well and delivers no rows has failed.
+inline int read_below(const OperatorHead &head, int y, void ***rows) {
+    *rows = nullptr;
+    const int result = head.scan(head.data, y, reinterpret_cast<void **>(rows));
+    if (result < 0 || *rows != nullptr)
+        return result;
+    return zor__fail(ZOR_E_READ, ZOR_MSG_CANNOT_READ, y, "the driver delivers none");
+}
+
 template<class Record>
 int read_scan(void *state, int y, void **rows) {
     auto *record = static_cast<Record *>(state);
     if (record == nullptr)
         return report_locked();
-    const int result = scan_below(record->head, y, rows);
+    auto *variable = reinterpret_cast<void ***>(rows);
+    const int result = read_below(record->head, y, variable);
     if (result >= 0)
-        record->read(y, *reinterpret_cast<void ***>(rows)); // rows is the address of a variable
+        record->read(y, *variable);
     return result;
 }
 

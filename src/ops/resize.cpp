@@ -57,7 +57,7 @@ int Resize::hold(int32_t line) {
         return 0;
     const int32_t y = old.desc.win_bottom + line;
     void **below = nullptr;
-    const int result = scan_below(head, y, reinterpret_cast<void **>(&below));
+    const int result = read_below(head, y, &below);
     if (result < 0)
         return result;
     old.last_line = y;

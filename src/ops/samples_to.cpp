@@ -12,6 +12,7 @@
 #include "ops/operator.h"
 #include "ops/sample_curves.h"
 #include "ops/samples.h"
+#include "platform/platform.h"
 #include "zor/clr.h"
 #include "zor/str.h"
 
@@ -84,7 +85,9 @@ struct Wanted {
     int32_t num_channels;            // of the result
     const ZOR_RESPONSE_CURVE *curve; // null: floats
     const char *chan_format;
-    bool (*mix)(const ZOR_IMAGE &image, Matrix *mix); // what makes the result of X, Y, Z
+    // What makes the result of X, Y, Z, and the matrices for that; null where it asks for none.
+    bool (*mix)(const ZOR_IMAGE &image, const ColorMatrices *set, Matrix *mix);
+    const ColorMatrices *matrices = nullptr;
 };
 
 // Weights of channels without a colour meaning: one goes to all three, two leave the third black.
@@ -160,11 +163,13 @@ Prepared prepare(SampleTransform *record, const ZOR_IMAGE &image, const ZOR_IMAG
     record->new_format.reset(STR_save(wanted.chan_format));
     if (record->new_format == nullptr)
         return Prepared::no_memory;
-    const ColorMatrixLock lock; // for the colour database too, which has none of its own
+    platform::Lock lock(platform::library_mutex()); // the colour database has none of its own
     const CLR_SAMPLES *space = CLR_find(record->num_old);
+    lock.unlock();
     Triple white;
     Matrix mix;
-    if (space == nullptr || !white_point(image.primaries, &white) || !wanted.mix(image, &mix))
+    if (space == nullptr || !white_point(image.primaries, &white) ||
+        !wanted.mix(image, wanted.matrices, &mix))
         return Prepared::unfit;
     weigh_samples(record, *space, white, mix);
     return Prepared::good;
@@ -215,20 +220,20 @@ bool has_format(const ZOR_IMAGE &image, std::string_view format) {
     return image.images[0].chan_format == format;
 }
 
-bool as_is(const ZOR_IMAGE & /*image*/, Matrix *mix) {
+bool as_is(const ZOR_IMAGE & /*image*/, const ColorMatrices * /*set*/, Matrix *mix) {
     *mix = identity_matrix;
     return true;
 }
-bool to_colour_matrices(const ZOR_IMAGE & /*image*/, Matrix *mix) {
-    *mix = color_matrices().from_xyz;
+bool to_colour_matrices(const ZOR_IMAGE & /*image*/, const ColorMatrices *set, Matrix *mix) {
+    *mix = set->from_xyz;
     return true;
 }
-bool to_own_primaries(const ZOR_IMAGE &image, Matrix *mix) {
+bool to_own_primaries(const ZOR_IMAGE &image, const ColorMatrices * /*set*/, Matrix *mix) {
     Matrix to_xyz;
     return rgb_to_xyz(image.primaries, &to_xyz) && invert(to_xyz, mix);
 }
 // Y comes first.
-bool to_luminance(const ZOR_IMAGE & /*image*/, Matrix *mix) {
+bool to_luminance(const ZOR_IMAGE & /*image*/, const ColorMatrices * /*set*/, Matrix *mix) {
     *mix = {0, 1, 0, 1, 0, 0, 0, 0, 1};
     return true;
 }
@@ -244,16 +249,21 @@ constexpr const char *to_xyz_name = "color sample to xyz transform operator";
 
 } // namespace
 
-} // namespace zor
-
-ZOR_IMAGE *ZOR__samples_to_display(ZOR_IMAGE *image, const ZOR_RESPONSE_CURVE *curve) {
-    using namespace zor;
+ZOR_IMAGE *push_samples_to_display(ZOR_IMAGE *image, const ZOR_RESPONSE_CURVE *curve,
+                                   const ColorMatrices &matrices) {
     if (!can_have_samples(image, transform_name) || curve == nullptr)
         return image;
     const bool raw = has_format(*image, "raw");
     if (!raw && !has_format(*image, "sampled"))
         return image;
-    return push<ToDisplay>(image, {transform_name, raw, 3, curve, "rgb", &to_colour_matrices});
+    return push<ToDisplay>(image,
+                           {transform_name, raw, 3, curve, "rgb", &to_colour_matrices, &matrices});
+}
+
+} // namespace zor
+
+ZOR_IMAGE *ZOR__samples_to_display(ZOR_IMAGE *image, const ZOR_RESPONSE_CURVE *curve) {
+    return zor::push_samples_to_display(image, curve, zor::color_matrices());
 }
 int ZOR__samples_to_display_undo(ZOR_IMAGE *image) { return zor::undo<zor::ToDisplay>(image); }
 

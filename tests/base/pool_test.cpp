@@ -76,7 +76,7 @@ TEST(Purge, EmptiesAllCachesButTheNameEntries) {
 TEST(Containers, ReportExhaustionOnceAndLeakNothing) {
     ReportLog log;
     dst_purge();
-    const long allocations = for_each_failing_allocation([&](Fault &fault) {
+    const auto scenario = [&](const Fault &fault) {
         log.clear();
         int expected = 0;
         void *storage = nullptr;
@@ -103,8 +103,8 @@ TEST(Containers, ReportExhaustionOnceAndLeakNothing) {
         dst_purge();
         EXPECT_EQ(log.count(ZOR_MSG_NO_MEMORY), expected + (fault.struck() ? 1 : 0));
         EXPECT_EQ(fault.live(), 0);
-    });
-    EXPECT_EQ(allocations, 11);
+    };
+    EXPECT_EQ(for_each_failing_allocation(scenario, Failing::single), 11);
 }
 
 } // namespace

@@ -1,13 +1,10 @@
-// fault_test.cpp - where all the modules have to fail: channels that do not fit, missing lines, no
-// memory, a full disk, pipes.
+// fault_test.cpp - where all the modules have to fail: channels that do not fit, missing lines, pipes.
 #include <gmock/gmock.h>
 
-#include <cstring>
 #include <sys/stat.h>
 #include <thread>
 
 #include "modules/picture.h"
-#include "support/fault.h"
 
 namespace {
 
@@ -62,69 +59,6 @@ TEST_F(ModuleFaults, FilesThatLackLinesDoNotLookWhole) {
         Picture back;
         EXPECT_NE(read_picture(temp.path, &back), 0);
     }
-}
-
-// Frames are how many times the picture is in the file; 0 for a format of single images.
-TEST_F(ModuleFaults, EveryFailedAllocationIsReportedAndNothingLeaks) {
-    const Picture picture = noise(3, 2, integers(3, 8), integers(1, 8));
-    ZOR_multiframe_set(0, 0); // a kept handle would look like a leak
-    for (const auto &[extension, frames] : {std::pair(".pnm", 0), {".png", 0}, {".tiff", 2}}) {
-        const TempFile temp(extension);
-        Info info(temp.path.c_str()); // complete before the faults begin
-        ZOR_IMAGE_DESC *desc = ZOR_info_add_image(&info, 3, 2);
-        desc->image = picture.image;
-        desc->matte = picture.matte;
-        info.complete_path = 1;
-        info.name = STR_save("name");
-        info.program = STR_save("caf\xE9");
-        info.description = STR_save("\xC3\xA9");
-
-        for (const bool writing : {true, false}) {
-            const auto run = [&, frames = frames](const Fault &fault) {
-                if (writing)
-                    std::remove(temp.path.c_str());
-                log.clear();
-                ZOR_IMAGE *image = info.open(writing ? "w" : "r");
-                EXPECT_EQ(temp.exists(), !writing || image != nullptr);
-                int status = image == nullptr ? zor__err : 0;
-                void **rows = nullptr;
-                for (int frame = 0; frame < std::max(frames, 1) && status == 0; ++frame) {
-                    status = frames > 0 ? ZOR_set_frame(image, frame + 1) : 0;
-                    for (int y = 1; y >= 0 && status == 0; --y)
-                        status = writing ? write_line(image, picture, y)
-                                         : ZOR_scan_read(image, y, &rows);
-                }
-                const int closed = image != nullptr ? ZOR_close(image) : status;
-                EXPECT_EQ(status, fault.struck() ? ZOR_E_MEMORY : 0) << log.text();
-                EXPECT_EQ(log.count(ZOR_MSG_NO_MEMORY), fault.struck() ? 1 : 0) << log.text();
-                EXPECT_TRUE(!writing || (closed < 0) == fault.struck());
-                EXPECT_EQ(fault.live(), 0);
-            };
-            EXPECT_GT(for_each_failing_allocation(run), 10);
-        }
-        EXPECT_GT(temp.bytes().size(), 24U);
-
-        const Image image(open_for_reading(temp.path));
-        for_each_failing_allocation([&](const Fault &fault) {
-            ZOR_INFO copy;
-            const int status = ZOR_info_from_image(&copy, image.get());
-            EXPECT_EQ(status, fault.struck() ? ZOR_E_MEMORY : 0);
-            if (status == 0)
-                ZOR_info_cleanup(&copy, 1);
-            EXPECT_EQ(fault.live(), 0);
-        });
-    }
-}
-
-TEST_F(ModuleFaults, AFullDiskShowsAtTheLatestWhenClosing) {
-    for (const int size : {2, 400})
-        for (const char *key : {"pnm", "png", "tiff"}) {
-            const auto with_key = [key](ZOR_INFO &info) { info.key = STR_save(key); };
-            const Picture picture = noise(size, size, integers(3, 8));
-            EXPECT_EQ(write_picture(picture, "/dev/full", with_key), ZOR_E_WRITE);
-            EXPECT_THAT(log.last(), testing::HasSubstr(std::strerror(ENOSPC)));
-        }
-    EXPECT_GE(log.count(ZOR_MSG_CANNOT_WRITE), 6);
 }
 
 TEST_F(ModuleFaults, PipesGiveTheirLinesInOrderOnly) {

@@ -309,7 +309,7 @@ TEST_F(Color, XyzLuminanceIsToBeHadWithoutMemoryOnly) {
         }
         EXPECT_EQ(fake.desc().image.count, 3);
     });
-    EXPECT_EQ(pushed, 1);
+    EXPECT_EQ(pushed, 2); // as soon as the first allocation is well, whatever follows
 
     // A display takes away what came with it.
     void *const driver = fake.image()->data[0];

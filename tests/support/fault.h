@@ -2,14 +2,26 @@
 //
 //     for_each_failing_allocation([](Fault &) { ...one scenario, start to end... });
 //
-// runs the scenario again and again, the first, second, third... allocation failing each time, until
-// a run gets by without the failure.
+// runs the scenario again and again, the first, second, third... allocation failing each time, and
+// then also all allocations from there on, until a run gets by without the failure. The program says
+// in the end how many points were tried.
 #pragma once
 
+#include <cstdio>
 #include <cstdlib>
 
 #include "err/memory.h"
 #include "zor/err.h"
+
+// The points at which something failed on purpose in this program.
+struct FaultPoints {
+    ~FaultPoints() {
+        if (count > 0)
+            std::printf("fault points: %ld\n", count);
+    }
+    long count = 0;
+};
+inline FaultPoints fault_points;
 
 class Fault {
 public:
@@ -21,6 +33,7 @@ public:
     ~Fault() {
         zor::set_allocator({std::malloc, std::realloc, std::free});
         active_ = nullptr;
+        fault_points.count += struck_ ? 1 : 0;
     }
     Fault(Fault &&) = delete;
 
@@ -55,13 +68,19 @@ private:
     long live_ = 0;
 };
 
-// Runs a scenario with each of its allocations failing in turn. Returns how many there were.
+// Runs a scenario with each of its allocations failing in turn, and then with the later ones failing
+// too, unless they are "single". Returns how many there were.
+enum class Failing { single, and_later };
 template<class Scenario>
-long for_each_failing_allocation(Scenario scenario) {
-    for (long n = 1;; ++n) {
-        Fault fault(n);
-        scenario(fault);
-        if (!fault.struck())
-            return n - 1;
-    }
+long for_each_failing_allocation(Scenario scenario, Failing failing = Failing::and_later) {
+    long points = 0;
+    for (const bool all : {false, true})
+        for (long n = 1; !all || failing == Failing::and_later; ++n) {
+            Fault fault(n, all);
+            scenario(fault);
+            points = all ? points : n - 1;
+            if (!fault.struck())
+                break;
+        }
+    return points;
 }

@@ -1,4 +1,4 @@
-// convert_test.cpp - conversions of images that take a program to make, and without memory.
+// convert_test.cpp - conversions of images that take a program to make.
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -154,41 +154,5 @@ TEST_F(Convert, ADisplayMakesRgbOfOtherColours) {
     write_ramp("a.mox", 2.2F, "xyz");
     EXPECT_EQ(convert("a.mox", "d.mox", true, luminance), zor::EXIT_INPUT_FAILED);
 }
-
-#ifdef ZOR_STATIC // the library is part of this program
-TEST_F(Convert, EveryAllocationMayFail) {
-    write_two_images("a.mox");
-    write_file(path("a.pam"), pam(9, 5, 4, 2));
-    write_ramp("ramp.mox", 2.2F);
-    zor::Operations resized;
-    resized.size = zor::parse_size("50x");
-    zor::Operations shown = resized;
-    shown.display = true;
-    shown.gamma = 1.8F;
-    shown.primaries = zor::parse_primaries("p3");
-    zor::Operations wide;
-    wide.bits = 16;
-    const std::tuple<const char *, const char *, zor::Operations> cases[] = {
-        {"a.mox", "b.pgm", {}},     {"a.pam", "b.png", {}},         {"a.pam", "b.mox", {}},
-        {"b.png", "c.mox", {}},     {"ramp.mox", "b.mox", resized}, {"ramp.mox", "b.mox", shown},
-        {"ramp.mox", "b.mox", wide}};
-    for (const auto &[from, to, operations] : cases) {
-        SCOPED_TRACE(std::string(from) + " to " + to);
-        const auto run = [&, from = from, to = to, &operations = operations](const Fault &fault) {
-            fs::remove(path(to));
-            testing::internal::CaptureStderr();
-            const zor::ExitCode code = convert(from, to, false, operations);
-            const std::string said = testing::internal::GetCapturedStderr();
-            EXPECT_TRUE(code == zor::EXIT_FINE || fault.struck()) << said;
-            EXPECT_EQ(code == zor::EXIT_FINE, fs::exists(path(to)));
-            EXPECT_EQ(code == zor::EXIT_FINE, said.empty()) << said;
-            EXPECT_EQ(fault.live(), 0);
-            for (const auto &entry : fs::directory_iterator(work_.path))
-                EXPECT_NE(entry.path().filename().string()[0], '.') << "a temporary file stays";
-        };
-        EXPECT_GT(for_each_failing_allocation(run), 20);
-    }
-}
-#endif
 
 } // namespace

@@ -202,41 +202,4 @@ TEST_F(MemTest, ImagesTooLargeForMemoryAreRefused) {
     }
 }
 
-// An image of that name stays what it was unless a new one is complete.
-TEST_F(MemTest, EveryAllocationMayFail) {
-    EXPECT_EQ(ZOR_close(begin("a.mem", 1)), 0);
-    uint8_t entries[] = {1, 2, 3};
-    void *tables[] = {entries};
-    for (const bool writing : {true, false}) {
-        const auto scenario = [&](const Fault &fault) {
-            Request request("a.mem");
-            for (int k = 0; k < 2; ++k)
-                if (ZOR_IMAGE_DESC *desc = ZOR_info_add_image(&request.info, 6, 4); desc != nullptr)
-                    desc->curve = {2, 0, 0, 1, 3, ZOR_C_INTEGER, 8, tables};
-            if (fault.struck())
-                return;
-            log.clear();
-            ZOR_IMAGE *image = request.open(writing ? "w" : "r");
-            EXPECT_EQ(image == nullptr, fault.struck());
-            if (image == nullptr) {
-                EXPECT_TRUE(zor__err == ZOR_E_MEMORY && log.has(ZOR_MSG_NO_MEMORY)) << log.text();
-                return;
-            }
-            EXPECT_TRUE(writing ? write(image, 0, 3) + write(image, 1, 0) == 0
-                                : reads_back(image, 0, 3) && reads_back(image, 1, 0));
-            EXPECT_EQ(ZOR_close(image), 0);
-        };
-        const long allocations = for_each_failing_allocation([&](const Fault &fault) {
-            scenario(fault);
-            if (!fault.struck())
-                return;
-            EXPECT_EQ(fault.live(), 0);
-            ZOR_IMAGE *image = Request("a.mem").open("r");
-            EXPECT_EQ(holds(image, 1), writing);
-            ZOR_close(image);
-        });
-        EXPECT_GT(allocations, 20);
-    }
-}
-
 } // namespace

@@ -4,10 +4,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
 
+#include "err/memory.h"
 #include "support/driver_test.h"
 #include "support/files.h"
 #include "zor/driver.h"
@@ -28,23 +31,52 @@ inline void put_text(std::string &file, size_t at, const std::string &text) {
     file.replace(at, text.size() + 1, text + '\0');
 }
 
+// The library's memory in bytes, now and at most since that was last set. Each block begins with its
+// size.
+struct MemoryWatch {
+    static constexpr size_t head = 16;
+    inline static size_t live, most;
+
+    static void *reallocate(void *block, size_t size) {
+        char *start = block != nullptr ? static_cast<char *>(block) - head : nullptr;
+        const size_t before = size_of(start);
+        start = static_cast<char *>(std::realloc(start, size + head));
+        if (start == nullptr)
+            return nullptr;
+        std::memcpy(start, &size, sizeof size);
+        live += size - before;
+        most = std::max(most, live);
+        return start + head;
+    }
+    static void release(void *block) {
+        if (block == nullptr)
+            return;
+        char *start = static_cast<char *>(block) - head;
+        live -= size_of(start);
+        std::free(start);
+    }
+    static void begin() { // for good: some blocks outlive the library
+        zor::set_allocator(
+            {[](size_t size) { return reallocate(nullptr, size); }, reallocate, release});
+    }
+
+private:
+    static size_t size_of(const char *start) {
+        size_t size = 0;
+        if (start != nullptr)
+            std::memcpy(&size, start, sizeof size);
+        return size;
+    }
+};
+
 class MoxTest : public DriverTest {
 protected:
     static void SetUpTestSuite() {
         delivered_ = 0;
+        MemoryWatch::begin();
         ASSERT_EQ(ZOR_init(nullptr, next_module), 0);
     }
     static void TearDownTestSuite() { ZOR_exit(); }
-
-    void SetUp() override {
-        // Thousands of small files: in memory where there is such a place.
-        const bool has_memory = std::filesystem::is_directory("/dev/shm");
-        directory = (has_memory ? "/dev/shm/" : testing::TempDir());
-        directory = make_directory(directory + "mox-");
-        ASSERT_NE(directory, "");
-        file = directory + "/file.mox";
-    }
-    void TearDown() override { std::filesystem::remove_all(directory); }
 
     // Opens bytes as a file.
     ZOR_IMAGE *open_bytes(const std::string &bytes) {
@@ -82,7 +114,8 @@ protected:
             ASSERT_EQ(write(image, k, y), 0);
     }
 
-    std::string directory, file;
+    const TempDir place_;
+    std::string directory = place_.path.string(), file = directory + "/file.mox";
 
 private:
     // The module poses as both of the formats.

@@ -1,0 +1,17 @@
+// locale.cpp - the locale that a test program runs in, where ZOR_TEST_LOCALE names one.
+#include <clocale>
+#include <cstdio>
+#include <cstdlib>
+
+namespace {
+
+[[maybe_unused]] const bool is_set = [] {
+    const char *wanted = std::getenv("ZOR_TEST_LOCALE");
+    if (wanted != nullptr && std::setlocale(LC_ALL, wanted) == nullptr) {
+        std::fprintf(stderr, "there is no locale %s\n", wanted);
+        std::_Exit(1);
+    }
+    return wanted != nullptr;
+}();
+
+} // namespace
