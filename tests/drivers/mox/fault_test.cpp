@@ -1,4 +1,5 @@
 // fault_test.cpp - MOX files when memory, the disk or the file system give out.
+#include <atomic>
 #include <cerrno>
 
 #include "drivers/mox/mox_files.h"
@@ -23,12 +24,12 @@ public:
 private:
     template<class Result>
     static Result fail(Result result, Result failure) {
-        if (--left_ != 0)
+        if (--left_ != 0) // of several threads one
             return result;
         errno = number_;
         return failure;
     }
-    inline static int left_;
+    inline static std::atomic<int> left_;
     inline static int number_;
     static constexpr zor::mox::FileCalls calls_ = {
         // a read that failed has moved the file all the same
@@ -39,7 +40,10 @@ private:
         [](FILE *file, int64_t position, int origin) {
             return fail(zor::mox::system_file_calls.seek(file, position, origin), -1);
         },
-        [](ZOR_IMAGE *image, FILE *file) { return fail(zor__close_file(image, file), EOF); }};
+        [](ZOR_IMAGE *image, FILE *file) { return fail(zor__close_file(image, file), EOF); },
+        [](FILE *file, int64_t position, void *to, size_t n) {
+            return fail(zor::mox::system_file_calls.read_at(file, position, to, n), n / 2);
+        }};
 };
 
 class FaultTest : public MoxTest {
