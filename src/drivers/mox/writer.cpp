@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 
 #include "drivers/mox/driver.h"
 #include "platform/platform.h"
@@ -148,25 +149,28 @@ void format_elapsed(char (&text)[time_size], uint32_t seconds) {
 namespace {
 
 // Links the headers, puts the tables in the place of their placeholders and notes the time it all
-// took. False on failure.
+// took: one piece of the file for each sub-image. False on failure.
 bool patch_file(Writer *writer) {
     WriteStream *stream = &writer->stream;
-    for (int32_t i = 0; i + 1 < writer->num_subs; ++i) {
-        uint8_t next[4];
-        put_big32(next, writer->subs[i + 1].header_at);
-        const int64_t field = writer->subs[i].header_at + static_cast<int64_t>(next_position);
-        if (!patch(stream, field, next, sizeof next))
-            return false;
-    }
-    for (int32_t i = 0; i < writer->num_subs; ++i) {
-        const WriteImage &sub = writer->subs[i];
-        const int64_t table = sub.header_at + static_cast<int64_t>(header_size);
-        if (!patch(stream, table, sub.table, table_size(sub)))
-            return false;
-    }
     char elapsed[time_size] = {};
     format_elapsed(elapsed, (platform::tick_count() - writer->opened) / 1000);
-    return patch(stream, time_position, elapsed, sizeof elapsed);
+    for (int32_t i = 0; i < writer->num_subs; ++i) {
+        WriteImage &sub = writer->subs[i];
+        if (i == 0)
+            std::memcpy(sub.header + time_position, elapsed, sizeof elapsed);
+        if (i + 1 < writer->num_subs)
+            put_big32(sub.header + next_position, writer->subs[i + 1].header_at);
+        // The table is right behind the header; they are brought together where the stream has
+        // nothing any more.
+        const size_t from = i == 0 ? time_position : next_position;
+        const size_t of_header = header_size - from;
+        std::memcpy(stream->block, sub.header + from, of_header);
+        std::memcpy(stream->block + of_header, sub.table, table_size(sub));
+        if (!patch(stream, sub.header_at + static_cast<int64_t>(from), stream->block,
+                   of_header + table_size(sub)))
+            return false;
+    }
+    return true;
 }
 
 // What is still missing in the file. A standard output stays as it was streamed: what was written
