@@ -99,7 +99,7 @@ typedef struct ZOR_IMAGE_DESC {
     int32_t reserved[3];
 } ZOR_IMAGE_DESC;
 
-/* Rasters --------------------------------------------------------------------------------------- */
+/* Rasters -------------------------------------------------------------------------------------- */
 
 /* Where the samples of one channel lie in the caller's memory. 12 bytes. */
 typedef struct ZOR_PLANE {

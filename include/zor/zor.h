@@ -214,7 +214,7 @@ ZOR_API int ZOR_get_raster(ZOR_IMAGE *image, ZOR_WORD channels, ZOR_WORD left, Z
 ZOR_API int ZOR_get_region(ZOR_IMAGE *image, ZOR_WORD channels, ZOR_WORD left, ZOR_WORD right,
                            ZOR_WORD bottom, ZOR_WORD top);
 
-/* Whole frames -------------------------------------------------------------------------------------
+/* Whole frames ------------------------------------------------------------------------------------
  *
  * Many lines in one call, straight between the file and the application's memory, and shared among
  * threads when that is asked for:
@@ -239,12 +239,12 @@ ZOR_API int ZOR_get_region(ZOR_IMAGE *image, ZOR_WORD channels, ZOR_WORD left, Z
  *   - ZOR_E_ARGUMENT (ZOR_MSG_CANNOT_HANDLE) for a sub-image, columns, a number of planes or of
  *     threads that cannot be; ZOR_E_SCANLINE (ZOR_MSG_BAD_SCANLINE) for lines outside the window;
  *     ZOR_E_MEMORY (ZOR_MSG_NO_MEMORY); nothing has been moved then;
- *   - what a scan of the line that failed returns and reports. When several lines cannot be moved it
- *     is the lowest of them. lines_done tells how many lines below it are good.
+ *   - what a scan of the line that failed returns and reports. When several lines cannot be moved
+ *     it is the lowest of them. lines_done tells how many lines below it are good.
  *
  * The handle's lock is held throughout, as for scanlines. Other threads than the calling one touch
- * the planes and the file only: they report nothing, allocate nothing, take no signals, and are gone
- * when the call returns. Where the system grants fewer threads than asked for those have to do; the
+ * the planes and the file only: they report nothing, allocate nothing, take no signals, and are
+ * gone when the call returns. Where the system grants fewer threads than asked for those have to do; the
  * result is the same for any number of them.
  */
 

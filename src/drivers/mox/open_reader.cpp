@@ -26,14 +26,10 @@ bool fail_memory() {
     return false;
 }
 
-// Accounts for memory about to be taken. An open file may have 64 bytes for each of its own, which
-// covers the best its coding can do, and 4 MiB to start with; one whose size cannot be known counts
-// with what has been read of it. False (reported) when it would take more.
+// Accounts for memory about to be taken. False (reported) when it would be too much.
 bool charge(Reader *reader, uint64_t bytes) {
-    constexpr uint64_t base = uint64_t{4} * 1024 * 1024;
     reader->memory += bytes;
-    const auto limit = base + 64 * static_cast<uint64_t>(known_size(reader->stream));
-    return reader->memory <= limit || fail_memory();
+    return reader->memory <= memory_limit(*reader) || fail_memory();
 }
 
 bool replace_text(char **field, const char *text) {

@@ -3,7 +3,7 @@
 // The threads take turns in claiming a chunk, some lines that lie close together in the file, and
 // then read and decode it by themselves: one positioned read a chunk, rows that stay in the cache
 // until they are copied to the planes. Whatever goes wrong with a line there is noted and no more:
-// the calling thread reads it again as a scanline, which finds out, and reports, what is to be said.
+// the calling thread reads it again as a scanline, which finds out and reports what is to be said.
 // Files that cannot be positioned, small ones, and lines too long for a chunk are read in this way
 // altogether.
 #include <algorithm>
@@ -138,8 +138,8 @@ struct ReadJob {
     int num_started = 0;
 };
 
-// How large the next chunk may be. Several threads get smaller and smaller ones, so that they end at
-// about the same time.
+// How large the next chunk may be. Several threads get smaller and smaller ones, so that they end
+// at about the same time.
 int64_t chunk_limit(const ReadJob &job) {
     if (job.num_threads == 1)
         return job.capacity;
@@ -218,21 +218,30 @@ void read_chunks(void *data) {
         read_chunk(job, chunk, bytes, target);
 }
 
-// Reads lines [first, end), of the active ones, as chunks. Returns which of them are bad; null,
-// reported, when memory ran out.
-Owned<uint8_t> read_by_chunks(const ReadImage &sub, const ZOR_RASTER &raster, int32_t first,
-                              int32_t end, int num_threads) {
+// Reads lines [first, end), of the active ones, as chunks.
+//   bad  receives which of them are to be read again, null when all are, because the file may not
+//        have so much memory
+// False when memory ran out, reported.
+bool read_by_chunks(const ReadImage &sub, const ZOR_RASTER &raster, int32_t first, int32_t end,
+                    int num_threads, Owned<uint8_t> *bad) {
     ReadJob job = {sub, raster, first, end, num_threads, most_of_line(sub)};
     job.capacity = std::min(most_chunk, sub.reader->stream.size);
     job.capacity = std::min(std::max(chunk_limit(job), job.line), job.capacity);
     job.share = static_cast<size_t>(job.capacity) + codec_slack + most_rows * row_room(sub);
-    job.memory.reset(allocate<uint8_t>(num_threads * static_cast<int64_t>(job.share)));
-    job.bad.reset(job.memory != nullptr ? allocate<uint8_t>(end - first) : nullptr);
+    const auto lines = static_cast<size_t>(end - first);
+    const size_t memory = job.share * static_cast<size_t>(num_threads);
+    if (sub.reader->memory + memory + lines > memory_limit(*sub.reader))
+        return true;
+    job.memory.reset(allocate<uint8_t>(static_cast<int64_t>(memory)));
+    if (job.memory == nullptr)
+        return false;
+    job.bad.reset(allocate<uint8_t>(static_cast<int64_t>(lines)));
     if (job.bad == nullptr)
-        return nullptr;
+        return false;
     platform::run_on_threads(num_threads, read_chunks, &job);
     forget_place(&sub.reader->stream);
-    return std::move(job.bad);
+    *bad = std::move(job.bad);
+    return true;
 }
 
 // How many threads to read with; 0 for line by line.
@@ -249,11 +258,9 @@ int choose_threads(const ReadImage &sub, const ZOR_RASTER &raster, int32_t first
 // Reads lines [first, end), all of them active.
 int32_t read_active(const ReadImage &sub, ZOR_RASTER *raster, int32_t first, int32_t end) {
     Owned<uint8_t> bad;
-    if (const int threads = choose_threads(sub, *raster, first, end); threads > 0) {
-        bad = read_by_chunks(sub, *raster, first, end, threads);
-        if (bad == nullptr)
+    if (const int threads = choose_threads(sub, *raster, first, end); threads > 0)
+        if (!read_by_chunks(sub, *raster, first, end, threads, &bad))
             return set_status(ZOR_E_MEMORY);
-    }
     PlaneTarget target(sub, *raster, sub.channels, true);
     for (int32_t y = first; y < end; ++y) {
         if (bad != nullptr && bad.get()[y - first] == 0)

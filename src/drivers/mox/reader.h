@@ -13,6 +13,14 @@ struct Reader {
     uint64_t memory; // bytes taken so far, at least
 };
 
+// Memory that an open file may take: 64 bytes for each of its own, which covers the best its coding
+// can do, and 4 MiB to start with; one whose size cannot be known counts with what has been read of
+// it.
+inline uint64_t memory_limit(const Reader &reader) {
+    constexpr uint64_t base = uint64_t{4} * 1024 * 1024;
+    return base + 64 * static_cast<uint64_t>(known_size(reader.stream));
+}
+
 // One sub-image: the content of a data slot.
 struct ReadImage {
     Reader *reader;

@@ -1,7 +1,7 @@
 // write_raster.cpp - whole frames written by several threads.
 //
 // The threads take turns in claiming some lines and encode them, each into memory of its own. Then
-// they write them to the file, in the order of the lines: who is done early waits for his turn. What
+// they write them to the file, in the order of the lines: who is done early waits for a turn. What
 // goes wrong is noted, and reported by the calling thread at the end. Small rasters and lines too
 // long for a chunk are written as scanlines, by way of the stream's block.
 #include <algorithm>
@@ -146,8 +146,8 @@ void encode(const WriteImage &sub, PlaneSource &source, Chunk *chunk) {
     }
 }
 
-// Appends a chunk to the file. The stream's block is empty. False on failure, with the next line set
-// to the one that failed.
+// Appends a chunk to the file. The stream's block is empty. False on failure, with the next line
+// set to the one that failed.
 bool write_chunk(WriteJob &job, Chunk *chunk) {
     WriteStream &stream = job.sub.writer->stream;
     const int64_t at = current_position(stream);

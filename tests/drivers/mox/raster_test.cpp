@@ -102,7 +102,7 @@ protected:
     // Three sub-images whose lines are mixed, the first one large.
     std::string mixed_file() {
         Request request(file);
-        request.add(1500, 300).matte = {1, ZOR_C_INTEGER, 16};
+        request.add(700, 300).matte = {1, ZOR_C_INTEGER, 16};
         request.add(300, 300).aux = {1, ZOR_C_FLOAT, 32};
         request.add(9, 3);
         ZOR_IMAGE *image = request.open("w");
@@ -124,7 +124,7 @@ protected:
         while (y <= top && (status = read(image, 0, y)) == 0)
             ++y;
         const std::string said = log.text();
-        for (const int threads : {1, 2, 4}) {
+        for (const int threads : {1, 3}) {
             log.clear();
             Canvas whole = canvas(image);
             whole.raster.num_threads = threads;
@@ -139,64 +139,65 @@ protected:
 };
 
 TEST_F(RasterTest, IsTheSameAsScanlines) {
-    for (const auto &[type, bits] : {std::pair(1, 8), {1, 12}, {1, 16}, {1, 32}, {2, 32}, {3, 64}})
-        for (const int margin : {0, 5}) {
-            SCOPED_TRACE(testing::Message() << type << " " << bits << " " << margin);
-            Request request(file);
-            ZOR_IMAGE_DESC &desc = request.add(700, 130);
-            desc.image = {3, type, bits};
-            desc.matte = {1, type, bits};
-            desc.aux = {1, 4 - type, type == 3 ? 8 : 32 * (3 - type)};
-            desc.win_left = desc.win_bottom = margin;
-            desc.act_left = desc.act_bottom = 2 * margin;
-            desc.act_right -= margin;
-            desc.act_top -= margin;
-            ZOR_IMAGE *image = request.open("w");
-            ASSERT_NE(image, nullptr) << log.text();
-            ASSERT_NO_FATAL_FAILURE(write_all(image, 0));
-            ZOR_close(image);
-            const std::string expected = content();
+    const std::tuple<int, int, int> cases[] = {{1, 8, 5},  {1, 12, 0}, {1, 16, 5},
+                                               {1, 32, 0}, {2, 32, 5}, {3, 64, 0}};
+    for (const auto &[type, bits, margin] : cases) {
+        SCOPED_TRACE(testing::Message() << type << " " << bits << " " << margin);
+        Request request(file);
+        ZOR_IMAGE_DESC &desc = request.add(420, 100);
+        desc.image = {3, type, bits};
+        desc.matte = {1, type, bits};
+        desc.aux = {1, 4 - type, type == 3 ? 8 : 32 * (3 - type)};
+        desc.win_left = desc.win_bottom = margin;
+        desc.act_left = desc.act_bottom = 2 * margin;
+        desc.act_right -= margin;
+        desc.act_top -= margin;
+        ZOR_IMAGE *image = request.open("w");
+        ASSERT_NE(image, nullptr) << log.text();
+        ASSERT_NO_FATAL_FAILURE(write_all(image, 0));
+        ZOR_close(image);
+        const std::string expected = content();
 
-            for (const int threads : {1, 2, 4}) {
-                const bool interleaved = threads != 2;
-                const bool falling = threads == 4;
-                image = request.open("w");
-                Canvas rows = canvas(image, 0, interleaved, falling);
-                rows.raster.num_threads = threads;
-                rows.fill(desc);
-                const Canvas before = rows;
-                // In three parts, the first of which is a scanline.
-                ASSERT_EQ(write(image, 0, margin), 0);
-                for (const int y : {margin + 1, 60}) {
-                    ZOR_RASTER part = rows.raster;
-                    part.bottom = y;
-                    part.top = y == 60 ? part.top : 59;
-                    for (ZOR_PLANE &plane : rows.planes)
-                        plane.samples = rows.sample(
-                            static_cast<size_t>(&plane - rows.planes.data()), margin, y);
-                    EXPECT_EQ(ZOR_raster_write(image, &part), 0) << log.text();
-                    EXPECT_EQ(part.lines_done, part.top - y + 1);
-                    rows.raster.bottom = y;
-                }
-                EXPECT_TRUE(rows.memory == before.memory);
-                EXPECT_EQ(ZOR_close(image), 0);
-                EXPECT_TRUE(content() == expected) << threads;
-
-                image = request.open("r");
-                ASSERT_NE(image, nullptr) << log.text();
-                Canvas whole = canvas(image, 0, interleaved, falling);
-                Canvas window(desc, margin + 3, 641, 9, 101, interleaved, !falling);
-                window.planes[1].samples = nullptr; // left out
-                for (Canvas *some : {&whole, &window}) {
-                    some->raster.num_threads = threads;
-                    EXPECT_EQ(ZOR_raster_read(image, &some->raster), 0) << log.text();
-                    EXPECT_EQ(some->raster.lines_done, some->raster.top - some->raster.bottom + 1);
-                    EXPECT_TRUE(some->take(image, 0, some->raster.top + 1));
-                    EXPECT_TRUE(some->is_gap()) << "touches nothing else";
-                }
-                ZOR_close(image);
+        for (const int threads : {1, 2, 4}) {
+            const bool interleaved = threads != 2;
+            const bool falling = threads == 4;
+            image = request.open("w");
+            Canvas rows = canvas(image, 0, interleaved, falling);
+            rows.raster.num_threads = threads;
+            rows.fill(desc);
+            const Canvas before = rows;
+            // In three parts, the first of which is a scanline.
+            ASSERT_EQ(write(image, 0, margin), 0);
+            for (const int y : {margin + 1, 60}) {
+                ZOR_RASTER part = rows.raster;
+                part.bottom = y;
+                part.top = y == 60 ? part.top : 59;
+                for (ZOR_PLANE &plane : rows.planes)
+                    plane.samples =
+                        rows.sample(static_cast<size_t>(&plane - rows.planes.data()), margin, y);
+                EXPECT_EQ(ZOR_raster_write(image, &part), 0) << log.text();
+                EXPECT_EQ(part.lines_done, part.top - y + 1);
+                rows.raster.bottom = y;
             }
+            EXPECT_TRUE(rows.memory == before.memory);
+            EXPECT_EQ(ZOR_close(image), 0);
+            EXPECT_TRUE(content() == expected) << threads;
+
+            image = request.open("r");
+            ASSERT_NE(image, nullptr) << log.text();
+            Canvas whole = canvas(image, 0, interleaved, falling);
+            Canvas window(desc, margin + 3, 391, 9, 91, interleaved, !falling);
+            window.planes[1].samples = nullptr; // left out
+            for (Canvas *some : {&whole, &window}) {
+                some->raster.num_threads = threads;
+                EXPECT_EQ(ZOR_raster_read(image, &some->raster), 0) << log.text();
+                EXPECT_EQ(some->raster.lines_done, some->raster.top - some->raster.bottom + 1);
+                EXPECT_TRUE(some->take(image, 0, some->raster.top + 1));
+                EXPECT_TRUE(some->is_gap()) << "touches nothing else";
+            }
+            ZOR_close(image);
         }
+    }
 }
 
 TEST_F(RasterTest, WordsAskForPlanesWithoutGaps) {
@@ -223,7 +224,7 @@ TEST_F(RasterTest, WordsAskForPlanesWithoutGaps) {
 
     const Failure argument(ZOR_E_ARGUMENT, ZOR_MSG_CANNOT_HANDLE);
     expect(argument, ZOR_direct_scan_read(image, 8, address, 320, 419, 1));
-    expect(argument, ZOR_direct_scan_read(image, 8, address, 0, 1500, 0));
+    expect(argument, ZOR_direct_scan_read(image, 8, address, 0, 700, 0));
     expect(argument, ZOR_get_raster(image, address, -1, 3, 0, 0));
     expect(argument, ZOR_get_raster(image, 0, 0, 3, 0, 0));
     expect({ZOR_E_SCANLINE, ZOR_MSG_BAD_SCANLINE}, ZOR_get_raster(image, address, 0, 3, 299, 300));
@@ -293,8 +294,8 @@ TEST_F(RasterTest, RefusesWhatCannotBe) {
     EXPECT_EQ(ZOR_close(image), 0);
 }
 
-// Lines may lie anywhere in the file; and when some of them are damaged or missing, the lowest one is
-// what counts.
+// Lines may lie anywhere in the file; and when some of them are damaged or missing, the lowest one
+// is what counts.
 TEST_F(RasterTest, FailsWhereAndAsScanlinesDo) {
     const std::string whole = mixed_file();
     const auto entry = [](int y) { return 740 + 4 * static_cast<size_t>(y); };
@@ -314,9 +315,9 @@ TEST_F(RasterTest, FailsWhereAndAsScanlinesDo) {
         put(bytes, entry(y), 4, position(static_cast<int>(random() % 300)));
     ASSERT_NO_FATAL_FAILURE(compare(bytes));
 
-    for (const int y : {0, 1, 150, 299}) {
+    for (const int y : {0, 150, 299}) {
         SCOPED_TRACE(y);
-        for (const uint32_t lost : {0U, 739U, position(y) + 1, 0xFFFFFFFFU}) {
+        for (const uint32_t lost : {739U, position(y) + 1, 0xFFFFFFFFU}) {
             bytes = whole;
             put(bytes, entry(y), 4, lost);
             put(bytes, entry(299), 4, 1); // is only told when it is the first one
