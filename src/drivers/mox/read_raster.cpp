@@ -22,7 +22,7 @@ namespace zor::mox {
 
 namespace {
 
-constexpr int64_t most_chunk = int64_t{2} * 1024 * 1024;
+constexpr int64_t most_chunk = int64_t{1} * 1024 * 1024;
 constexpr int64_t least_chunk = int64_t{16} * 1024; // with several threads
 constexpr int64_t least_work = int64_t{128} * 1024; // bytes of samples that are worth a thread
 

@@ -20,7 +20,7 @@ namespace zor::mox {
 namespace {
 
 // The most that the lines of a chunk may be coded to: most pictures take a fraction of it.
-constexpr int64_t most_chunk = int64_t{4} * 1024 * 1024;
+constexpr int64_t most_chunk = int64_t{2} * 1024 * 1024;
 constexpr int64_t least_work = int64_t{128} * 1024; // bytes that are worth a thread
 
 // The rows of a line in the planes. Samples that lie apart are brought together in a row.
