@@ -45,6 +45,11 @@ inline int32_t word_side(ZOR_WORD word) {
     return static_cast<int32_t>(std::clamp<ZOR_WORD>(word, INT32_MIN, INT32_MAX));
 }
 
+// A channel-pointer array that came as a word.
+inline void *const *word_channels(ZOR_WORD word) {
+    return reinterpret_cast<void *const *>(word); // NOLINT(performance-no-int-to-ptr)
+}
+
 inline int32_t num_columns(const ZOR_RASTER &raster) { return raster.right - raster.left + 1; }
 
 } // namespace zor::mox

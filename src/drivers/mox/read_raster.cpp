@@ -146,7 +146,7 @@ int64_t chunk_limit(const ReadJob &job) {
     const int64_t left =
         std::abs(position_of(job.sub, job.end - 1) - position_of(job.sub, job.next));
     const int64_t least = std::max(least_chunk, job.line);
-    return std::clamp(left / (2 * job.num_threads), least, std::max(job.capacity, least));
+    return std::clamp(left / job.num_threads / 2, least, std::max(job.capacity, least));
 }
 
 // Claims the next lines that can be read at once: they follow each other closely, in either
@@ -277,8 +277,8 @@ int32_t read_active(const ReadImage &sub, ZOR_RASTER *raster, int32_t first, int
 // A request made of words: planes without gaps, and no further threads.
 int32_t read_planes(const ReadImage &sub, const ZOR_RASTER &asked, ZOR_WORD channels) {
     CheckedRaster checked;
-    const int32_t status = check_raster(*sub.reader->image, asked,
-                                        reinterpret_cast<void *const *>(channels), &checked);
+    const int32_t status =
+        check_raster(*sub.reader->image, asked, word_channels(channels), &checked);
     return status != 0 ? status : read_raster(const_cast<ReadImage *>(&sub), &checked.raster);
 }
 

@@ -279,8 +279,7 @@ int write_columns(void *state, int y, ZOR_WORD channels, ZOR_WORD first, ZOR_WOR
     const ZOR_RASTER asked = {sub->index, word_side(first), word_side(last), y, y, 1, 0, nullptr,
                               0};
     CheckedRaster checked;
-    const int32_t status =
-        check_raster(image, asked, reinterpret_cast<void *const *>(channels), &checked);
+    const int32_t status = check_raster(image, asked, word_channels(channels), &checked);
     return status != 0 ? status : write_raster(sub, &checked.raster);
 }
 
