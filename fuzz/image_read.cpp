@@ -3,9 +3,11 @@
 //
 // FUZZ_KEY is the format; its reader may have FUZZ_MEGABYTES and FUZZ_RATIO times the size of the
 // file.
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <string>
+#include <vector>
 
 #include "watch.h"
 #include "zor/driver.h"
@@ -42,6 +44,8 @@ void use_rows(const ZOR_IMAGE_DESC &desc, void **rows) {
         }
 }
 
+constexpr int64_t most_planes = 64;
+
 // Reads some scanlines of all sub-images, in an order that the input gives.
 void read_image(ZOR_IMAGE *image, const uint8_t *data, size_t size) {
     constexpr int most_scans = 200;
@@ -71,6 +75,35 @@ void read_image(ZOR_IMAGE *image, const uint8_t *data, size_t size) {
     }
 }
 
+// Reads the first image's lines in one call, as far as they fit some memory, by several threads.
+void read_raster(ZOR_IMAGE *image) {
+    static std::vector<uint8_t> memory(size_t{1} << 24);
+    const ZOR_IMAGE_DESC &desc = image->images[0];
+    const int64_t channels = int64_t{desc.image.count} + desc.matte.count + desc.aux.count;
+    const int64_t row = (int64_t{desc.win_right} - desc.win_left + 1) * 8;
+    const int64_t lines =
+        std::min(static_cast<int64_t>(memory.size()) / row / std::max<int64_t>(channels, 1),
+                 int64_t{desc.win_top} - desc.win_bottom + 1);
+    if (lines < 1 || channels > most_planes)
+        return;
+    ZOR_PLANE planes[most_planes];
+    for (int64_t k = 0; k < channels; ++k)
+        planes[k] = {memory.data() + k * row * lines, 0, 0};
+    ZOR_RASTER raster = {};
+    raster.left = desc.win_left;
+    raster.right = desc.win_right;
+    raster.bottom = desc.win_bottom;
+    raster.top = static_cast<int32_t>(desc.win_bottom + lines - 1);
+    raster.num_threads = 2;
+    raster.num_planes = static_cast<int32_t>(channels);
+    raster.planes = planes;
+    watch::reported = false;
+    const int status = ZOR_raster_read(image, &raster);
+    check(status == 0 || status == ZOR_E_UNSUPPORTED
+              ? !watch::reported
+              : status < 0 && watch::reported && zor__err == status && raster.lines_done < lines);
+}
+
 } // namespace
 
 int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
@@ -89,6 +122,7 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     check(image != nullptr || (watch::reported && zor__err < 0));
     if (image != nullptr) {
         read_image(image, data, size);
+        read_raster(image);
         ZOR_close(image);
     }
     check(watch::peak - before <= (size_t{FUZZ_MEGABYTES} << 20) + FUZZ_RATIO * size &&

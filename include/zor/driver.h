@@ -125,14 +125,24 @@ typedef int (*ZOR_CLOSE_FUNCTION)(ZOR_IMAGE *image);
 typedef int (*ZOR_SCAN_FUNCTION)(void *state, int y, void **rows);
 
 /* Like a scan, with four further words: the channel-pointer array, the first and last column, and
- * flags. */
+ * flags. What exactly they mean is the driver's business; for MOX zor.h tells. */
 typedef int (*ZOR_DIRECT_FUNCTION)(void *state, int y, ZOR_WORD channels, ZOR_WORD first,
                                    ZOR_WORD last, ZOR_WORD flags);
 
 /* Reads a whole raster, or a region of it, into the caller's channels: the channel-pointer array,
- * then left, right, bottom and top. */
+ * then left, right, bottom and top. Likewise the driver's business. */
 typedef int (*ZOR_RASTER_FUNCTION)(void *state, ZOR_WORD channels, ZOR_WORD left, ZOR_WORD right,
                                    ZOR_WORD bottom, ZOR_WORD top);
+
+/* Moves many lines, for ZOR_raster_read or ZOR_raster_write as the handle's mode is. The state is
+ * that of the raster's sub-image. The raster has been checked against the description: it lies in
+ * the window and has a plane for each channel; what is written has whole lines and no null planes.
+ * It and its planes are the library's copy, no step or number of threads left to 0 and at most 64
+ * threads; num_threads is the most there may be. Threads are the driver's to start and to end, and
+ * only the calling one may use the library: reports and allocations are calls of the application.
+ * Sets lines_done, which is 0 before. Returns 0 or a negative status, for the lowest line that
+ * fails. */
+typedef int (*ZOR_MOVE_FUNCTION)(void *state, ZOR_RASTER *raster);
 
 /* Makes the next sequential transfer start at a scanline; -1 is the first one in file order. */
 typedef int (*ZOR_SEEK_FUNCTION)(void *state, int y);
@@ -262,6 +272,10 @@ ZOR_API int zor__build_handle(ZOR_IMAGE *image, int32_t num_images);
  * with num_channels (1 to 3) integer colour channels of the given width and nothing else. */
 ZOR_API void zor__describe(ZOR_IMAGE_DESC *desc, int32_t width, int32_t height,
                            int32_t num_channels, int32_t bits);
+
+/* Offers whole frames for the handle, beside scanlines: for open functions. The handle must be one
+ * that the library made. */
+ZOR_API void zor__offer_rasters(ZOR_IMAGE *image, ZOR_MOVE_FUNCTION move);
 
 /* Frees a handle with all that belongs to it: texts, descriptions, slots and channel buffers. The
  * last act of a close function. Null is ignored. */

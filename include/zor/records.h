@@ -99,6 +99,27 @@ typedef struct ZOR_IMAGE_DESC {
     int32_t reserved[3];
 } ZOR_IMAGE_DESC;
 
+/* Rasters -------------------------------------------------------------------------------------- */
+
+/* Where the samples of one channel lie in the caller's memory. 12 bytes. */
+typedef struct ZOR_PLANE {
+    void *samples;        /* that of the left column in the bottom line */
+    ZOR_WORD column_step; /* bytes from a sample to the one on its right; 0: those of a sample */
+    ZOR_WORD row_step;    /* bytes from a line to the one above; 0: right behind its last column */
+} ZOR_PLANE;
+
+/* Lines of an image that are moved in one call. 36 bytes. The caller's, cleared before it is filled
+ * in. Steps may be negative; samples need not be aligned. */
+typedef struct ZOR_RASTER {
+    int32_t sub_image;                /* which image of the file */
+    int32_t left, right, bottom, top; /* what is moved of its window */
+    int32_t
+        num_threads; /* that share the work; 1: the calling one alone; 0: one for each processor */
+    int32_t num_planes; /* channels of the image */
+    ZOR_PLANE *planes;  /* colour channels, then mattes, then auxiliaries */
+    int32_t lines_done; /* receives how many lines, from the bottom one up, have been moved */
+} ZOR_RASTER;
+
 /* Capabilities --------------------------------------------------------------------------------- */
 
 /* An option chosen for a driver. 8 bytes on every build. */

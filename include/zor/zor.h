@@ -200,11 +200,65 @@ ZOR_API int ZOR_direct_scan_write(ZOR_IMAGE *image, int32_t y, ZOR_WORD channels
 /* Reads a whole raster, or a region, into the caller's channels, where the driver can.
  *   channels  the channel-pointer array
  * Returns the driver's result, or ZOR_E_UNSUPPORTED after the warning ZOR_MSG_NO_RASTER, which
- * leaves zor__err alone; this also while operators are pushed (ops.h). */
+ * leaves zor__err alone; this also while operators are pushed (ops.h).
+ *
+ * What these words mean is between application and driver. The MOX driver reads the columns first
+ * to last of a line, or the lines bottom to top between the columns left and right, all included,
+ * into memory that has room for just them: channels[k] receives channel k, line by line from the
+ * bottom up, without gaps; a null pointer leaves the channel out. Rasters and regions are the same
+ * to it, flags must be 0, and a direct scan that writes takes whole lines. It fails as
+ * ZOR_raster_read and ZOR_raster_write do, which can do more: interleave, and share the work among
+ * threads. */
 ZOR_API int ZOR_get_raster(ZOR_IMAGE *image, ZOR_WORD channels, ZOR_WORD left, ZOR_WORD right,
                            ZOR_WORD bottom, ZOR_WORD top);
 ZOR_API int ZOR_get_region(ZOR_IMAGE *image, ZOR_WORD channels, ZOR_WORD left, ZOR_WORD right,
                            ZOR_WORD bottom, ZOR_WORD top);
+
+/* Whole frames ------------------------------------------------------------------------------------
+ *
+ * Many lines in one call, straight between the file and the application's memory, and shared among
+ * threads when that is asked for:
+ *
+ *     ZOR_PLANE planes[4] = {{pixels, 4, 0}, {pixels + 1, 4, 0}, {pixels + 2, 4, 0},
+ *                            {pixels + 3, 4, 0}};      // rgba, interleaved bytes
+ *     ZOR_RASTER raster = {0};
+ *     raster.right = width - 1;
+ *     raster.top = height - 1;
+ *     raster.num_planes = 4;
+ *     raster.planes = planes;
+ *     if (ZOR_raster_read(image, &raster) == ZOR_E_UNSUPPORTED)
+ *         ...                                            // line by line, as any format can
+ *
+ * Each plane says where its channel lies: {samples, 0, 0} is a plane of its own without gaps,
+ * column_step sets pixels apart, and a negative row_step with the samples of the last line puts the
+ * bottom line last. Samples are those that scanlines would have.
+ *
+ * Both return 0 or a negative status, zor__err being set likewise:
+ *   - ZOR_E_UNSUPPORTED, without a report, when the driver has no such access for this file, when
+ *     the handle is of the other mode, and while operators are pushed (ops.h): use scanlines then;
+ *   - ZOR_E_ARGUMENT (ZOR_MSG_CANNOT_HANDLE) for a sub-image, columns, a number of planes or of
+ *     threads that cannot be; ZOR_E_SCANLINE (ZOR_MSG_BAD_SCANLINE) for lines outside the window;
+ *     ZOR_E_MEMORY (ZOR_MSG_NO_MEMORY); nothing has been moved then;
+ *   - what a scan of the line that failed returns and reports. When several lines cannot be moved
+ *     it is the lowest of them. lines_done tells how many lines below it are good.
+ *
+ * The handle's lock is held throughout, as for scanlines. Other threads than the calling one touch
+ * the planes and the file only: they report nothing, allocate nothing, take no signals, and are
+ * gone when the call returns. Where the system grants fewer threads than asked for those have to do; the
+ * result is the same for any number of them.
+ */
+
+/* Reads lines, in any order of calls. A plane whose samples are null is left out: its channel is
+ * not decoded. After a failure the line that failed and those above it hold anything. Rows of
+ * earlier scan calls are no longer valid. */
+ZOR_API int ZOR_raster_read(ZOR_IMAGE *image, ZOR_RASTER *raster);
+
+/* Writes lines: whole ones, bottom being the line that is expected next, so that a frame may be
+ * written in several calls, and scanlines in between. The file becomes what scanlines would make of
+ * it. The planes are only read. After a failure the line that failed is expected next, and when the
+ * file itself can still be written to (ZOR_MSG_CANNOT_WRITE_LINE, "record too long") it and those
+ * above may be written anew. */
+ZOR_API int ZOR_raster_write(ZOR_IMAGE *image, ZOR_RASTER *raster);
 
 /* Makes the target the scanline to be read next, in drivers that read in file order too: going back
  * closes the file and opens it again, going forward reads and drops what lies between.

@@ -14,13 +14,14 @@
 namespace zor {
 
 ZOR_IMAGE *new_handle(int32_t mode) {
-    auto *image = allocate<ZOR_IMAGE>();
-    if (image == nullptr)
+    auto *record = allocate<HandleRecord>();
+    if (record == nullptr)
         return nullptr;
-    std::memset(image, 0, sizeof *image);
+    std::memset(record, 0, sizeof *record);
+    ZOR_IMAGE *image = &record->image;
     image->lock = platform::mutex_create();
     if (image->lock == nullptr) {
-        ERR_free(image);
+        ERR_free(record);
         return nullptr;
     }
     image->data = &image->own_slot;

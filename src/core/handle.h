@@ -47,6 +47,12 @@ void copy_shared_words(To *to, const From &from) {
 
 bool is_initialised(const ZOR_INFO &info);
 
+// What the library keeps behind a handle, whose own layout is fixed.
+struct HandleRecord {
+    ZOR_IMAGE image; // first: the handle's address is the record's
+    ZOR_MOVE_FUNCTION move;
+};
+
 // A cleared handle with its lock and its one data slot; null when memory ran out (reported). The
 // calling thread holds the lock until ZOR_open gives the handle out: elsewhere a handle's lock is
 // taken before the library's, and the driver's open function runs under the library's.

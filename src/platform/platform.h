@@ -41,6 +41,18 @@ private:
     Mutex *mutex_;
 };
 
+// Threads ------------------------------------------------------------------------------------
+
+constexpr int most_threads = 64;
+
+// Calls work on count threads at the same time, 1 to most_threads, of which the calling one is one,
+// and returns when all of them have returned. Where the system grants fewer threads there are fewer
+// calls.
+void run_on_threads(int count, void (*work)(void *data), void *data);
+
+// Processors that this process may use; at least 1.
+int processor_count();
+
 // Files --------------------------------------------------------------------------------------
 
 // Switches the runtime's default file mode to binary for the length of a scope, where there is such
@@ -63,6 +75,11 @@ FILE *open_file(const char *path, const char *mode);
 int seek_file(FILE *file, int64_t position, int origin);
 int64_t tell_file(FILE *file);
 int remove_file(const char *path);
+
+// Reads size bytes at a position of a file that is open for reading without a buffer; several
+// threads may at once. Returns how many there were up to the end of the file or a failure, which
+// sets errno. Where the file stands afterwards is left open: position it before reading on.
+size_t read_at(FILE *file, int64_t position, void *bytes, size_t size);
 
 // Holds the standard input or output in binary mode, where there is such a thing. It is back in the
 // mode it was in when it was released as often as it was held. What was written to it must have

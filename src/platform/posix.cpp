@@ -2,12 +2,14 @@
 #include "platform/platform.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
 #include <link.h>
 #include <pthread.h>
 #include <pwd.h>
+#include <sched.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -63,6 +65,49 @@ Mutex *library_mutex() {
     return mutex;
 }
 
+namespace {
+
+struct Work {
+    void (*function)(void *data);
+    void *data;
+};
+
+void *run_work(void *argument) {
+    const auto *work = static_cast<const Work *>(argument);
+    work->function(work->data);
+    return nullptr;
+}
+
+} // namespace
+
+void run_on_threads(int count, void (*work)(void *data), void *data) {
+    Work same = {work, data};
+    pthread_t threads[most_threads];
+    int started = 0;
+    if (count > 1) {
+        // The application's signals are for its own threads.
+        sigset_t all;
+        sigset_t before;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &before);
+        while (started + 1 < count &&
+               pthread_create(&threads[started], nullptr, run_work, &same) == 0)
+            ++started;
+        pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    }
+    work(data);
+    while (started > 0)
+        pthread_join(threads[--started], nullptr);
+}
+
+int processor_count() {
+    cpu_set_t set;
+    if (sched_getaffinity(0, sizeof set, &set) == 0 && CPU_COUNT(&set) > 0)
+        return CPU_COUNT(&set);
+    const long count = sysconf(_SC_NPROCESSORS_ONLN);
+    return count > 0 ? static_cast<int>(count) : 1;
+}
+
 BinaryMode::BinaryMode() : saved_(0) {}
 BinaryMode::~BinaryMode() { static_cast<void>(saved_); }
 
@@ -82,6 +127,21 @@ int seek_file(FILE *file, int64_t position, int origin) {
 }
 
 int64_t tell_file(FILE *file) { return ftello(file); }
+
+size_t read_at(FILE *file, int64_t position, void *bytes, size_t size) {
+    auto *to = static_cast<char *>(bytes);
+    size_t done = 0;
+    while (done < size) {
+        const ssize_t got = pread(fileno(file), to + done, size - done,
+                                  static_cast<off_t>(position) + static_cast<off_t>(done));
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got <= 0)
+            break;
+        done += static_cast<size_t>(got);
+    }
+    return done;
+}
 
 int remove_file(const char *path) {
     struct stat status;

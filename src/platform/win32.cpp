@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <io.h>
 #include <iterator>
+#include <process.h>
 #include <sys/stat.h>
 
 // winsock2.h must come before windows.h.
@@ -124,6 +125,44 @@ bool file_status(const char *path, struct __stat64 *status) {
 
 } // namespace
 
+namespace {
+
+struct Work {
+    void (*function)(void *data);
+    void *data;
+};
+
+unsigned __stdcall run_work(void *argument) {
+    const auto *work = static_cast<const Work *>(argument);
+    work->function(work->data);
+    return 0;
+}
+
+} // namespace
+
+void run_on_threads(int count, void (*work)(void *data), void *data) {
+    Work same = {work, data};
+    HANDLE threads[most_threads];
+    int started = 0;
+    for (; started + 1 < count; ++started) {
+        const uintptr_t thread = _beginthreadex(nullptr, 0, run_work, &same, 0, nullptr);
+        if (thread == 0)
+            break;
+        threads[started] = reinterpret_cast<HANDLE>(thread);
+    }
+    work(data);
+    while (started > 0) {
+        WaitForSingleObject(threads[--started], INFINITE);
+        CloseHandle(threads[started]);
+    }
+}
+
+int processor_count() {
+    SYSTEM_INFO system;
+    GetSystemInfo(&system);
+    return system.dwNumberOfProcessors > 0 ? static_cast<int>(system.dwNumberOfProcessors) : 1;
+}
+
 BinaryMode::BinaryMode() : saved_(_fmode) { _fmode = _O_BINARY; }
 BinaryMode::~BinaryMode() { _fmode = saved_; }
 
@@ -142,6 +181,27 @@ int seek_file(FILE *file, int64_t position, int origin) {
 }
 
 int64_t tell_file(FILE *file) { return _ftelli64(file); }
+
+size_t read_at(FILE *file, int64_t position, void *bytes, size_t size) {
+    auto *const handle = reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(file)));
+    auto *to = static_cast<char *>(bytes);
+    size_t done = 0;
+    while (done < size) {
+        const uint64_t at = static_cast<uint64_t>(position) + done;
+        OVERLAPPED place = {};
+        place.Offset = static_cast<DWORD>(at & 0xFFFFFFFFU);
+        place.OffsetHigh = static_cast<DWORD>(at >> 32);
+        DWORD got = 0;
+        const BOOL good =
+            ReadFile(handle, to + done, static_cast<DWORD>(size - done), &got, &place);
+        if (good == FALSE && GetLastError() != ERROR_HANDLE_EOF)
+            errno = EIO;
+        if (good == FALSE || got == 0)
+            break;
+        done += got;
+    }
+    return done;
+}
 
 int remove_file(const char *path) {
     struct __stat64 status;

@@ -15,9 +15,6 @@
 #include "support/files.h"
 #include "zor/convert_image.h"
 #include "zor/input.h"
-#ifdef ZOR_STATIC
-#    include "support/fault.h"
-#endif
 
 namespace fs = std::filesystem;
 

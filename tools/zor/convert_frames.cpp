@@ -155,6 +155,7 @@ void Run::abandon() {
 void Run::work() {
     const uint64_t most = std::max<uint64_t>(sequence_.left(), 1);
     const auto count = static_cast<unsigned>(std::min<uint64_t>(options_.jobs, most));
+    workplace_.threads = static_cast<int>(std::max(options_.jobs / count, 1U)); // jobs left over
     Jobs jobs(count, [this] { return step(); });
     for (std::optional<Clock::time_point> end; !jobs.wait_for(tick);) {
         if (!interrupted())

@@ -210,7 +210,8 @@ ExitCode write_output(const End &input, const Plan &plan, bool any_order, Output
     if (image == nullptr)
         return EXIT_OUTPUT_FAILED;
     const End output = {image.get(), name, path};
-    if (const ExitCode code = copy_rows(input, output, plan.channels, any_order, reports);
+    if (const ExitCode code =
+            copy_rows(input, output, plan.channels, any_order, workplace.threads, reports);
         code != EXIT_FINE) {
         // The reason has been told; that the file is incomplete goes without saying.
         reports.set_muted(true);

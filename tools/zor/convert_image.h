@@ -36,6 +36,7 @@ std::optional<Conversion> choose_formats(const std::string &input, const std::st
 struct Workplace {
     std::mutex opening; // held for opening images, and for finding out what formats they are of
     TemporaryFiles temporary_files;
+    int threads = 1; // that each may use
 };
 
 // Converts one of the input's images. Failures and losses are reported; the output appears, or

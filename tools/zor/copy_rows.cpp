@@ -1,5 +1,5 @@
 // copy_rows.cpp - rows go straight over where both ends can agree on an order; otherwise the whole
-// picture is held in memory and turned around.
+// picture is held in memory and turned around, and then written in one piece where that can be done.
 #include "copy_rows.h"
 
 #include <cstring>
@@ -16,10 +16,11 @@ bool rises(const ZOR_IMAGE_DESC &desc) { return (desc.orientation & ZOR_ORIENTAT
 class RowCopier {
 public:
     RowCopier(const End &input, const End &output, const std::vector<int32_t> &channels,
-              Reports &reports)
+              int threads, Reports &reports)
         : input_(input),
           output_(output),
           channels_(channels),
+          threads_(threads),
           reports_(reports),
           in_(*ZOR_image_desc(input.image, 0)),
           out_(*ZOR_image_desc(output.image, 0)),
@@ -34,6 +35,7 @@ private:
     // Rows are counted in the order of one end, from 0 on.
     bool read(int64_t step, bool rising);
     bool write(int64_t step);
+    int write_whole(unsigned char *picture, const std::vector<size_t> &sizes, size_t line);
     [[nodiscard]] int64_t from_bottom(int64_t step, bool rising) const {
         return rising ? step : height_ - 1 - step;
     }
@@ -42,6 +44,7 @@ private:
     const End &input_;
     const End &output_;
     const std::vector<int32_t> &channels_;
+    int threads_;
     Reports &reports_;
     const ZOR_IMAGE_DESC &in_;
     const ZOR_IMAGE_DESC &out_;
@@ -90,6 +93,28 @@ size_t RowCopier::row_bytes(int32_t channel) const {
     return static_cast<size_t>((bytes + 7) / 8 * 8);
 }
 
+// Writes a picture in memory, rows in the output's order, in one call. Returns its status.
+int RowCopier::write_whole(unsigned char *picture, const std::vector<size_t> &sizes, size_t line) {
+    reports_.about(output_.name, output_.alias);
+    const bool rising = rises(out_);
+    unsigned char *bottom = rising ? picture : picture + line * static_cast<size_t>(height_ - 1);
+    const auto up = static_cast<ZOR_WORD>(line);
+    std::vector<ZOR_PLANE> planes;
+    for (const size_t size : sizes) {
+        planes.push_back({bottom, 0, rising ? up : -up});
+        bottom += size;
+    }
+    ZOR_RASTER raster = {};
+    raster.left = out_.win_left;
+    raster.right = out_.win_right;
+    raster.bottom = out_.win_bottom;
+    raster.top = out_.win_top;
+    raster.num_threads = threads_;
+    raster.num_planes = static_cast<int32_t>(planes.size());
+    raster.planes = planes.data();
+    return ZOR_raster_write(output_.image, &raster);
+}
+
 ExitCode RowCopier::turned() {
     std::vector<size_t> sizes;
     uint64_t line = 0;
@@ -112,6 +137,12 @@ ExitCode RowCopier::turned() {
         for (size_t k = 0; k < sizes.size(); to += sizes[k++])
             std::memcpy(to, rows_[k], sizes[k]);
     }
+    if (const int status = write_whole(picture.data(), sizes, static_cast<size_t>(line));
+        status != ZOR_E_UNSUPPORTED) {
+        if (status != 0)
+            reports_.explain(status);
+        return status != 0 ? EXIT_OUTPUT_FAILED : EXIT_FINE;
+    }
     for (int64_t step = 0; step < height_; ++step) {
         if (interrupted())
             return EXIT_INTERRUPTED;
@@ -127,8 +158,8 @@ ExitCode RowCopier::turned() {
 } // namespace
 
 ExitCode copy_rows(const End &input, const End &output, const std::vector<int32_t> &channels,
-                   bool any_order, Reports &reports) {
-    RowCopier copier(input, output, channels, reports);
+                   bool any_order, int threads, Reports &reports) {
+    RowCopier copier(input, output, channels, threads, reports);
     const bool agreed = any_order || rises(*ZOR_image_desc(input.image, 0)) ==
                                          rises(*ZOR_image_desc(output.image, 0));
     return agreed ? copier.straight() : copier.turned();

@@ -23,8 +23,9 @@ struct End {
 // size and hold the same types of samples.
 //   channels    the input's channels, in the order in which the output takes them
 //   any_order   the input's rows may be read in any order
+//   threads     that may share the work
 // Returns EXIT_FINE, EXIT_INTERRUPTED, or after a report which end failed.
 ExitCode copy_rows(const End &input, const End &output, const std::vector<int32_t> &channels,
-                   bool any_order, Reports &reports);
+                   bool any_order, int threads, Reports &reports);
 
 } // namespace zor

@@ -26,14 +26,10 @@ bool fail_memory() {
     return false;
 }
 
-// Accounts for memory about to be taken. An open file may have 64 bytes for each of its own, which
-// covers the best its coding can do, and 4 MiB to start with; one whose size cannot be known counts
-// with what has been read of it. False (reported) when it would take more.
+// Accounts for memory about to be taken. False (reported) when it would be too much.
 bool charge(Reader *reader, uint64_t bytes) {
-    constexpr uint64_t base = uint64_t{4} * 1024 * 1024;
     reader->memory += bytes;
-    const auto limit = base + 64 * static_cast<uint64_t>(known_size(reader->stream));
-    return reader->memory <= limit || fail_memory();
+    return reader->memory <= memory_limit(*reader) || fail_memory();
 }
 
 bool replace_text(char **field, const char *text) {
@@ -255,7 +251,7 @@ bool make_channels(ZOR_IMAGE *image, int32_t index, ReadImage *sub) {
     return sub->channels != nullptr;
 }
 
-ReadImage *new_sub_image(Reader *reader, const Header &header) {
+ReadImage *new_sub_image(Reader *reader, int32_t index, const Header &header) {
     auto *sub = allocate<ReadImage>();
     if (sub == nullptr) {
         set_status(ZOR_E_MEMORY);
@@ -263,6 +259,8 @@ ReadImage *new_sub_image(Reader *reader, const Header &header) {
     }
     *sub = {};
     sub->reader = reader;
+    sub->index = index;
+    sub->win_left = header.window_left;
     sub->win_bottom = header.window_bottom;
     sub->win_top = header.window_top;
     sub->act_bottom = header.active_bottom;
@@ -282,7 +280,7 @@ bool add_sub_image(ZOR_IMAGE *image, int32_t index, Reader *reader, const Header
         sizeof(ReadImage) + 3 * (sizeof(ZOR_IMAGE_DESC) + sizeof(void *)) + texts;
     if (!charge(reader, overhead) || zor__build_handle(image, index + 1) != 0)
         return false;
-    ReadImage *sub = new_sub_image(reader, header);
+    ReadImage *sub = new_sub_image(reader, index, header);
     if (sub == nullptr)
         return false;
     image->data[index] = sub;
@@ -381,6 +379,7 @@ int open_reader(ZOR_IMAGE *image) {
         return 0;
     }
     *reader = {};
+    reader->image = image;
     constexpr uint64_t handle = 4096; // and the texts that go with it
     constexpr uint64_t chain = max_sub_images * sizeof(int32_t);
     if (!open_reading(&reader->stream, file) ||
@@ -391,6 +390,10 @@ int open_reader(ZOR_IMAGE *image) {
         return 0;
     }
     image->scan = read_scanline;
+    image->direct_scan = read_columns;
+    image->raster = read_window;
+    image->region = read_window;
+    zor__offer_rasters(image, read_raster);
     image->close = close_reader;
     return 1;
 }

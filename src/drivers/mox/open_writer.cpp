@@ -203,11 +203,14 @@ int open_writer(ZOR_IMAGE *image) {
         return 0;
     }
     *writer = {};
+    writer->image = image;
     if (!prepare(image, writer) || !create_file(image, writer)) {
         free_writer(image, writer);
         return 0;
     }
     image->scan = write_scanline;
+    image->direct_scan = write_columns;
+    zor__offer_rasters(image, write_raster);
     image->close = close_writer;
     return 1;
 }

@@ -23,7 +23,8 @@ size_t write_bytes(const void *bytes, size_t size, FILE *file) {
 
 } // namespace
 
-const FileCalls system_file_calls = {read_bytes, write_bytes, platform::seek_file, zor__close_file};
+const FileCalls system_file_calls = {read_bytes, write_bytes, platform::seek_file, zor__close_file,
+                                     platform::read_at};
 
 namespace {
 
@@ -184,6 +185,10 @@ const uint8_t *take(ReadStream *stream, size_t size) {
     return bytes;
 }
 
+size_t read_at(const ReadStream &stream, int64_t position, uint8_t *bytes, size_t size) {
+    return file_calls().read_at(stream.file, position, bytes, size);
+}
+
 int64_t known_size(const ReadStream &stream) { return stream.size >= 0 ? stream.size : stream.end; }
 
 // Writing ------------------------------------------------------------------------------------
@@ -225,6 +230,13 @@ bool append(WriteStream *stream, const void *bytes, size_t size) {
         std::memset(to, 0, size);
     advance(stream, size);
     return true;
+}
+
+bool append_directly(WriteStream *stream, const uint8_t *bytes, size_t size) {
+    if (!flush(stream))
+        return false;
+    stream->start += static_cast<int64_t>(size);
+    return write_out(stream, bytes, size);
 }
 
 bool flush(WriteStream *stream) {

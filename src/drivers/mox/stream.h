@@ -22,6 +22,7 @@ struct FileCalls {
     size_t (*write)(const void *bytes, size_t size, FILE *file);
     int (*seek)(FILE *file, int64_t position, int origin);
     int (*close)(ZOR_IMAGE *image, FILE *file);
+    size_t (*read_at)(FILE *file, int64_t position, void *bytes, size_t size);
 };
 extern const FileCalls system_file_calls;
 void set_file_calls(const FileCalls *calls); // which must stay
@@ -66,6 +67,12 @@ const uint8_t *look(ReadStream *stream, size_t size);
 // The same, and moves the position behind them.
 const uint8_t *take(ReadStream *stream, size_t size);
 
+// Reads bytes of a file that can be positioned, past the block. Several threads may at once, while
+// nothing else is done with the stream. Returns how many there were. To be told of, by any of them
+// afterwards, with forget_place: the file may stand anywhere then.
+size_t read_at(const ReadStream &stream, int64_t position, uint8_t *bytes, size_t size);
+inline void forget_place(ReadStream *stream) { stream->file_position = -1; }
+
 // Bytes there are in the file, as far as one can know.
 int64_t known_size(const ReadStream &stream);
 
@@ -95,6 +102,7 @@ inline void advance(WriteStream *stream, size_t size) { stream->filled += size; 
 // Append bytes, null standing for zeros; write out what is pending; overwrite bytes written
 // before, after which nothing can be appended any more. False on failure.
 bool append(WriteStream *stream, const void *bytes, size_t size);
+bool append_directly(WriteStream *stream, const uint8_t *bytes, size_t size); // past the block
 bool flush(WriteStream *stream);
 bool patch(WriteStream *stream, int64_t position, const void *bytes, size_t size);
 

@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 
 #include "drivers/mox/driver.h"
 #include "platform/platform.h"
@@ -19,54 +20,56 @@ void put_big32(uint8_t *bytes, int64_t value) {
         bytes[i] = static_cast<uint8_t>(value & 0xFF);
 }
 
-int32_t fail_write(const WriteImage &sub, int y) {
-    return zor__fail(ZOR_E_WRITE, ZOR_MSG_CANNOT_WRITE_LINE, y,
-                     error_text(sub.writer->stream.error, "short write"));
-}
+// The rows that a scan call hands over.
+class CallersRows final : public RowSource {
+public:
+    CallersRows(const WriteImage &sub, void **rows) : sub_(sub), rows_(rows) {}
+    const void *active_row(int32_t channel, const RowCodec &codec) override {
+        return static_cast<const uint8_t *>(rows_[channel]) +
+               static_cast<size_t>(sub_.left) * static_cast<size_t>(codec.sample_size);
+    }
 
-// Where the stored samples of a row begin.
-const uint8_t *active_samples(const WriteImage &sub, const RowCodec &codec, const void *row) {
-    return static_cast<const uint8_t *>(row) +
-           static_cast<size_t>(sub.left) * static_cast<size_t>(codec.sample_size);
-}
+private:
+    const WriteImage &sub_;
+    void **rows_;
+};
 
 // Whether all records of a scanline can be described by their counts. Only very wide rows need to
 // be looked at: they are coded once more for it, with nothing kept.
-bool records_fit(const WriteImage &sub, void **rows, uint8_t *scratch) {
+bool records_fit(const WriteImage &sub, RowSource &source, uint8_t *scratch) {
+    int32_t channel = 0;
     for (const ChannelGroup &group : sub.groups)
-        for (int32_t i = 0; i < group.count; ++i, ++rows)
-            if (group.codec->encode(active_samples(sub, *group.codec, *rows), sub.active, scratch) >
-                max_record_data)
+        for (int32_t i = 0; i < group.count; ++i)
+            if (group.codec->encode(source.active_row(channel++, *group.codec), sub.active,
+                                    scratch) > max_record_data)
                 return false;
     return true;
 }
 
-bool write_record(const WriteImage &sub, const RowCodec &codec, const void *row) {
+bool write_record(const WriteImage &sub, const RowCodec &codec, const void *active_row) {
     WriteStream &stream = sub.writer->stream;
     uint8_t *record = room(&stream, sub.record_room);
     if (record == nullptr)
         return false;
-    const size_t size = codec.encode(active_samples(sub, codec, row), sub.active, record + 2);
-    record[0] = static_cast<uint8_t>(size >> 8);
-    record[1] = static_cast<uint8_t>(size & 0xFF);
-    advance(&stream, 2 + size);
+    advance(&stream, encode_record(codec, active_row, sub.active, record));
     return true;
 }
 
-int32_t write_rows(WriteImage *sub, int y, void **rows) {
+int32_t write_rows(WriteImage *sub, int y, RowSource &source) {
     WriteStream &stream = sub->writer->stream;
     uint8_t *scratch = room(&stream, sub->record_room);
     if (scratch == nullptr)
         return fail_write(*sub, y);
-    if (sub->record_room > 2 + max_record_data + codec_slack && !records_fit(*sub, rows, scratch))
-        return zor__fail(ZOR_E_WRITE, ZOR_MSG_CANNOT_WRITE_LINE, y, "record too long");
+    if (sub->record_room > 2 + max_record_data + codec_slack && !records_fit(*sub, source, scratch))
+        return fail_write(y, record_too_long);
     if (current_position(stream) > UINT32_MAX)
-        return zor__fail(ZOR_E_WRITE, ZOR_MSG_CANNOT_WRITE_LINE, y, "file too large");
+        return fail_write(y, file_too_large);
 
-    put_big32(sub->table + 4 * static_cast<size_t>(y - sub->act_bottom), current_position(stream));
+    note_position(sub, y, current_position(stream));
+    int32_t channel = 0;
     for (const ChannelGroup &group : sub->groups)
         for (int32_t i = 0; i < group.count; ++i)
-            if (!write_record(*sub, *group.codec, *rows++))
+            if (!write_record(*sub, *group.codec, source.active_row(channel++, *group.codec)))
                 return fail_write(*sub, y);
     return 0;
 }
@@ -93,17 +96,48 @@ bool write_header(WriteImage *sub) {
     return append(&stream, sub->header, header_size) && append(&stream, nullptr, table_size(*sub));
 }
 
-int write_scanline(void *state, int y, void **rows) {
-    auto *sub = static_cast<WriteImage *>(state);
+int32_t fail_write(const WriteImage &sub, int y) {
+    return fail_write(y, error_text(sub.writer->stream.error, "short write"));
+}
+
+int32_t fail_write(int y, const char *reason) {
+    return zor__fail(ZOR_E_WRITE, ZOR_MSG_CANNOT_WRITE_LINE, y, reason);
+}
+
+size_t encode_record(const RowCodec &codec, const void *active_row, int32_t active,
+                     uint8_t *record) {
+    const size_t size = codec.encode(active_row, active, record + 2);
+    record[0] = static_cast<uint8_t>(size >> 8 & 0xFF);
+    record[1] = static_cast<uint8_t>(size & 0xFF);
+    return 2 + size;
+}
+
+void note_position(WriteImage *sub, int32_t y, int64_t position) {
+    put_big32(sub->table + 4 * static_cast<size_t>(y - sub->act_bottom), position);
+}
+
+int32_t begin_lines(WriteImage *sub, int y) {
     if (y != sub->next || y > sub->win_top)
         return zor__fail(ZOR_E_SCANLINE, ZOR_MSG_BAD_SCANLINE, y);
     if (sub->header_at < 0 && !write_headers_up_to(sub->writer, sub->index))
         return fail_write(*sub, y);
+    return 0;
+}
+
+int32_t write_line(WriteImage *sub, int y, RowSource &source) {
+    if (const int32_t status = begin_lines(sub, y); status != 0)
+        return status;
     if (y >= sub->act_bottom && y <= sub->act_top)
-        if (const int32_t status = write_rows(sub, y, rows); status != 0)
+        if (const int32_t status = write_rows(sub, y, source); status != 0)
             return status;
     ++sub->next;
     return 0;
+}
+
+int write_scanline(void *state, int y, void **rows) {
+    auto *sub = static_cast<WriteImage *>(state);
+    CallersRows source(*sub, rows);
+    return write_line(sub, y, source);
 }
 
 void format_elapsed(char (&text)[time_size], uint32_t seconds) {
@@ -115,25 +149,28 @@ void format_elapsed(char (&text)[time_size], uint32_t seconds) {
 namespace {
 
 // Links the headers, puts the tables in the place of their placeholders and notes the time it all
-// took. False on failure.
+// took: one piece of the file for each sub-image. False on failure.
 bool patch_file(Writer *writer) {
     WriteStream *stream = &writer->stream;
-    for (int32_t i = 0; i + 1 < writer->num_subs; ++i) {
-        uint8_t next[4];
-        put_big32(next, writer->subs[i + 1].header_at);
-        const int64_t field = writer->subs[i].header_at + static_cast<int64_t>(next_position);
-        if (!patch(stream, field, next, sizeof next))
-            return false;
-    }
-    for (int32_t i = 0; i < writer->num_subs; ++i) {
-        const WriteImage &sub = writer->subs[i];
-        const int64_t table = sub.header_at + static_cast<int64_t>(header_size);
-        if (!patch(stream, table, sub.table, table_size(sub)))
-            return false;
-    }
     char elapsed[time_size] = {};
     format_elapsed(elapsed, (platform::tick_count() - writer->opened) / 1000);
-    return patch(stream, time_position, elapsed, sizeof elapsed);
+    for (int32_t i = 0; i < writer->num_subs; ++i) {
+        WriteImage &sub = writer->subs[i];
+        if (i == 0)
+            std::memcpy(sub.header + time_position, elapsed, sizeof elapsed);
+        if (i + 1 < writer->num_subs)
+            put_big32(sub.header + next_position, writer->subs[i + 1].header_at);
+        // The table is right behind the header; they are brought together where the stream has
+        // nothing any more.
+        const size_t from = i == 0 ? time_position : next_position;
+        const size_t of_header = header_size - from;
+        std::memcpy(stream->block, sub.header + from, of_header);
+        std::memcpy(stream->block + of_header, sub.table, table_size(sub));
+        if (!patch(stream, sub.header_at + static_cast<int64_t>(from), stream->block,
+                   of_header + table_size(sub)))
+            return false;
+    }
+    return true;
 }
 
 // What is still missing in the file. A standard output stays as it was streamed: what was written

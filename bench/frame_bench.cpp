@@ -1,0 +1,156 @@
+// frame_bench.cpp - whole frames moved in one call: against scanlines, and two threads against one.
+//
+//     bench_frame [DIRECTORY]     for the files; /dev/shm without it
+//
+// Opening and closing count. Reading ends with the samples in a frame of the caller's on both
+// sides.
+// The first pair tells what a second thread is worth on this machine at the moment.
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "frames.h"
+#include "loader/loader.h"
+#include "paired.h"
+#include "zor/str.h"
+#include "zor/zor.h"
+
+namespace {
+
+using bench::Frame;
+using bench::Picture;
+
+void require(bool good, const char *what) {
+    if (good)
+        return;
+    std::fprintf(stderr, "bench_frame: %s failed\n", what);
+    std::exit(1);
+}
+
+ZOR_IMAGE *open_image(const std::string &path, const char *mode, int32_t bits) {
+    ZOR_INFO info;
+    ZOR_info_init(&info);
+    info.key = STR_save("mox");
+    info.file_name = STR_save(path.c_str());
+    info.complete_path = 1;
+    if (*mode == 'w') {
+        ZOR_IMAGE_DESC *desc = ZOR_info_add_image(&info, Frame::width, Frame::height);
+        desc->image.bits = bits;
+        desc->matte = {1, ZOR_C_INTEGER, bits};
+    }
+    ZOR_IMAGE *image = ZOR_open(&info, mode);
+    ZOR_info_cleanup(&info, 1);
+    require(image != nullptr, "opening");
+    return image;
+}
+
+struct Case {
+    Case(Picture picture, int32_t bits, const std::string &directory)
+        : name(std::string(bench::name_of(picture)) + ", " + std::to_string(bits)),
+          frame(bench::make_frame(picture, bits)),
+          back(frame),
+          path(directory + "/bench_frame_" + name + ".mox") {}
+    ~Case() { std::remove(path.c_str()); }
+    Case(const Case &) = delete;
+    Case &operator=(const Case &) = delete;
+
+    static uint8_t *row(const Frame &of, int32_t channel, int32_t y) {
+        return const_cast<uint8_t *>(of.row(channel, y));
+    }
+    void write_lines() const {
+        ZOR_IMAGE *image = open_image(path, "w", frame.bits);
+        for (int32_t y = 0; y < Frame::height; ++y) {
+            void *rows[Frame::channels];
+            for (int32_t k = 0; k < Frame::channels; ++k)
+                rows[k] = row(frame, k, y);
+            require(ZOR_scan_write(image, y, rows) == 0, "writing");
+        }
+        require(ZOR_close(image) == 0, "closing");
+    }
+    void read_lines() const {
+        ZOR_IMAGE *image = open_image(path, "r", frame.bits);
+        for (int32_t y = 0; y < Frame::height; ++y) {
+            void **rows;
+            require(ZOR_scan_read(image, y, &rows) == 0, "reading");
+            for (int32_t k = 0; k < Frame::channels; ++k)
+                std::memcpy(row(back, k, y), rows[k], frame.row_bytes());
+        }
+        ZOR_close(image);
+    }
+    void move_frame(const Frame &samples, const char *mode, int32_t threads,
+                    bool interleaved) const {
+        ZOR_IMAGE *image = open_image(path, mode, frame.bits);
+        ZOR_PLANE planes[Frame::channels] = {};
+        const size_t size = frame.sample_size();
+        for (int32_t k = 0; k < Frame::channels; ++k)
+            planes[k] = interleaved ? ZOR_PLANE{row(samples, 0, 0) + static_cast<size_t>(k) * size,
+                                                static_cast<ZOR_WORD>(Frame::channels * size), 0}
+                                    : ZOR_PLANE{row(samples, k, 0), 0, 0};
+        ZOR_RASTER raster = {
+            0, 0, Frame::width - 1, 0, Frame::height - 1, threads, Frame::channels, planes, 0};
+        const int status =
+            *mode == 'r' ? ZOR_raster_read(image, &raster) : ZOR_raster_write(image, &raster);
+        require(status == 0, "moving a frame");
+        require(ZOR_close(image) == 0, "closing");
+    }
+    void write_frame(int32_t threads) const { move_frame(frame, "w", threads, false); }
+    void read_frame(int32_t threads) const { move_frame(back, "r", threads, false); }
+
+    std::string name;
+    Frame frame;
+    Frame back;
+    std::string path;
+};
+
+void add_pairs(bench::Pairs *pairs, const Case &c) {
+    const size_t bytes = c.frame.data.size();
+    c.write_frame(1);
+    c.read_frame(2);
+    require(c.back.data == c.frame.data, "reading back");
+    const auto write = [&c](int32_t threads) { return [&c, threads] { c.write_frame(threads); }; };
+    const auto read = [&c](int32_t threads) { return [&c, threads] { c.read_frame(threads); }; };
+    pairs->add(c.name + ": write a frame", "scanlines", bytes, write(1), [&c] { c.write_lines(); });
+    pairs->add(c.name + ": read a frame", "scanlines", bytes, read(1), [&c] { c.read_lines(); });
+    pairs->add(
+        c.name + ": read interleaved", "planes", bytes,
+        [&c] { c.move_frame(c.back, "r", 1, true); }, read(1));
+    pairs->add(c.name + ": write, two threads", "one thread", bytes, write(2), write(1));
+    pairs->add(c.name + ": read, two threads", "one thread", bytes, read(2), read(1));
+}
+
+void compute(unsigned threads) {
+    constexpr unsigned all = 40'000'000;
+    std::vector<std::jthread> running;
+    for (unsigned i = 0; i < threads; ++i) {
+        running.emplace_back([threads] {
+            for (unsigned n = 0, x = 1; n < all / threads; ++n)
+                benchmark::DoNotOptimize(x = x * 1664525 + 1013904223);
+        });
+    }
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    benchmark::Initialize(&argc, argv);
+    const std::string directory = argc > 1 ? argv[1] : "/dev/shm";
+    zor::Loader library({ZOR_BENCH_MODULES});
+    require(library.start() == 0, "starting");
+
+    bench::Pairs pairs;
+    pairs.add(
+        "arithmetic: two threads", "one thread", 0, [] { compute(2); }, [] { compute(1); });
+    std::vector<std::unique_ptr<Case>> cases;
+    for (const int32_t bits : {8, 16})
+        for (const Picture picture : bench::all_pictures)
+            add_pairs(&pairs,
+                      *cases.emplace_back(std::make_unique<Case>(picture, bits, directory)));
+    pairs.run(15);
+    return 0;
+}

@@ -1,0 +1,286 @@
+// write_raster.cpp - whole frames written by several threads.
+//
+// The threads take turns in claiming some lines and encode them, each into memory of its own. Then
+// they write them to the file, in the order of the lines: who is done early waits for a turn. What
+// goes wrong is noted, and reported by the calling thread at the end. Small rasters and lines too
+// long for a chunk are written as scanlines, by way of the stream's block.
+#include <algorithm>
+#include <condition_variable>
+#include <mutex>
+
+#include "base/base/owned.h"
+#include "core/raster.h"
+#include "drivers/mox/plane_rows.h"
+#include "drivers/mox/writer.h"
+#include "err/status.h"
+#include "platform/platform.h"
+
+namespace zor::mox {
+
+namespace {
+
+// The most that the lines of a chunk may be coded to: most pictures take a fraction of it.
+constexpr int64_t most_chunk = int64_t{2} * 1024 * 1024;
+constexpr int64_t least_work = int64_t{128} * 1024; // bytes that are worth a thread
+
+// The rows of a line in the planes. Samples that lie apart are brought together in a row.
+class PlaneSource final : public RowSource {
+public:
+    PlaneSource(const WriteImage &sub, const ZOR_RASTER &raster, uint8_t *row)
+        : sub_(sub), raster_(raster), row_(row) {}
+
+    void start(int32_t y) { y_ = y; }
+
+    const void *active_row(int32_t channel, const RowCodec &codec) override {
+        const ZOR_PLANE &plane = raster_.planes[channel];
+        const uint8_t *from = sample_at(raster_, plane, y_, sub_.left);
+        if (plane.column_step == codec.sample_size)
+            return from;
+        copy_samples(from, plane.column_step, row_, codec.sample_size, sub_.active,
+                     codec.sample_size);
+        return row_;
+    }
+
+private:
+    const WriteImage &sub_;
+    const ZOR_RASTER &raster_;
+    uint8_t *row_;
+    int32_t y_ = 0;
+};
+
+// Bytes of a row whose samples have to be brought together.
+size_t row_room(const WriteImage &sub) {
+    int32_t sample_size = 0;
+    for (const ChannelGroup &group : sub.groups)
+        if (group.count > 0)
+            sample_size = std::max(sample_size, group.codec->sample_size);
+    return static_cast<size_t>(sub.active) * static_cast<size_t>(sample_size);
+}
+
+// The most that a line can be coded to.
+int64_t most_of_line(const WriteImage &sub) {
+    int64_t size = 0;
+    for (const ChannelGroup &group : sub.groups)
+        if (group.count > 0)
+            size += group.count * static_cast<int64_t>(2 + group.codec->max_encoded(sub.active));
+    return size;
+}
+
+// What the threads share.
+struct WriteJob {
+    WriteImage &sub;
+    const ZOR_RASTER &raster;
+    int32_t end; // line behind the last one
+    int num_threads;
+    int64_t line; // bytes that a line may take
+    int32_t most_lines = 0;
+    size_t share = 0;        // bytes of memory for each thread
+    Owned<uint8_t> memory{}; // of all threads
+
+    std::mutex mutex{}; // of all that follows
+    std::condition_variable turn{};
+    int32_t next = sub.next;    // line to be claimed
+    int32_t written = sub.next; // line whose turn it is
+    int num_started = 0;
+    bool failed = false;
+    const char *reason = nullptr; // null: the stream knows it
+};
+
+// Some lines and what they are coded to.
+struct Chunk {
+    int32_t first, end;
+    const char *obstacle; // why the lines end before the chunk does
+    size_t size;
+    uint32_t *starts; // of the lines within the bytes
+    uint8_t *bytes;
+};
+
+// How many lines the next chunk has: several threads get fewer and fewer, so that they end at about
+// the same time.
+int32_t chunk_lines(const WriteJob &job) {
+    const int32_t left = job.end - job.next;
+    const int32_t lines = job.num_threads == 1 ? left : left / (2 * job.num_threads);
+    const auto most = static_cast<int32_t>(std::max<int64_t>(1, most_chunk / job.line));
+    const auto least =
+        static_cast<int32_t>(std::max<int64_t>(1, static_cast<int64_t>(block_size) / job.line));
+    return std::min(left, std::clamp(lines, std::min(least, most), most));
+}
+
+// False when there are no lines left, or no use in going on.
+bool claim(WriteJob &job, Chunk *chunk) {
+    const std::lock_guard lock(job.mutex);
+    if (job.failed || job.next >= job.end)
+        return false;
+    chunk->first = job.next;
+    job.next += std::min(chunk_lines(job), job.most_lines);
+    chunk->end = job.next;
+    return true;
+}
+
+// Encodes a line behind the others. False when one of its records cannot be described.
+bool encode_line(const WriteImage &sub, PlaneSource &source, Chunk *chunk) {
+    int32_t channel = 0;
+    size_t size = chunk->size;
+    for (const ChannelGroup &group : sub.groups)
+        for (int32_t i = 0; i < group.count; ++i) {
+            const void *row = source.active_row(channel++, *group.codec);
+            const size_t record = encode_record(*group.codec, row, sub.active, chunk->bytes + size);
+            if (record > 2 + max_record_data)
+                return false;
+            size += record;
+        }
+    chunk->size = size;
+    return true;
+}
+
+void encode(const WriteImage &sub, PlaneSource &source, Chunk *chunk) {
+    chunk->size = 0;
+    chunk->obstacle = nullptr;
+    for (int32_t y = chunk->first; y < chunk->end; ++y) {
+        source.start(y);
+        chunk->starts[y - chunk->first] = static_cast<uint32_t>(chunk->size);
+        if (!encode_line(sub, source, chunk)) {
+            chunk->end = y; // which also ends the loop
+            chunk->obstacle = record_too_long;
+        }
+    }
+}
+
+// Appends a chunk to the file. The stream's block is empty. False on failure, with the next line
+// set to the one that failed.
+bool write_chunk(WriteJob &job, Chunk *chunk) {
+    WriteStream &stream = job.sub.writer->stream;
+    const int64_t at = current_position(stream);
+    int32_t end = chunk->first;
+    while (end < chunk->end && at + chunk->starts[end - chunk->first] <= UINT32_MAX)
+        ++end;
+    if (end < chunk->end) {
+        chunk->size = chunk->starts[end - chunk->first];
+        chunk->obstacle = file_too_large;
+    }
+    if (chunk->size > 0 && !append_directly(&stream, chunk->bytes, chunk->size))
+        return false;
+    for (int32_t y = chunk->first; y < end; ++y)
+        note_position(&job.sub, y, at + chunk->starts[y - chunk->first]);
+    job.sub.next = end;
+    job.reason = chunk->obstacle;
+    return chunk->obstacle == nullptr;
+}
+
+// Waits until all lines before the chunk have been written, then writes it.
+void write_in_turn(WriteJob &job, Chunk *chunk) {
+    const int32_t end = chunk->end; // a failure may lower it
+    {
+        std::unique_lock lock(job.mutex);
+        job.turn.wait(lock, [&] { return job.failed || job.written == chunk->first; });
+        if (job.failed)
+            return;
+    }
+    // Nobody else is between these two locks: it is the turn of this chunk alone.
+    const bool good = write_chunk(job, chunk);
+    {
+        const std::lock_guard lock(job.mutex);
+        job.failed = !good;
+        job.written = end;
+    }
+    job.turn.notify_all();
+}
+
+// What each thread does.
+void write_chunks(void *data) {
+    auto &job = *static_cast<WriteJob *>(data);
+    uint8_t *memory = job.memory.get();
+    {
+        const std::lock_guard lock(job.mutex);
+        memory += job.share * static_cast<size_t>(job.num_started++);
+    }
+    Chunk chunk = {};
+    chunk.starts = reinterpret_cast<uint32_t *>(memory);
+    memory += static_cast<size_t>(job.most_lines) * sizeof(uint32_t);
+    PlaneSource source(job.sub, job.raster, memory);
+    chunk.bytes = memory + row_room(job.sub);
+    while (claim(job, &chunk)) {
+        encode(job.sub, source, &chunk);
+        write_in_turn(job, &chunk);
+    }
+}
+
+constexpr size_t round_up(size_t size) { return (size + 63) / 64 * 64; }
+
+// Writes the active lines from the next one up to an end as chunks. Returns 0 or a negative status,
+// reported.
+int32_t write_by_chunks(WriteImage *sub, const ZOR_RASTER &raster, int32_t end, int num_threads) {
+    WriteJob job = {*sub, raster, end, num_threads, most_of_line(*sub)};
+    job.most_lines = chunk_lines(job); // the first chunk is the largest
+    const auto lines = static_cast<size_t>(job.most_lines);
+    job.share = round_up(lines * (sizeof(uint32_t) + static_cast<size_t>(job.line)) +
+                         row_room(*sub) + codec_slack);
+    job.memory.reset(allocate<uint8_t>(num_threads * static_cast<int64_t>(job.share)));
+    if (job.memory == nullptr)
+        return set_status(ZOR_E_MEMORY);
+    if (!flush(&sub->writer->stream))
+        return fail_write(*sub, sub->next);
+    platform::run_on_threads(num_threads, write_chunks, &job);
+    if (!job.failed)
+        return 0;
+    return job.reason != nullptr ? fail_write(sub->next, job.reason) : fail_write(*sub, sub->next);
+}
+
+// Writes lines up to an end one by one.
+int32_t write_by_lines(WriteImage *sub, const ZOR_RASTER &raster, int32_t end) {
+    const Owned<uint8_t> row(allocate<uint8_t>(static_cast<int64_t>(row_room(*sub))));
+    if (row == nullptr)
+        return set_status(ZOR_E_MEMORY);
+    PlaneSource source(*sub, raster, row.get());
+    while (sub->next < end) {
+        source.start(sub->next);
+        if (const int32_t status = write_line(sub, sub->next, source); status != 0)
+            return status;
+    }
+    return 0;
+}
+
+// Writes lines of which the first one is expected next.
+int32_t write_lines(WriteImage *sub, const ZOR_RASTER &raster) {
+    // Margins are not stored.
+    sub->next = std::clamp(sub->act_bottom, raster.bottom, raster.top + 1);
+    const int32_t end = std::clamp(sub->act_top + 1, sub->next, raster.top + 1);
+    const int64_t work = (end - sub->next) * most_of_line(*sub);
+    const auto threads =
+        static_cast<int>(std::min<int64_t>(raster.num_threads, 1 + work / least_work));
+    const bool small = threads == 1 && work <= static_cast<int64_t>(block_size);
+    const int32_t status = small || most_of_line(*sub) > most_chunk
+                               ? write_by_lines(sub, raster, end)
+                               : write_by_chunks(sub, raster, end, threads);
+    if (status == 0)
+        sub->next = raster.top + 1;
+    else if (status == ZOR_E_MEMORY) // which is known before anything is written
+        sub->next = raster.bottom;
+    return status;
+}
+
+} // namespace
+
+int write_raster(void *state, ZOR_RASTER *raster) {
+    auto *sub = static_cast<WriteImage *>(state);
+    if (const int32_t status = begin_lines(sub, raster->bottom); status != 0)
+        return status;
+    const int32_t status = write_lines(sub, *raster);
+    raster->lines_done = sub->next - raster->bottom;
+    return status;
+}
+
+int write_columns(void *state, int y, ZOR_WORD channels, ZOR_WORD first, ZOR_WORD last,
+                  ZOR_WORD flags) {
+    auto *sub = static_cast<WriteImage *>(state);
+    const ZOR_IMAGE &image = *sub->writer->image;
+    if (flags != 0)
+        return zor__fail(ZOR_E_ARGUMENT, ZOR_MSG_CANNOT_HANDLE, image.key);
+    const ZOR_RASTER asked = {sub->index, word_side(first), word_side(last), y, y, 1, 0, nullptr,
+                              0};
+    CheckedRaster checked;
+    const int32_t status = check_raster(image, asked, word_channels(channels), &checked);
+    return status != 0 ? status : write_raster(sub, &checked.raster);
+}
+
+} // namespace zor::mox

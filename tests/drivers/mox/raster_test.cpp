@@ -1,0 +1,368 @@
+// raster_test.cpp - whole frames and windows of MOX files, beside the same lines as scanlines.
+#include <algorithm>
+#include <random>
+
+#include "drivers/mox/mox_files.h"
+#include "zor/ops.h"
+
+namespace {
+
+// Memory for a window of an image, its channels in planes of their own or all interleaved, bottom
+// line first or last, with bytes between the lines that are nobody's.
+struct Canvas {
+    Canvas(const ZOR_IMAGE_DESC &desc, int left, int right, int bottom, int top, bool interleaved,
+           bool falling)
+        : raster{0, left, right, bottom, top, 1, 0, nullptr, -1} {
+        for (const ZOR_CHANNELS &group : {desc.image, desc.matte, desc.aux})
+            sizes.insert(sizes.end(), static_cast<size_t>(group.count),
+                         ZOR_sample_size(group.type, group.bits));
+        const int columns = right - left + 1;
+        const int lines = top - bottom + 1;
+        int pixel = 0;
+        for (const int size : sizes)
+            pixel += size;
+        memory.assign(static_cast<size_t>(pixel * columns + 3) * static_cast<size_t>(lines), gap);
+        uint8_t *next = memory.data();
+        for (const int size : sizes) {
+            ZOR_PLANE plane = {next, interleaved ? pixel : 0, pixel * columns + 3};
+            if (falling) {
+                plane.samples = next + plane.row_step * (lines - 1);
+                plane.row_step = -plane.row_step;
+            }
+            planes.push_back(plane);
+            next += interleaved ? size : size * columns;
+        }
+        raster.num_planes = static_cast<int>(planes.size());
+        raster.planes = planes.data();
+    }
+    [[nodiscard]] uint8_t *sample(size_t k, int x, int y) const {
+        const ZOR_WORD step = planes[k].column_step != 0 ? planes[k].column_step : sizes[k];
+        return static_cast<uint8_t *>(planes[k].samples) +
+               planes[k].row_step * (y - raster.bottom) + step * (x - raster.left);
+    }
+    // Calls a function with every sample of a line and the one of a scanline it belongs to.
+    template<class Function>
+    void each(int y, int win_left, void *const *rows, Function function) {
+        for (size_t k = 0; k < planes.size(); ++k)
+            for (int x = raster.left; planes[k].samples != nullptr && x <= raster.right; ++x)
+                function(sample(k, x, y),
+                         static_cast<uint8_t *>(rows[k]) + (x - win_left) * sizes[k],
+                         static_cast<size_t>(sizes[k]));
+    }
+    void fill(const ZOR_IMAGE_DESC &desc) {
+        for (int y = raster.bottom; y <= raster.top; ++y)
+            each(
+                y, desc.win_left, Rows(desc, y, false).pointers.data(),
+                [](uint8_t *to, const uint8_t *from, size_t size) { std::memcpy(to, from, size); });
+    }
+    // Whether the lines below an end are those of the image's scanlines; wipes them, so that in the
+    // end nothing but gaps are left.
+    bool take(ZOR_IMAGE *image, int k, int end) {
+        bool equal = true;
+        for (int y = raster.bottom; equal && y < end; ++y) {
+            void **rows = nullptr;
+            equal = image->scan(image->data[k], y, reinterpret_cast<void **>(&rows)) == 0;
+            if (equal)
+                each(y, image->images[k].win_left, rows,
+                     [&](uint8_t *sample, const uint8_t *expected, size_t size) {
+                         equal = equal && std::memcmp(sample, expected, size) == 0;
+                         std::memset(sample, gap, size);
+                     });
+        }
+        return equal;
+    }
+    [[nodiscard]] bool is_gap() const {
+        return std::count(memory.begin(), memory.end(), gap) ==
+               static_cast<std::ptrdiff_t>(memory.size());
+    }
+
+    static constexpr uint8_t gap = 0xAA;
+    std::vector<int> sizes;
+    std::vector<uint8_t> memory;
+    std::vector<ZOR_PLANE> planes;
+    ZOR_RASTER raster;
+};
+
+class RasterTest : public MoxTest {
+protected:
+    // The whole window of a sub-image.
+    static Canvas canvas(ZOR_IMAGE *image, int k = 0, bool interleaved = false,
+                         bool falling = false) {
+        const ZOR_IMAGE_DESC &desc = image->images[k];
+        Canvas canvas(desc, desc.win_left, desc.win_right, desc.win_bottom, desc.win_top,
+                      interleaved, falling);
+        canvas.raster.sub_image = k;
+        return canvas;
+    }
+    // The file, but for its date and the time that it took.
+    [[nodiscard]] std::string content() const {
+        return read_file(file).replace(528, 20, 20, ' ').replace(614, 12, 12, ' ');
+    }
+
+    // Three sub-images whose lines are mixed, the first one large.
+    std::string mixed_file() {
+        Request request(file);
+        request.add(700, 300).matte = {1, ZOR_C_INTEGER, 16};
+        request.add(300, 300).aux = {1, ZOR_C_FLOAT, 32};
+        request.add(9, 3);
+        ZOR_IMAGE *image = request.open("w");
+        for (int y = 0; y < 300; ++y)
+            for (int k = 0; k < (y < 3 ? 3 : 2); ++k)
+                EXPECT_EQ(write(image, k, y), 0);
+        EXPECT_EQ(ZOR_close(image), 0);
+        return read_file(file);
+    }
+
+    // Reads the first image in one call and line by line, which must come to the same: equal lines,
+    // or a failure at the same line in the same words.
+    void compare(const std::string &bytes) {
+        ZOR_IMAGE *image = open_bytes(bytes);
+        ASSERT_NE(image, nullptr) << log.text();
+        const int top = image->images[0].win_top;
+        int y = 0;
+        int status = 0;
+        while (y <= top && (status = read(image, 0, y)) == 0)
+            ++y;
+        const std::string said = log.text();
+        for (const int threads : {1, 3}) {
+            log.clear();
+            Canvas whole = canvas(image);
+            whole.raster.num_threads = threads;
+            EXPECT_EQ(ZOR_raster_read(image, &whole.raster), status);
+            EXPECT_EQ(log.text(), said);
+            EXPECT_EQ(whole.raster.lines_done, y);
+            EXPECT_TRUE(whole.take(image, 0, y));
+            EXPECT_EQ(image->last_scanline, -1);
+        }
+        ZOR_close(image);
+    }
+};
+
+TEST_F(RasterTest, IsTheSameAsScanlines) {
+    const std::tuple<int, int, int> cases[] = {{1, 8, 5},  {1, 12, 0}, {1, 16, 5},
+                                               {1, 32, 0}, {2, 32, 5}, {3, 64, 0}};
+    for (const auto &[type, bits, margin] : cases) {
+        SCOPED_TRACE(testing::Message() << type << " " << bits << " " << margin);
+        Request request(file);
+        ZOR_IMAGE_DESC &desc = request.add(420, 100);
+        desc.image = {3, type, bits};
+        desc.matte = {1, type, bits};
+        desc.aux = {1, 4 - type, type == 3 ? 8 : 32 * (3 - type)};
+        desc.win_left = desc.win_bottom = margin;
+        desc.act_left = desc.act_bottom = 2 * margin;
+        desc.act_right -= margin;
+        desc.act_top -= margin;
+        ZOR_IMAGE *image = request.open("w");
+        ASSERT_NE(image, nullptr) << log.text();
+        ASSERT_NO_FATAL_FAILURE(write_all(image, 0));
+        ZOR_close(image);
+        const std::string expected = content();
+
+        for (const int threads : {1, 2, 4}) {
+            const bool interleaved = threads != 2;
+            const bool falling = threads == 4;
+            image = request.open("w");
+            Canvas rows = canvas(image, 0, interleaved, falling);
+            rows.raster.num_threads = threads;
+            rows.fill(desc);
+            const Canvas before = rows;
+            // In three parts, the first of which is a scanline.
+            ASSERT_EQ(write(image, 0, margin), 0);
+            for (const int y : {margin + 1, 60}) {
+                ZOR_RASTER part = rows.raster;
+                part.bottom = y;
+                part.top = y == 60 ? part.top : 59;
+                for (ZOR_PLANE &plane : rows.planes)
+                    plane.samples =
+                        rows.sample(static_cast<size_t>(&plane - rows.planes.data()), margin, y);
+                EXPECT_EQ(ZOR_raster_write(image, &part), 0) << log.text();
+                EXPECT_EQ(part.lines_done, part.top - y + 1);
+                rows.raster.bottom = y;
+            }
+            EXPECT_TRUE(rows.memory == before.memory);
+            EXPECT_EQ(ZOR_close(image), 0);
+            EXPECT_TRUE(content() == expected) << threads;
+
+            image = request.open("r");
+            ASSERT_NE(image, nullptr) << log.text();
+            Canvas whole = canvas(image, 0, interleaved, falling);
+            Canvas window(desc, margin + 3, 391, 9, 91, interleaved, !falling);
+            window.planes[1].samples = nullptr; // left out
+            for (Canvas *some : {&whole, &window}) {
+                some->raster.num_threads = threads;
+                EXPECT_EQ(ZOR_raster_read(image, &some->raster), 0) << log.text();
+                EXPECT_EQ(some->raster.lines_done, some->raster.top - some->raster.bottom + 1);
+                EXPECT_TRUE(some->take(image, 0, some->raster.top + 1));
+                EXPECT_TRUE(some->is_gap()) << "touches nothing else";
+            }
+            ZOR_close(image);
+        }
+    }
+}
+
+TEST_F(RasterTest, WordsAskForPlanesWithoutGaps) {
+    ZOR_IMAGE *image = open_bytes(mixed_file());
+    ASSERT_NE(image, nullptr);
+    std::vector<uint8_t> red(500), matte(500);
+    void *channels[] = {red.data(), nullptr, nullptr, matte.data()};
+    const auto address = reinterpret_cast<ZOR_WORD>(channels);
+    const Rows above(image->images[0], 8, true);
+    const auto is_row = [&](int line) {
+        return std::equal(&red[100U * static_cast<size_t>(line)], &red[0] + 100 * (line + 1),
+                          &above.bytes[0][320]) &&
+               std::memcmp(&matte[200U * static_cast<size_t>(line)], &above.bytes[3][640], 200) ==
+                   0;
+    };
+    EXPECT_EQ(ZOR_get_raster(image, address, 320, 419, 7, 8), 0) << log.text();
+    EXPECT_TRUE(is_row(1));
+    EXPECT_EQ(ZOR_get_region(image, address, 320, 419, 8, 8), 0);
+    EXPECT_TRUE(is_row(0));
+    std::fill(matte.begin(), matte.end(), 0);
+    EXPECT_EQ(ZOR_direct_scan_read(image, 8, address, 320, 419, 0), 0);
+    EXPECT_TRUE(is_row(0));
+    EXPECT_EQ(image->last_scanline, 8);
+
+    const Failure argument(ZOR_E_ARGUMENT, ZOR_MSG_CANNOT_HANDLE);
+    expect(argument, ZOR_direct_scan_read(image, 8, address, 320, 419, 1));
+    expect(argument, ZOR_direct_scan_read(image, 8, address, 0, 700, 0));
+    expect(argument, ZOR_get_raster(image, address, -1, 3, 0, 0));
+    expect(argument, ZOR_get_raster(image, 0, 0, 3, 0, 0));
+    expect({ZOR_E_SCANLINE, ZOR_MSG_BAD_SCANLINE}, ZOR_get_raster(image, address, 0, 3, 299, 300));
+    ZOR_close(image);
+
+    Request request(file);
+    request.add(100, 1).image.count = 1;
+    image = request.open("w");
+    EXPECT_EQ(ZOR_get_raster(image, address, 0, 99, 0, 0), ZOR_E_UNSUPPORTED);
+    EXPECT_TRUE(log.has_only(ZOR_MSG_NO_RASTER));
+    EXPECT_EQ(ZOR_direct_scan_write(image, 0, address, 0, 99, 0), 0);
+    EXPECT_EQ(ZOR_close(image), 0);
+    image = request.open("r");
+    EXPECT_EQ(ZOR_direct_scan_read(image, 0, reinterpret_cast<ZOR_WORD>(channels + 3), 0, 99, 0),
+              0);
+    EXPECT_EQ(std::memcmp(red.data(), matte.data(), 100), 0);
+    ZOR_close(image);
+}
+
+TEST_F(RasterTest, RefusesWhatCannotBe) {
+    ZOR_IMAGE *image = open_bytes(mixed_file());
+    ASSERT_NE(image, nullptr);
+    Canvas some = canvas(image, 1);
+    const Failure argument(ZOR_E_ARGUMENT, ZOR_MSG_CANNOT_HANDLE);
+    const Failure lines(ZOR_E_SCANLINE, ZOR_MSG_BAD_SCANLINE);
+    const std::tuple<int32_t ZOR_RASTER::*, int32_t, Failure> cases[] = {
+        {&ZOR_RASTER::sub_image, 3, argument},    {&ZOR_RASTER::sub_image, -1, argument},
+        {&ZOR_RASTER::left, -1, argument},        {&ZOR_RASTER::right, 300, argument},
+        {&ZOR_RASTER::left, 300, argument},       {&ZOR_RASTER::num_planes, 3, argument},
+        {&ZOR_RASTER::num_threads, -1, argument}, {&ZOR_RASTER::bottom, -1, lines},
+        {&ZOR_RASTER::top, 300, lines},           {&ZOR_RASTER::top, -1, lines}};
+    for (const auto &[field, value, failure] : cases) {
+        ZOR_RASTER wrong = some.raster;
+        wrong.*field = value;
+        expect(failure, ZOR_raster_read(image, &wrong));
+        EXPECT_EQ(wrong.lines_done, 0);
+    }
+    const auto unsupported = [&](int status) {
+        return status == ZOR_E_UNSUPPORTED && zor__err == status && log.reports.empty();
+    };
+    EXPECT_TRUE(unsupported(ZOR_raster_write(image, &some.raster)));
+    ZOR__select(image, 1);
+    some.raster.sub_image = 0;
+    EXPECT_TRUE(unsupported(ZOR_raster_read(image, &some.raster)));
+    ZOR__select_undo(image);
+    some.raster.sub_image = 1;
+    EXPECT_EQ(ZOR_raster_read(image, &some.raster), 0);
+    ZOR_close(image);
+
+    Request request(file);
+    request.add(8, 8);
+    image = request.open("w");
+    Canvas whole = canvas(image);
+    EXPECT_TRUE(unsupported(ZOR_raster_read(image, &whole.raster)));
+    ZOR_RASTER narrow = whole.raster;
+    narrow.right = 6;
+    expect(argument, ZOR_raster_write(image, &narrow));
+    ZOR_RASTER late = whole.raster;
+    late.bottom = 1;
+    expect(lines, ZOR_raster_write(image, &late));
+    void *const samples = std::exchange(whole.planes[2].samples, nullptr);
+    expect(argument, ZOR_raster_write(image, &whole.raster));
+    whole.planes[2].samples = samples;
+    EXPECT_EQ(ZOR_raster_write(image, &whole.raster), 0) << log.text();
+    expect(lines, ZOR_raster_write(image, &whole.raster));
+    EXPECT_EQ(whole.raster.lines_done, 0);
+    EXPECT_EQ(ZOR_close(image), 0);
+}
+
+// Lines may lie anywhere in the file; and when some of them are damaged or missing, the lowest one
+// is what counts.
+TEST_F(RasterTest, FailsWhereAndAsScanlinesDo) {
+    const std::string whole = mixed_file();
+    const auto entry = [](int y) { return 740 + 4 * static_cast<size_t>(y); };
+    const auto position = [&](int y) {
+        uint32_t value = 0;
+        for (size_t i = 0; i < 4; ++i)
+            value = value << 8 | static_cast<uint8_t>(whole[entry(y) + i]);
+        return value;
+    };
+    std::string bytes = whole;
+    ASSERT_NO_FATAL_FAILURE(compare(bytes));
+    for (int y = 0; y < 300; ++y)
+        put(bytes, entry(y), 4, position(299 - y));
+    ASSERT_NO_FATAL_FAILURE(compare(bytes));
+    std::mt19937 random(1);
+    for (int y = 0; y < 300; ++y)
+        put(bytes, entry(y), 4, position(static_cast<int>(random() % 300)));
+    ASSERT_NO_FATAL_FAILURE(compare(bytes));
+
+    for (const int y : {0, 150, 299}) {
+        SCOPED_TRACE(y);
+        for (const uint32_t lost : {739U, position(y) + 1, 0xFFFFFFFFU}) {
+            bytes = whole;
+            put(bytes, entry(y), 4, lost);
+            put(bytes, entry(299), 4, 1); // is only told when it is the first one
+            ASSERT_NO_FATAL_FAILURE(compare(bytes));
+        }
+        for (const uint32_t packet : {0x8007U, 0x7F00U}) { // too short, too long
+            bytes = whole;
+            put(bytes, position(y) + 2, 2, packet);
+            ASSERT_NO_FATAL_FAILURE(compare(bytes));
+        }
+        put(bytes, position(y), 2, 0xFFFF);
+        ASSERT_NO_FATAL_FAILURE(compare(bytes));
+        if (y > 0) { // the headers come before
+            ASSERT_NO_FATAL_FAILURE(compare(whole.substr(0, position(y) + 40)));
+        }
+    }
+}
+
+// A line that cannot be stored is expected next, and may be written with other samples.
+TEST_F(RasterTest, RecordsTooLongEndIt) {
+    Request request(file);
+    request.add(20000, 60).image = {1, ZOR_C_INTEGER, 32};
+    ZOR_IMAGE *image = request.open("w");
+    write_all(image, 0);
+    ZOR_close(image);
+    const std::string expected = content();
+    for (const int threads : {1, 2, 4}) {
+        image = request.open("w");
+        Canvas whole = canvas(image);
+        whole.raster.num_threads = threads;
+        whole.fill(image->images[0]);
+        std::vector<uint32_t> noise(20000);
+        std::generate(noise.begin(), noise.end(), std::mt19937(1));
+        const Canvas good = whole;
+        for (const int y : {17, 50})
+            std::memcpy(whole.sample(0, 0, y), noise.data(), 80000);
+        expect({ZOR_E_WRITE, ZOR_MSG_CANNOT_WRITE_LINE}, ZOR_raster_write(image, &whole.raster));
+        EXPECT_EQ(whole.raster.lines_done, 17);
+        whole.memory = good.memory;
+        whole.raster.bottom = 17;
+        whole.planes[0].samples = whole.sample(0, 0, 34);
+        EXPECT_EQ(ZOR_raster_write(image, &whole.raster), 0) << log.text();
+        EXPECT_EQ(ZOR_close(image), 0);
+        EXPECT_TRUE(content() == expected) << threads;
+    }
+}
+
+} // namespace
