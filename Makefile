@@ -11,7 +11,9 @@
 #   make faults                  everything that can fail made to fail, and how many points that were
 #   make valgrind                tests under valgrind's memory checker
 #   make lint                    formatting, static analysis, folder rules
-#   make bench                   benchmarks; make fuzz SECONDS=60, make fuzz32: fuzzing
+#   make bench                   benchmarks
+#   make bench-instructions      instructions the row codec takes, held to their limits
+#   make fuzz SECONDS=60         fuzzing; make fuzz32: as 32-bit programs
 #   make install PREFIX=/usr/local
 
 PICTURES ?=
@@ -29,7 +31,8 @@ package = cmake --preset win32 -B build/$(1) -DZOR_BUILD_TESTS=OFF >/dev/null &&
 	cmake --build build/$(1) -j $(JOBS) && scripts/win32_package.sh build/$(1) build/$(1).zip
 run_tests = ctest --test-dir build/$(1) --output-on-failure --no-tests=error -j $(JOBS)
 
-.PHONY: demo test asan tsan linux32 win32 win32-test win32-package lint bench fuzz fuzz32 install clean
+.PHONY: demo test asan tsan linux32 win32 win32-test win32-package lint bench \
+	bench-instructions fuzz fuzz32 install clean
 
 demo:
 	scripts/setup.sh native
@@ -82,6 +85,11 @@ bench:
 	scripts/setup.sh native bench
 	$(call build,bench)
 	scripts/bench.sh build/bench
+
+bench-instructions:
+	scripts/setup.sh native bench
+	$(call configure,bench) && cmake --build build/bench -j $(JOBS) --target codec_instructions
+	scripts/bench_instructions.sh build/bench
 
 fuzz fuzz32:
 	scripts/setup.sh native fuzz

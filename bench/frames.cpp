@@ -66,14 +66,21 @@ Pixel rendered(int32_t x, int32_t y) {
     return pixel;
 }
 
-Pixel photograph(int32_t x, int32_t y) {
+// How a photograph was taken: its finest detail in pixels, and the noise of the sensor in steps of
+// 8 bits where the picture is dull and what is added to it where it is lively.
+struct Exposure {
+    int32_t finest;
+    float grain, more_grain;
+};
+
+Pixel photograph(const Exposure &exposure, int32_t x, int32_t y) {
     float tone = 0;
     float weight = 0.5F;
-    for (int32_t size = 512; size >= 4; size /= 2, weight *= 0.55F)
+    for (int32_t size = 512; size >= exposure.finest; size /= 2, weight *= 0.55F)
         tone += weight * soft_noise(x, y, size, static_cast<uint32_t>(size));
     // Sharp and blurred regions, dark and burnt-out ones: the noise of the sensor varies with both.
     const float focus = soft_noise(x, y, 300, 7);
-    const float grain = (0.2F + 2.0F * focus * focus) / 255.0F;
+    const float grain = (exposure.grain + exposure.more_grain * focus * focus) / 255.0F;
     Pixel pixel;
     for (size_t c = 0; c < 3; ++c) {
         const uint32_t seed = 100 + static_cast<uint32_t>(c);
@@ -86,12 +93,35 @@ Pixel photograph(int32_t x, int32_t y) {
     return pixel;
 }
 
+// Bands of a slow landscape in eight paints, with ink of two pixels along their borders.
+Pixel cel(int32_t x, int32_t y) {
+    const auto height = [](int32_t across, int32_t up) {
+        return 8.0F * soft_noise(across, up, 230, 3);
+    };
+    const float here = height(x, y);
+    const float slope = std::hypot(height(x + 1, y) - here, height(x, y + 1) - here);
+    const float paint = std::floor(here);
+    const float to_border = std::min(here - paint, paint + 1 - here) / std::max(slope, 1e-6F);
+    const float light = std::clamp(to_border - 1.0F, 0.0F, 1.0F); // without the ink
+    Pixel pixel;
+    for (size_t c = 0; c < 3; ++c)
+        pixel[c] = light * noise_at(static_cast<int32_t>(paint), static_cast<int32_t>(c), 5);
+    pixel[3] = paint < 2 ? 0.0F : 1.0F;
+    return pixel;
+}
+
 Pixel pixel_of(Picture picture, int32_t x, int32_t y) {
     switch (picture) {
     case Picture::rendered:
         return rendered(x, y);
     case Picture::photograph:
-        return photograph(x, y);
+        return photograph({4, 0.2F, 2.0F}, x, y);
+    case Picture::sharp:
+        return photograph({4, 0.8F, 1.2F}, x, y);
+    case Picture::soft:
+        return photograph({32, 0.25F, 0.25F}, x, y);
+    case Picture::cel:
+        return cel(x, y);
     case Picture::noise:
         return {noise_at(x, y, 1), noise_at(x, y, 2), noise_at(x, y, 3), noise_at(x, y, 4)};
     case Picture::flat:
@@ -100,31 +130,43 @@ Pixel pixel_of(Picture picture, int32_t x, int32_t y) {
     return {0.2F, 0.4F, 0.6F, 1};
 }
 
+// Samples of a line, each channel a distance from the one before.
+void put_line(Picture picture, int32_t bits, int32_t y, size_t distance, uint8_t *to) {
+    const size_t size = static_cast<size_t>(bits) / 8;
+    const auto top = static_cast<float>((1 << bits) - 1);
+    for (int32_t x = 0; x < Frame::width; ++x, to += size) {
+        const Pixel pixel = pixel_of(picture, x, y);
+        for (size_t c = 0; c < pixel.size(); ++c) {
+            // The low bytes of a little endian word are the sample of either width.
+            const auto sample = static_cast<uint32_t>(std::lround(pixel[c] * top));
+            std::memcpy(to + c * distance, &sample, size);
+        }
+    }
+}
+
 } // namespace
 
 const char *name_of(Picture picture) {
-    static constexpr const char *names[] = {"rendered", "photograph", "noise", "flat"};
+    static constexpr const char *names[] = {
+        "rendered", "photograph", "sharp photograph", "soft photograph", "cel", "noise", "flat"};
     return names[static_cast<size_t>(picture)];
 }
 
 Frame make_frame(Picture picture, int32_t bits) {
     Frame frame{bits, {}};
-    const size_t size = frame.sample_size();
-    const size_t plane = frame.row_bytes() * Frame::height;
-    frame.data.resize(plane * Frame::channels);
-    const float top = static_cast<float>((1 << bits) - 1);
-    uint8_t *to = frame.data.data();
-    for (int32_t y = 0; y < Frame::height; ++y) {
-        for (int32_t x = 0; x < Frame::width; ++x, to += size) {
-            const Pixel pixel = pixel_of(picture, x, y);
-            for (size_t c = 0; c < pixel.size(); ++c) {
-                // The low bytes of a little endian word are the sample of either width.
-                const auto sample = static_cast<uint32_t>(std::lround(pixel[c] * top));
-                std::memcpy(to + c * plane, &sample, size);
-            }
-        }
-    }
+    const size_t row = frame.row_bytes();
+    frame.data.resize(row * Frame::height * Frame::channels);
+    for (int32_t y = 0; y < Frame::height; ++y)
+        put_line(picture, bits, y, row * Frame::height,
+                 frame.data.data() + static_cast<size_t>(y) * row);
     return frame;
+}
+
+std::vector<uint8_t> make_line(Picture picture, int32_t bits, int32_t y) {
+    const size_t row = Frame{bits, {}}.row_bytes();
+    std::vector<uint8_t> line(row * Frame::channels);
+    put_line(picture, bits, y, row, line.data());
+    return line;
 }
 
 } // namespace bench

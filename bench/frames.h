@@ -10,11 +10,15 @@ namespace bench {
 enum class Picture {
     rendered,   // shaded spheres on a flat ground with their matte: runs and slow gradients
     photograph, // detail and sensor noise over soft areas, opaque: short runs all over
+    sharp,      // a photograph with noise everywhere: literals, and few runs of more than three
+    soft,       // a photograph out of focus and without much noise: short runs and short literals
+    cel,        // flat paint inside outlines: long runs, and a few unlike samples between them
     noise,      // no two neighbours related: nothing to gain
     flat        // one colour
 };
 
-constexpr Picture all_pictures[] = {Picture::rendered, Picture::photograph, Picture::noise,
+constexpr Picture all_pictures[] = {Picture::rendered, Picture::photograph, Picture::sharp,
+                                    Picture::soft,     Picture::cel,        Picture::noise,
                                     Picture::flat};
 
 const char *name_of(Picture picture);
@@ -37,5 +41,8 @@ struct Frame {
 };
 
 Frame make_frame(Picture picture, int32_t bits);
+
+// Line y of such a frame alone: its channels one after the other.
+std::vector<uint8_t> make_line(Picture picture, int32_t bits, int32_t y);
 
 } // namespace bench

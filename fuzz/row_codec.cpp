@@ -1,6 +1,6 @@
 // row_codec.cpp - the row codec stays within its buffers on any data, and gives back what it coded.
 //
-// The first byte of an input chooses the coding, the next two the number of samples.
+// The first byte of an input chooses the coding and its version, the next two the number of samples.
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -15,6 +15,7 @@ using zor::mox::codec_slack;
 using zor::mox::EncodedRow;
 using zor::mox::most_rows;
 using zor::mox::RowCodec;
+using zor::mox::Vectors;
 
 namespace {
 
@@ -97,8 +98,14 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
                  {ZOR_C_DOUBLE, 64}};
     if (size < 4)
         return 0;
-    const auto &kind = kinds[data[0] % (sizeof kinds / sizeof kinds[0])];
-    const RowCodec &codec = *zor::mox::row_codec(kind.type, kind.bits);
+    constexpr size_t num_kinds = sizeof kinds / sizeof kinds[0];
+    const auto &kind = kinds[data[0] % num_kinds];
+    constexpr Vectors versions[] = {Vectors::avx2, Vectors::sse2, Vectors::portable};
+    const RowCodec *version =
+        zor::mox::row_codec(kind.type, kind.bits, versions[data[0] / num_kinds % 3]);
+    if (version == nullptr) // the processor cannot run it
+        version = zor::mox::row_codec(kind.type, kind.bits);
+    const RowCodec &codec = *version;
     const int32_t count = (data[1] << 8 | data[2]) % 32768 + 1;
     decode_anything(codec, data + 3, size - 3, count);
     decode_anything(codec, data + 3, size - 3, count % 100 + 1);

@@ -6,65 +6,56 @@
 #include <cstdint>
 #include <cstring>
 
-#include "drivers/mox/vec16.h"
-
 namespace zor::mox {
 
 static_assert(std::endian::native == std::endian::little, "byte 0 of a sample is the lowest one");
 
 // Copies one byte of each of count samples of Size bytes (1, 2 or 4) to plane.
-template<ptrdiff_t Size, ptrdiff_t Byte>
+template<class V, ptrdiff_t Size, ptrdiff_t Byte>
 void take_plane(const uint8_t *samples, ptrdiff_t count, uint8_t *plane) {
+    ptrdiff_t i = 0;
     if constexpr (Size == 1) {
-        std::memcpy(plane, samples, static_cast<size_t>(count));
+        constexpr ptrdiff_t block = 128;
+        for (; i + block <= count; i += block)
+            for (ptrdiff_t k = 0; k < block; k += V::size)
+                V::store(V::load(samples + i + k), plane + i + k);
+        std::memcpy(plane + i, samples + i, static_cast<size_t>(count - i));
         return;
     }
-    ptrdiff_t i = 0;
-    for (; i + 16 <= count; i += 16) {
-        const uint8_t *const from = samples + Size * i;
+    for (; i + V::size <= count; i += V::size) {
         if constexpr (Size == 2)
-            store(narrow16<8 * Byte>(load(from), load(from + 16)), plane + i);
+            V::store(V::template narrow16<8 * Byte>(samples + 2 * i), plane + i);
         else
-            store(narrow32<8 * Byte>(from), plane + i);
+            V::store(V::template narrow32<8 * Byte>(samples + 4 * i), plane + i);
     }
     for (; i < count; ++i)
         plane[i] = samples[Size * i + Byte];
 }
 
 // Puts count bytes as byte 3, 2, 1 or 0 of samples of four bytes. Byte 3 comes first: it clears the
-// others, which are then added. Clears 15 bytes behind the plane, and writes up to 15 samples more
-// than count.
-template<ptrdiff_t Byte>
+// others, which are then added. Beyond the samples whole vectors of them up to a multiple of 16 are
+// written.
+template<class V, ptrdiff_t Byte>
 void put_plane(uint8_t *plane, ptrdiff_t count, uint8_t *samples) {
-    constexpr int up = 8 * Byte;
-    store(zeros(), plane + count);
-    for (ptrdiff_t i = 0; i < count; i += 16) {
+    constexpr ptrdiff_t block = 16; // 64 bytes of samples: no more than that may be too many
+    std::memset(plane + count, 0, block);
+    for (ptrdiff_t i = 0; i < count; i += block) {
         uint8_t *to = samples + 4 * i;
-        const auto put = [&to](Vec16 value) {
-            store(Byte == 3 ? value : either(value, load(to)), to);
-            to += 16;
+        const auto put = [&to](typename V::Vec value) {
+            V::store(Byte == 3 ? value : V::either(value, V::load(to)), to);
+            to += V::size;
         };
-        const Vec16 bytes = load(plane + i);
-        const Vec16 low = interleave_low8(bytes, zeros());
-        const Vec16 high = interleave_high8(bytes, zeros());
-        put(widen16_low<up>(low));
-        put(widen16_high<up>(low));
-        put(widen16_low<up>(high));
-        put(widen16_high<up>(high));
+        V::template widen32<8 * Byte>(plane + i, put);
     }
 }
 
 // Makes count samples of two bytes from their planes. The high one may be in the second half of the
 // samples' own memory: no sample is written before its bytes have been read, and none beyond count.
-inline void join_planes(const uint8_t *high, const uint8_t *low, ptrdiff_t count,
-                        uint8_t *samples) {
-    const ptrdiff_t whole = count - count % 16;
-    for (ptrdiff_t i = 0; i < whole; i += 16) {
-        const Vec16 a = load(low + i);
-        const Vec16 b = load(high + i);
-        store(interleave_low8(a, b), samples + 2 * i);
-        store(interleave_high8(a, b), samples + 2 * i + 16);
-    }
+template<class V>
+void join_planes(const uint8_t *high, const uint8_t *low, ptrdiff_t count, uint8_t *samples) {
+    const ptrdiff_t whole = count - count % V::size;
+    for (ptrdiff_t i = 0; i < whole; i += V::size)
+        V::join16(low + i, high + i, samples + 2 * i);
     for (ptrdiff_t i = whole; i < count; ++i) {
         const uint8_t top = high[i]; // before the low byte takes its place
         samples[2 * i] = low[i];

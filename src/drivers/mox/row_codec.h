@@ -23,8 +23,7 @@ struct EncodedRow {
 };
 constexpr int most_rows = 3; // that are decoded together
 
-// The coding of one kind of channel. A table of functions, so that a version for a better processor
-// can take its place.
+// The coding of one kind of channel: a table of functions, of which there are several versions.
 struct RowCodec {
     int32_t sample_size; // bytes in memory: 1, 2, 4 or 8
 
@@ -42,7 +41,14 @@ struct RowCodec {
     size_t (*max_encoded)(int32_t count);
 };
 
-// The coding for a channel type (ZOR_C_...) and width; null for a combination that does not exist.
+// The coding for a channel type (ZOR_C_...) and width, as fast as the processor allows; null for a
+// combination that does not exist.
 const RowCodec *row_codec(int32_t type, int32_t bits);
+
+// The versions there are. All of them give the same bytes and refuse the same records.
+enum class Vectors : uint8_t { portable, sse2, avx2 };
+
+// The same in a certain version; null also where the build or the processor does not have it.
+const RowCodec *row_codec(int32_t type, int32_t bits, Vectors vectors);
 
 } // namespace zor::mox

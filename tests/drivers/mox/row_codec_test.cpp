@@ -1,4 +1,5 @@
-// row_codec_test.cpp - the row codec against a plain transcription of its rules.
+// row_codec_test.cpp - the row codec, in every version that can run here, against a plain
+// transcription of its rules.
 #include "drivers/mox/row_codec.h"
 
 #include <gtest/gtest.h>
@@ -20,6 +21,7 @@ using zor::mox::EncodedRow;
 using zor::mox::most_rows;
 using zor::mox::row_codec;
 using zor::mox::RowCodec;
+using zor::mox::Vectors;
 using Bytes = std::vector<uint8_t>;
 
 // The encoding rule, one run of equal bytes after the other.
@@ -63,14 +65,21 @@ bool reference_decode(const Bytes &data, size_t count, size_t size, Bytes &sampl
     return true;
 }
 
-const RowCodec &integers(size_t size) {
-    return *row_codec(ZOR_C_INTEGER, static_cast<int32_t>(size) * 8);
+// The codecs of samples of so many bytes, the slowest version first.
+std::vector<const RowCodec *> versions(size_t size) {
+    std::vector<const RowCodec *> there;
+    for (const Vectors vectors : {Vectors::portable, Vectors::sse2, Vectors::avx2})
+        if (const RowCodec *codec =
+                row_codec(ZOR_C_INTEGER, static_cast<int32_t>(size) * 8, vectors))
+            there.push_back(codec);
+    return there;
 }
 
 Bytes encode(const Bytes &row, size_t size) {
+    const RowCodec &codec = *versions(size)[0];
     const auto count = static_cast<int32_t>(row.size() / size);
-    Bytes out(integers(size).max_encoded(count) + codec_slack);
-    out.resize(integers(size).encode(row.data(), count, out.data()));
+    Bytes out(codec.max_encoded(count) + codec_slack);
+    out.resize(codec.encode(row.data(), count, out.data()));
     return out;
 }
 
@@ -85,21 +94,23 @@ bool untouched_from(const Bytes &bytes, size_t first) {
 // samples.
 void expect_decode_as_reference(const std::vector<Bytes> &records, size_t count, size_t size) {
     bool good = true;
-    std::vector<Bytes> expected, data, rows;
+    std::vector<Bytes> expected, data;
     for (const Bytes &record : records) {
         good &= reference_decode(record, count, size, expected.emplace_back(count * size));
-        Bytes &padded = data.emplace_back(record);
-        padded.resize(record.size() + codec_slack, 1); // the slack would do as data
-        rows.emplace_back(count * size + codec_slack + 16, guard);
+        data.emplace_back(record).resize(record.size() + codec_slack, 1); // would do as data
     }
-    EncodedRow encoded[most_rows];
-    for (size_t i = 0; i < records.size(); ++i)
-        encoded[i] = {data[i].data(), records[i].size(), rows[i].data()};
-    ASSERT_EQ(good, integers(size).decode(encoded, static_cast<int>(records.size()),
-                                          static_cast<int32_t>(count)));
-    for (size_t i = 0; i < records.size(); ++i) {
-        ASSERT_TRUE(untouched_from(rows[i], count * size + codec_slack));
-        ASSERT_TRUE(!good || std::equal(expected[i].begin(), expected[i].end(), rows[i].begin()));
+    for (const RowCodec *codec : versions(size)) {
+        std::vector<Bytes> rows(records.size(), Bytes(count * size + codec_slack + 16, guard));
+        EncodedRow encoded[most_rows];
+        for (size_t i = 0; i < records.size(); ++i)
+            encoded[i] = {data[i].data(), records[i].size(), rows[i].data()};
+        ASSERT_EQ(good, codec->decode(encoded, static_cast<int>(records.size()),
+                                      static_cast<int32_t>(count)));
+        for (size_t i = 0; i < records.size(); ++i) {
+            ASSERT_TRUE(untouched_from(rows[i], count * size + codec_slack));
+            ASSERT_TRUE(!good ||
+                        std::equal(expected[i].begin(), expected[i].end(), rows[i].begin()));
+        }
     }
 }
 
@@ -114,15 +125,17 @@ void expect_exact_bytes(const Bytes &row, size_t size, size_t skip = 0) {
             bytes[i] = row[i * size + plane];
         append_packets(bytes, expected);
     }
-    const auto samples = static_cast<int32_t>(count);
-    const size_t most = integers(size).max_encoded(samples);
-    ASSERT_LE(expected.size(), most);
     Bytes in(skip + row.size());
     std::copy(row.begin(), row.end(), in.begin() + static_cast<ptrdiff_t>(skip));
-    Bytes out(skip + most + codec_slack, guard);
-    const size_t length = integers(size).encode(in.data() + skip, samples, &out[skip]);
-    ASSERT_TRUE(untouched_from(out, std::min(out.size(), skip + length + codec_slack)));
-    ASSERT_EQ(expected, Bytes(&out[skip], &out[skip] + length));
+    for (const RowCodec *codec : versions(size)) {
+        const size_t most = codec->max_encoded(static_cast<int32_t>(count));
+        ASSERT_LE(expected.size(), most);
+        Bytes out(skip + most + codec_slack, guard);
+        const size_t length =
+            codec->encode(in.data() + skip, static_cast<int32_t>(count), &out[skip]);
+        ASSERT_TRUE(untouched_from(out, std::min(out.size(), skip + length + codec_slack)));
+        ASSERT_EQ(expected, Bytes(&out[skip], &out[skip] + length));
+    }
     expect_decode_as_reference({expected}, count, size);
 }
 
@@ -142,6 +155,13 @@ Bytes random_row(size_t length, std::mt19937 &random) {
     }
     row.resize(length);
     return row;
+}
+
+TEST(RowCodec, IsTheFastestVersionThereIs) {
+    for (const size_t size : {1, 2, 4})
+        EXPECT_EQ(row_codec(ZOR_C_INTEGER, static_cast<int32_t>(size) * 8), versions(size).back());
+    if (versions(1).size() < 3)
+        GTEST_SKIP() << "this processor does not run all versions: some are not tested";
 }
 
 TEST(RowCodec, WritesTheFixedBytes) {
