@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdio>
 #include <cstdlib>
 
 #include "err/memory.h"
@@ -15,7 +16,7 @@ namespace watch {
 inline size_t used;
 inline size_t peak;
 
-inline bool reported; // set by every report
+inline bool reported; // set by every report of an error
 
 inline void *count(void *block) {
     used += block_size(block);
@@ -33,8 +34,8 @@ inline void start() {
                             used -= block_size(block);
                             std::free(block);
                         }});
-    const auto note = [](const char *, int, const char *, ERR_OBJECT *, void *) {
-        reported = true;
+    const auto note = [](const char *, int severity, const char *, ERR_OBJECT *, void *) {
+        reported = reported || severity >= ERR_ERROR;
         return 0;
     };
     ERR_dcl_handler(nullptr, note, nullptr);
@@ -42,7 +43,9 @@ inline void start() {
 
 } // namespace watch
 
-inline void check(bool good) {
-    if (!good)
-        std::abort();
+inline void check(bool good, int line = __builtin_LINE()) {
+    if (good)
+        return;
+    std::fprintf(stderr, "check in line %d failed\n", line);
+    std::abort();
 }
