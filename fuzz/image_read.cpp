@@ -27,7 +27,7 @@ void use_rows(const ZOR_IMAGE_DESC &desc, void **rows) {
 // which may be another or null after a seek.
 ZOR_IMAGE *read_image(ZOR_IMAGE *image, const uint8_t *data, size_t size) {
     constexpr int most_scans = 200;
-    constexpr int64_t most_samples = 1 << 24; // rows of a small file may be very long
+    constexpr int64_t most_samples = 1 << 21; // rows of a small file may be very long
     int64_t samples = 0;
     uint32_t state = 1;
     for (int i = 0; i < most_scans && samples < most_samples && image != nullptr; ++i) {
