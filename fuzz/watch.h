@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 
@@ -16,6 +17,9 @@ namespace watch {
 inline size_t used;
 inline size_t peak;
 
+// No block is larger: a machine with little memory. As much as there is, unless somebody sets it.
+inline size_t largest = PTRDIFF_MAX;
+
 inline bool reported; // set by every report of an error
 
 inline void *count(void *block) {
@@ -25,15 +29,16 @@ inline void *count(void *block) {
 }
 
 inline void start() {
-    zor::set_allocator({[](size_t size) { return count(std::malloc(size)); },
-                        [](void *block, size_t size) {
-                            used -= block_size(block);
-                            return count(std::realloc(block, size));
-                        },
-                        [](void *block) {
-                            used -= block_size(block);
-                            std::free(block);
-                        }});
+    zor::set_allocator(
+        {[](size_t size) -> void * { return size <= largest ? count(std::malloc(size)) : nullptr; },
+         [](void *block, size_t size) {
+             used -= block_size(block);
+             return count(std::realloc(block, size));
+         },
+         [](void *block) {
+             used -= block_size(block);
+             std::free(block);
+         }});
     const auto note = [](const char *, int severity, const char *, ERR_OBJECT *, void *) {
         reported = reported || severity >= ERR_ERROR;
         return 0;

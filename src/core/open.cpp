@@ -84,7 +84,7 @@ bool complete_descriptions(ZOR_IMAGE *image) {
     if (image->images == nullptr)
         image->num_images = 0;
     for (int32_t i = 0; i < image->num_images; ++i) {
-        if (!has_sound_windows(image->images[i]))
+        if (!has_sound_windows(image->images[i]) || !has_sound_counts(image->images[i]))
             return zor__fail(ZOR_E_UNSUPPORTED, ZOR_MSG_CANNOT_HANDLE, image->key) == 0;
         if (!complete_description(&image->images[i], FMT_def_input_gamma()))
             return zor__fail(ZOR_E_MEMORY, ZOR_MSG_NO_MEMORY) == 0;
