@@ -321,7 +321,7 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     texts.clear();
     make_capabilities();
     ZOR_init(nullptr, [](void **module, const char **name) -> unsigned char {
-        if (modules.size() > static_cast<size_t>(1 + choices->roll(3)))
+        if (static_cast<int>(modules.size()) > 1 + choices->roll(3))
             return 0;
         *module = choices->roll(16) != 0 ? &modules.emplace_back() : nullptr;
         *name = any_text();
