@@ -4,33 +4,15 @@
 // FUZZ_KEY is the format; its reader may have FUZZ_MEGABYTES and FUZZ_RATIO times the size of the
 // file.
 #include <algorithm>
-#include <cstdint>
-#include <cstdlib>
-#include <string>
 #include <vector>
 
-#include "watch.h"
-#include "zor/driver.h"
+#include "format.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
 
 namespace {
 
-unsigned char next_module(void **module, const char **name) {
-    static int delivered;
-    *module = this_program();
-    *name = FUZZ_KEY;
-    return delivered++ == 0 ? 1 : 0;
-}
-
-bool start() {
-    leave_home();
-    watch::start();
-    if (ZOR_init(nullptr, next_module) != 0)
-        std::abort();
-    ZOR_multiframe_set(0, 0); // every input is a file of its own, though the name is the same
-    return true;
-}
+constexpr char key[] = FUZZ_KEY;
 
 // Touches every sample, so that rows that are too short are noticed.
 void use_rows(const ZOR_IMAGE_DESC &desc, void **rows) {
@@ -46,13 +28,14 @@ void use_rows(const ZOR_IMAGE_DESC &desc, void **rows) {
 
 constexpr int64_t most_planes = 64;
 
-// Reads some scanlines of all sub-images, in an order that the input gives.
-void read_image(ZOR_IMAGE *image, const uint8_t *data, size_t size) {
+// Reads some scanlines of all sub-images, in an order that the input gives. Returns the handle,
+// which may be another or null after a seek.
+ZOR_IMAGE *read_image(ZOR_IMAGE *image, const uint8_t *data, size_t size) {
     constexpr int most_scans = 200;
-    constexpr int64_t most_samples = 1 << 24; // rows of a small file may be very long
+    constexpr int64_t most_samples = 1 << 21; // rows of a small file may be very long
     int64_t samples = 0;
     uint32_t state = 1;
-    for (int i = 0; i < most_scans && samples < most_samples; ++i) {
+    for (int i = 0; i < most_scans && samples < most_samples && image != nullptr; ++i) {
         state = state * 1664525U + 1013904223U + data[static_cast<size_t>(i) * 7919U % size];
         const auto k =
             static_cast<int32_t>((state >> 8) % static_cast<uint32_t>(image->num_images));
@@ -63,16 +46,23 @@ void read_image(ZOR_IMAGE *image, const uint8_t *data, size_t size) {
                    (desc.image.count + desc.matte.count + desc.aux.count);
         void **rows = nullptr;
         watch::reported = false;
-        if (image->set_frame != nullptr && state % 8 == 0) {
-            const int moved = image->set_frame(image->data[0], static_cast<int>(state >> 16) % 4);
-            check(moved == 0 || (moved < 0 && watch::reported && zor__err == moved));
+        if (state % 16 == 1) {
+            check(is_sound(ZOR_seek(&image, y)));
             continue;
         }
-        const int status = image->scan(image->data[k], y, reinterpret_cast<void **>(&rows));
-        check(status == 0 ? !watch::reported : status < 0 && watch::reported && zor__err == status);
+        if (image->set_frame != nullptr && state % 8 == 0) {
+            const int moved = ZOR_set_frame(image, static_cast<int>(state >> 16) % 4);
+            check(is_sound(moved));
+            continue;
+        }
+        const int status = k == 0
+                               ? ZOR_scan_read(image, y, &rows)
+                               : image->scan(image->data[k], y, reinterpret_cast<void **>(&rows));
+        check(is_sound(status) && (status != 0 || !watch::reported));
         if (status == 0)
             use_rows(desc, rows);
     }
+    return image;
 }
 
 // Reads the first image's lines in one call, as far as they fit some memory, by several threads.
@@ -107,26 +97,19 @@ void read_raster(ZOR_IMAGE *image) {
 } // namespace
 
 int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    static const bool started = start();
-    check(started);
-    const std::string name = put_file(data, size);
-    ZOR_INFO info;
-    ZOR_info_init(&info);
-    info.file_name = STR_save(name.c_str());
-    info.key = STR_save(FUZZ_KEY);
-    info.complete_path = 1;
+    check(start_format<key>());
+    const Request request(put_file(data, size), key);
     watch::reported = false;
     const size_t before = watch::used;
     watch::peak = watch::used;
-    ZOR_IMAGE *image = ZOR_open(&info, "r");
+    ZOR_IMAGE *image = ZOR_open(&request, "r");
     check(image != nullptr || (watch::reported && zor__err < 0));
+    if (image != nullptr)
+        image = read_image(image, data, size);
     if (image != nullptr) {
-        read_image(image, data, size);
         read_raster(image);
         ZOR_close(image);
-    }
     check(watch::peak - before <= (size_t{FUZZ_MEGABYTES} << 20) + FUZZ_RATIO * size &&
           watch::used == before);
-    ZOR_info_cleanup(&info, 1);
     return 0;
 }

@@ -1,6 +1,8 @@
-// make_seeds.cpp - writes the seeds of mox_read into the directory given.
+// make_seeds.cpp - writes seeds of the targets that read files, of each format what it can hold:
+//   make_seeds <directory of the modules> <directory of the corpora>
 #include <cstdio>
 #include <dlfcn.h>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -8,11 +10,16 @@
 
 namespace {
 
+const char *const keys[] = {"mox", "pnm", "png"};
+std::string modules; // the directory they are in
+
 unsigned char next_module(void **module, const char **name) {
-    static int delivered;
-    *module = dlopen(nullptr, RTLD_NOW);
-    *name = "mox";
-    return delivered++ == 0 ? 1 : 0;
+    static size_t next;
+    if (next == std::size(keys))
+        return 0;
+    *name = keys[next++];
+    *module = dlopen((modules + "/" + *name + ".so").c_str(), RTLD_NOW);
+    return 1;
 }
 
 struct Image {
@@ -29,7 +36,9 @@ struct Seed {
 bool write_rows(ZOR_IMAGE *file, int32_t k) {
     const ZOR_IMAGE_DESC &desc = file->images[k];
     const auto width = static_cast<size_t>(desc.win_right + 1);
-    for (int32_t y = 0; y <= desc.win_top; ++y) {
+    const bool rising = (desc.orientation & ZOR_ORIENTATION_RISING) != 0;
+    for (int32_t n = 0; n <= desc.win_top; ++n) {
+        const int32_t y = rising ? n : desc.win_top - n;
         std::vector<std::vector<uint8_t>> rows;
         std::vector<void *> pointers;
         const int32_t count = desc.image.count + desc.matte.count + desc.aux.count;
@@ -46,11 +55,13 @@ bool write_rows(ZOR_IMAGE *file, int32_t k) {
     return true;
 }
 
-bool write_seed(const std::string &directory, const Seed &seed) {
+// Whether the format takes it; what it takes it must write.
+bool write_seed(const std::string &directory, const char *key, const Seed &seed) {
     ZOR_INFO info;
     ZOR_info_init(&info);
+    const std::string format = key;
     info.file_name =
-        STR_save(std::string(directory).append("/").append(seed.name).append(".mox").c_str());
+        STR_save((directory + "/" + format + "_read/" + seed.name + "." + format).c_str());
     info.complete_path = 1;
     info.machine = STR_save("machine"); // nothing in a seed tells where it was made
     info.user = STR_save("user");
@@ -63,10 +74,12 @@ bool write_seed(const std::string &directory, const Seed &seed) {
         desc->aux = image.aux.count > 0 ? image.aux : none;
     }
     ZOR_IMAGE *file = ZOR_open(&info, "w");
-    bool good = file != nullptr;
+    ZOR_info_cleanup(&info, 1);
+    if (file == nullptr)
+        return zor__err == ZOR_E_UNSUPPORTED;
+    bool good = true;
     for (int32_t k = 0; good && k < file->num_images; ++k)
         good = write_rows(file, k);
-    ZOR_info_cleanup(&info, 1);
     return ZOR_close(file) == 0 && good;
 }
 
@@ -81,6 +94,10 @@ int main(int argc, char **argv) {
     constexpr ZOR_CHANNELS none = {};
     const Seed seeds[] = {
         {"bytes", {{40, 6, 0, {3, ZOR_C_INTEGER, 8}, bytes, none}}},
+        {"grey", {{13, 4, 0, bytes, none, none}}},
+        {"bits", {{21, 3, 0, {1, ZOR_C_INTEGER, 1}, none, none}}},
+        {"deep", {{9, 3, 0, {3, ZOR_C_INTEGER, 16}, {1, ZOR_C_INTEGER, 16}, none}}},
+        {"float_rgb", {{5, 3, 0, {3, ZOR_C_FLOAT, 32}, none, none}}},
         {"words_margins", {{30, 5, 3, words, none, none}}},
         {"longs", {{20, 3, 0, longs, longs, none}}},
         {"floats", {{12, 3, 1, bytes, none, floats}}},
@@ -91,13 +108,17 @@ int main(int argc, char **argv) {
           {4, 1, 0, bytes, bytes, none}}},
         {"wide", {{2000, 2, 0, bytes, none, none}}},
     };
-    if (argc != 2 || ZOR_init(nullptr, next_module) != 0)
+    if (argc != 3)
         return 2;
-    for (const Seed &seed : seeds)
-        if (!write_seed(argv[1], seed)) {
-            std::fprintf(stderr, "cannot write seed %s\n", seed.name);
-            return 1;
-        }
+    modules = argv[1];
+    if (ZOR_init(nullptr, next_module) != 0)
+        return 2;
+    for (const char *key : keys)
+        for (const Seed &seed : seeds)
+            if (!write_seed(argv[2], key, seed)) {
+                std::fprintf(stderr, "cannot write seed %s of %s\n", seed.name, key);
+                return 1;
+            }
     ZOR_exit();
     return 0;
 }

@@ -15,6 +15,9 @@ void *this_program();
 // Takes the home directory away, so that nobody's configuration is read.
 void leave_home();
 
+// Sets a variable of the environment, "NAME=value" of at most 1000 characters; always the same one.
+void set_variable(const char *assignment);
+
 // Puts an input into the configuration file of a home directory made for it, which goes when the
 // program ends.
 void put_configuration(const uint8_t *data, size_t size);

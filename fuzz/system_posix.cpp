@@ -1,6 +1,7 @@
 // system_posix.cpp - system.h for POSIX systems.
 #include "system.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -36,6 +37,12 @@ size_t block_size(void *block) { return malloc_usable_size(block); }
 void *this_program() { return dlopen(nullptr, RTLD_NOW); }
 
 void leave_home() { unsetenv("HOME"); }
+
+void set_variable(const char *assignment) {
+    static char kept[1001]; // the environment's from now on; setenv would keep every value
+    std::snprintf(kept, sizeof kept, "%s", assignment);
+    putenv(kept);
+}
 
 void put_configuration(const uint8_t *data, size_t size) {
     static const int file = make_configuration();

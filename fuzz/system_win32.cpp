@@ -38,6 +38,8 @@ void *this_program() { return GetModuleHandleA(nullptr); }
 
 void leave_home() { _putenv_s("HOME", ""); }
 
+void set_variable(const char *assignment) { _putenv(assignment); }
+
 void put_configuration(const uint8_t *data, size_t size) {
     _putenv_s("HOME", directory().string().c_str());
     put(directory() / ".zorrc", data, size);

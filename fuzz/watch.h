@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 
 #include "err/memory.h"
@@ -15,7 +17,10 @@ namespace watch {
 inline size_t used;
 inline size_t peak;
 
-inline bool reported; // set by every report
+// No block is larger: a machine with little memory. As much as there is, unless somebody sets it.
+inline size_t largest = PTRDIFF_MAX;
+
+inline bool reported; // set by every report of an error
 
 inline void *count(void *block) {
     used += block_size(block);
@@ -24,17 +29,18 @@ inline void *count(void *block) {
 }
 
 inline void start() {
-    zor::set_allocator({[](size_t size) { return count(std::malloc(size)); },
-                        [](void *block, size_t size) {
-                            used -= block_size(block);
-                            return count(std::realloc(block, size));
-                        },
-                        [](void *block) {
-                            used -= block_size(block);
-                            std::free(block);
-                        }});
-    const auto note = [](const char *, int, const char *, ERR_OBJECT *, void *) {
-        reported = true;
+    zor::set_allocator(
+        {[](size_t size) -> void * { return size <= largest ? count(std::malloc(size)) : nullptr; },
+         [](void *block, size_t size) {
+             used -= block_size(block);
+             return count(std::realloc(block, size));
+         },
+         [](void *block) {
+             used -= block_size(block);
+             std::free(block);
+         }});
+    const auto note = [](const char *, int severity, const char *, ERR_OBJECT *, void *) {
+        reported = reported || severity >= ERR_ERROR;
         return 0;
     };
     ERR_dcl_handler(nullptr, note, nullptr);
@@ -42,7 +48,9 @@ inline void start() {
 
 } // namespace watch
 
-inline void check(bool good) {
-    if (!good)
-        std::abort();
+inline void check(bool good, int line = __builtin_LINE()) {
+    if (good)
+        return;
+    std::fprintf(stderr, "check in line %d failed\n", line);
+    std::abort();
 }

@@ -108,7 +108,8 @@ enum { ZOR_MODE_READ = 4, ZOR_MODE_WRITE = 8 };
 
 /* Opens the file that the handle names, for the handle's mode. Windows must not be empty, nor wider
  * or higher than 31 bits tell, and the active one lies inside; -1 should not be the number of a
- * line in a file of rising order that is read in sequence, because it stands for "none yet". On
+ * line in a file of rising order that is read in sequence, because it stands for "none yet". Counts
+ * of channels are not negative, and all together no more than 31 bits tell. On
  * success it has filled in the descriptions (reading), installed scan and close and a non-null data
  * slot 0, and stored the path it opened in file_name (zor__open_file does). Returns 1, or 0 on
  * failure. */

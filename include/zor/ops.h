@@ -30,6 +30,7 @@
  *   - "No more internal memory" leaves ZOR_E_MEMORY in zor__err and nothing pushed. Arguments that
  *     make no sense are refused with ZOR_MSG_CANNOT_HANDLE and ZOR_E_UNSUPPORTED, except where it
  *     is stated that nothing is pushed.
+ *   - A handle whose driver gave it no scan or close function is refused likewise.
  *   - Scanlines are all that operators see. While any is there, a selection included, rasters,
  *     regions and direct scans are refused, and so is going to another frame, whose description
  *     might be another: undo, set the frame, push again.

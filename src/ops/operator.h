@@ -158,7 +158,8 @@ int pass_scan(void *state, int y, void **rows);
 
 // Push and undo ---------------------------------------------------------------------------------
 
-// Puts a record on top of a handle's stack, under scan and close functions of its own.
+// Puts a record on top of a handle's stack, under scan and close functions of its own. A handle that
+// its driver left without them, or without a state, is refused: there is nothing to go on top of.
 template<class Record>
 ZOR_IMAGE *install_with(ZOR_IMAGE *image, RecordPtr<Record> record, ZOR_SCAN_FUNCTION scan);
 
@@ -191,6 +192,12 @@ int close_operator(ZOR_IMAGE *image) {
 
 template<class Record>
 ZOR_IMAGE *install_with(ZOR_IMAGE *image, RecordPtr<Record> record, ZOR_SCAN_FUNCTION scan) {
+    if (image->scan == nullptr || image->close == nullptr || image->data[0] == nullptr) {
+        zor__fail(ZOR_E_UNSUPPORTED, ZOR_MSG_CANNOT_HANDLE,
+                  image->key != nullptr ? image->key : "");
+        record->restore(*image);
+        return image;
+    }
     record->head = {Record::tag, image->scan, image->close, image->data[0]};
     if (image->driver_state == nullptr)
         image->driver_state = image->data[0];

@@ -10,28 +10,19 @@
 #include <vector>
 
 #include "core/handle.h"
+#include "ops/arguments.h"
 #include "support/report_log.h"
 #include "zor/driver.h"
 #include "zor/ops.h"
 #include "zor/str.h"
 
-// Groups of channels, response curves, and arguments that go by group: null for those not given.
+// Groups of channels.
 constexpr ZOR_CHANNELS none = {0, ZOR_C_INTEGER, 8};
 constexpr ZOR_CHANNELS floats(int32_t count) { return {count, ZOR_C_FLOAT, 32}; }
 constexpr ZOR_CHANNELS doubles(int32_t count) { return {count, ZOR_C_DOUBLE, 64}; }
 constexpr ZOR_CHANNELS integers(int32_t count, int32_t bits) {
     return {count, ZOR_C_INTEGER, bits};
 }
-constexpr ZOR_RESPONSE_CURVE power(float gamma) { return {1, gamma, 0, 0, 0, 0, 0, nullptr}; }
-template<class T>
-struct ByGroup {
-    ByGroup(const T *colour, const T *matte = nullptr, const T *aux = nullptr)
-        : of{colour, matte, aux} {}
-    operator const T * const *() const { return of; }
-    const T *of[3];
-};
-using Targets = ByGroup<ZOR_TARGET>;
-using Ranges = ByGroup<ZOR_RANGE>;
 
 // Calls a function with a number of the type that the samples of a group have.
 template<class Function>

@@ -1,0 +1,45 @@
+// format.h - the library with one format, whose module is part of the program.
+#pragma once
+
+#include <cstdlib>
+#include <string>
+
+#include "watch.h"
+#include "zor/driver.h"
+
+// Starts the library with that format alone, the first time. Always true.
+template<const char *key>
+bool start_format() {
+    static const bool started = [] {
+        leave_home();
+        watch::start();
+        const auto next_module = [](void **module, const char **name) -> unsigned char {
+            static int delivered;
+            *module = this_program();
+            *name = key;
+            return delivered++ == 0 ? 1 : 0;
+        };
+        check(ZOR_init(nullptr, next_module) == 0);
+        ZOR_multiframe_set(0, 0); // every input is a file of its own, though the name is the same
+        return true;
+    }();
+    return started;
+}
+
+// A request for a file of that name as it stands.
+struct Request : ZOR_INFO {
+    Request(const std::string &path, const char *format) : ZOR_INFO() {
+        ZOR_info_init(this);
+        file_name = STR_save(path.c_str());
+        key = STR_save(format);
+        complete_path = 1;
+    }
+    ~Request() { ZOR_info_cleanup(this, 1); }
+    Request(const Request &) = delete;
+    Request &operator=(const Request &) = delete;
+};
+
+// A status is 0 or a failure that was reported, and left in zor__err.
+inline bool is_sound(int status) {
+    return status == 0 || (status < 0 && watch::reported && zor__err == status);
+}
