@@ -109,6 +109,7 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     if (image != nullptr) {
         read_raster(image);
         ZOR_close(image);
+    }
     check(watch::peak - before <= (size_t{FUZZ_MEGABYTES} << 20) + FUZZ_RATIO * size &&
           watch::used == before);
     return 0;

@@ -4,6 +4,7 @@
 
 #include "drivers/mox/mox_files.h"
 #include "drivers/mox/stream.h"
+#include "support/fault.h"
 
 namespace {
 
