@@ -113,11 +113,10 @@ typedef struct ZOR_PLANE {
 typedef struct ZOR_RASTER {
     int32_t sub_image;                /* which image of the file */
     int32_t left, right, bottom, top; /* what is moved of its window */
-    int32_t
-        num_threads; /* that share the work; 1: the calling one alone; 0: one for each processor */
-    int32_t num_planes; /* channels of the image */
-    ZOR_PLANE *planes;  /* colour channels, then mattes, then auxiliaries */
-    int32_t lines_done; /* receives how many lines, from the bottom one up, have been moved */
+    int32_t num_threads; /* that share the work; 1: the caller's alone; 0: one a processor */
+    int32_t num_planes;  /* channels of the image */
+    ZOR_PLANE *planes;   /* colour channels, then mattes, then auxiliaries */
+    int32_t lines_done;  /* receives how many lines, from the bottom one up, have been moved */
 } ZOR_RASTER;
 
 /* Capabilities --------------------------------------------------------------------------------- */

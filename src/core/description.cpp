@@ -81,11 +81,6 @@ bool has_sound_windows(const ZOR_IMAGE_DESC &desc) {
            desc.act_bottom <= desc.act_top && desc.act_top <= desc.win_top;
 }
 
-bool has_sound_counts(const ZOR_IMAGE_DESC &desc) {
-    return desc.image.count >= 0 && desc.matte.count >= 0 && desc.aux.count >= 0 &&
-           int64_t{desc.image.count} + desc.matte.count + desc.aux.count <= INT32_MAX;
-}
-
 } // namespace zor
 
 void zor__describe(ZOR_IMAGE_DESC *desc, int32_t width, int32_t height, int32_t num_channels,

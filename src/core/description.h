@@ -31,9 +31,6 @@ bool complete_description(ZOR_IMAGE_DESC *desc, float default_gamma);
 // height within 31 bits.
 bool has_sound_windows(const ZOR_IMAGE_DESC &desc);
 
-// Whether no group has less than no channels, and all together no more than 31 bits tell.
-bool has_sound_counts(const ZOR_IMAGE_DESC &desc);
-
 // Samples in a row of the window, and in the stored part of it.
 inline int32_t window_width(const ZOR_IMAGE_DESC &desc) {
     return desc.win_right - desc.win_left + 1;

@@ -87,7 +87,7 @@ bool complete_descriptions(ZOR_IMAGE *image) {
     if (image->num_images < 0 || image->num_images > image->num_slots)
         return zor__fail(ZOR_E_UNSUPPORTED, ZOR_MSG_CANNOT_HANDLE, image->key) == 0;
     for (int32_t i = 0; i < image->num_images; ++i) {
-        if (!has_sound_windows(image->images[i]) || !has_sound_counts(image->images[i]))
+        if (!has_sound_windows(image->images[i]))
             return zor__fail(ZOR_E_UNSUPPORTED, ZOR_MSG_CANNOT_HANDLE, image->key) == 0;
         if (check_channels(image->images[i], any_channels, image->key) != 0)
             return false;

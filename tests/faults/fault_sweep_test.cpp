@@ -201,6 +201,37 @@ TEST_F(FaultSweep, FilesOfEachFormat) {
     }
 }
 
+// Only memory fails in reading: threads read below the streams.
+TEST_F(FaultSweep, WholeFramesByThreads) {
+    const std::string file = path("whole.mox");
+    Picture picture(file, "mox", 2);
+    std::string samples(size_t{4} * width * height, '\0');
+    const auto move = [&](const char *mode) {
+        ZOR_IMAGE *image = picture.open(mode);
+        Outcome outcome = {image != nullptr ? 0 : zor__err, ""};
+        for (int k = 0; image != nullptr && k < 2 && outcome.status == 0; ++k) {
+            ZOR_PLANE planes[4] = {};
+            for (size_t c = 0; c < 4; ++c)
+                planes[c].samples = samples.data() + c * width * height;
+            ZOR_RASTER raster = {k, 0, width - 1, 0, height - 1, 2, 4, planes, 0};
+            outcome.status =
+                *mode == 'r' ? ZOR_raster_read(image, &raster) : ZOR_raster_write(image, &raster);
+            outcome.add(samples);
+        }
+        const int closed = image != nullptr ? ZOR_close(image) : 0;
+        return Outcome{outcome.status != 0 ? outcome.status : closed, outcome.made};
+    };
+    const auto writing = [&] {
+        for (size_t i = 0; i < samples.size(); ++i)
+            samples[i] = static_cast<char>(i * i / 900);
+        const Outcome outcome = move("w");
+        return Outcome{outcome.status, outcome.status == 0 ? read_file(file) : ""};
+    };
+    sweep(writing);
+    ASSERT_EQ(writing().status, 0);
+    sweep([&] { return move("r"); }, {});
+}
+
 // What there was in memory is there until something new is complete.
 TEST_F(FaultSweep, PicturesInMemoryStayUntilTheyAreReplaced) {
     Picture picture("name", "mem");

@@ -1,10 +1,9 @@
-// fault_test.cpp - MOX files when memory, the disk or the file system give out.
+// fault_test.cpp - MOX files when the disk or the file system give out.
 #include <atomic>
 #include <cerrno>
 
 #include "drivers/mox/mox_files.h"
 #include "drivers/mox/stream.h"
-#include "support/fault.h"
 
 namespace {
 
@@ -104,30 +103,6 @@ protected:
         return status;
     }
 };
-
-TEST_F(FaultTest, EveryAllocationMayFail) {
-    long writing = 0;
-    for (const int threads : {2, 0})
-        writing = for_each_failing_allocation([&](const Fault &fault) {
-            const int status = write_images(threads);
-            EXPECT_EQ(status, fault.struck() ? ZOR_E_MEMORY : 0);
-            EXPECT_EQ(fault.live(), 0);
-        });
-    const long reading = for_each_failing_allocation([&](const Fault &fault) {
-        Request request(file, "mox");
-        if (request.info.file_name == nullptr || request.info.key == nullptr)
-            return;
-        log.clear();
-        ZOR_IMAGE *image = request.open("r");
-        EXPECT_TRUE(image != nullptr || fault.struck());
-        const bool good = image != nullptr && move(image, 1, 2) == 0;
-        EXPECT_EQ(good, !fault.struck());
-        EXPECT_TRUE(good || (zor__err == ZOR_E_MEMORY && log.has(ZOR_MSG_NO_MEMORY)));
-        EXPECT_TRUE(image == nullptr || (reads_back(image, 1, 199) && reads_back(image, 0, 3)));
-        ZOR_close(image);
-    });
-    EXPECT_GT(std::min(writing, reading), 20);
-}
 
 // Whatever fails in writing is told, and as long as it is not one of the last touches there are no
 // scanlines to be found afterwards.
