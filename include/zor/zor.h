@@ -244,8 +244,8 @@ ZOR_API int ZOR_get_region(ZOR_IMAGE *image, ZOR_WORD channels, ZOR_WORD left, Z
  *
  * The handle's lock is held throughout, as for scanlines. Other threads than the calling one touch
  * the planes and the file only: they report nothing, allocate nothing, take no signals, and are
- * gone when the call returns. Where the system grants fewer threads than asked for those have to do; the
- * result is the same for any number of them.
+ * gone when the call returns. Where the system grants fewer threads than asked for, those have to
+ * do; the result is the same for any number of them.
  */
 
 /* Reads lines, in any order of calls. A plane whose samples are null is left out: its channel is
