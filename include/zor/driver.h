@@ -274,8 +274,8 @@ ZOR_API int zor__build_handle(ZOR_IMAGE *image, int32_t num_images);
 ZOR_API void zor__describe(ZOR_IMAGE_DESC *desc, int32_t width, int32_t height,
                            int32_t num_channels, int32_t bits);
 
-/* Offers whole frames for the handle, beside scanlines: for open functions. The handle must be one
- * that the library made. */
+/* Offers whole frames for the handle, beside scanlines: for open functions, of readers that can read
+ * lines in any order. The handle must be one that the library made. */
 ZOR_API void zor__offer_rasters(ZOR_IMAGE *image, ZOR_MOVE_FUNCTION move);
 
 /* Frees a handle with all that belongs to it: texts, descriptions, slots and channel buffers. The

@@ -243,9 +243,9 @@ ZOR_API int ZOR_get_region(ZOR_IMAGE *image, ZOR_WORD channels, ZOR_WORD left, Z
  *     it is the lowest of them. lines_done tells how many lines below it are good.
  *
  * The handle's lock is held throughout, as for scanlines. Other threads than the calling one touch
- * the planes and the file only: they report nothing, allocate nothing, take no signals, and are
- * gone when the call returns. Where the system grants fewer threads than asked for, those have to
- * do; the result is the same for any number of them.
+ * the planes and the file only: they report nothing, ask no memory of the allocator, take no signals
+ * but those of faults of their own, and are gone when the call returns. Where the system grants
+ * fewer threads than asked for, those have to do; the result is the same for any number of them.
  */
 
 /* Reads lines, in any order of calls. A plane whose samples are null is left out: its channel is

@@ -54,8 +54,8 @@ bool complete_planes(const ZOR_IMAGE &image, const ZOR_IMAGE_DESC &desc, Checked
 
 // Checks all but the planes, makes room for these and has them filled in.
 template<class Fill>
-int32_t check(const ZOR_IMAGE &image, const ZOR_RASTER &asked, CheckedRaster *checked, Fill fill) {
-    const ZOR_IMAGE_DESC *desc = ZOR_image_desc(&image, asked.sub_image);
+int32_t check(const ZOR_IMAGE &image, const ZOR_IMAGE_DESC *desc, const ZOR_RASTER &asked,
+              CheckedRaster *checked, Fill fill) {
     if (desc == nullptr || asked.num_threads < 0)
         return refuse(image);
     if (const int32_t status = check_window(image, *desc, asked); status != 0)
@@ -80,7 +80,7 @@ int32_t check_raster(const ZOR_IMAGE &image, const ZOR_RASTER &asked, CheckedRas
     if (desc == nullptr || asked.num_planes != num_channels(*desc) ||
         (asked.planes == nullptr && asked.num_planes > 0))
         return refuse(image);
-    return check(image, asked, checked, [&asked](ZOR_PLANE *planes, int32_t count) {
+    return check(image, desc, asked, checked, [&asked](ZOR_PLANE *planes, int32_t count) {
         std::copy_n(asked.planes, count, planes);
     });
 }
@@ -89,7 +89,8 @@ int32_t check_raster(const ZOR_IMAGE &image, const ZOR_RASTER &asked, void *cons
                      CheckedRaster *checked) {
     if (channels == nullptr)
         return refuse(image);
-    return check(image, asked, checked, [channels](ZOR_PLANE *planes, int32_t count) {
+    const ZOR_IMAGE_DESC *desc = ZOR_image_desc(&image, asked.sub_image);
+    return check(image, desc, asked, checked, [channels](ZOR_PLANE *planes, int32_t count) {
         std::transform(channels, channels + count, planes, [](void *samples) {
             return ZOR_PLANE{samples, 0, 0};
         });

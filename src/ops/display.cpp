@@ -245,7 +245,7 @@ Outcome push_all(ZOR_IMAGE *image, Display &record, const Request &request) {
 ZOR_IMAGE *ZOR__display(ZOR_IMAGE *image, unsigned char flags, const float *primaries,
                         const ZOR_RESPONSE_CURVE *curve) {
     using namespace zor;
-    if (image == nullptr || image->num_images < 1)
+    if (image == nullptr || image->num_images < 1 || !takes_operators(*image))
         return image;
     RecordPtr<Display> record = new_record<Display>();
     if (record == nullptr)

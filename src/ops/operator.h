@@ -190,11 +190,17 @@ int close_operator(ZOR_IMAGE *image) {
     return image->close(image);
 }
 
+// Whether there is a driver that operators can stand on. Reported where there is not.
+inline bool takes_operators(const ZOR_IMAGE &image) {
+    if (image.scan != nullptr && image.close != nullptr && image.data[0] != nullptr)
+        return true;
+    zor__fail(ZOR_E_UNSUPPORTED, ZOR_MSG_CANNOT_HANDLE, image.key != nullptr ? image.key : "");
+    return false;
+}
+
 template<class Record>
 ZOR_IMAGE *install_with(ZOR_IMAGE *image, RecordPtr<Record> record, ZOR_SCAN_FUNCTION scan) {
-    if (image->scan == nullptr || image->close == nullptr || image->data[0] == nullptr) {
-        zor__fail(ZOR_E_UNSUPPORTED, ZOR_MSG_CANNOT_HANDLE,
-                  image->key != nullptr ? image->key : "");
+    if (!takes_operators(*image)) {
         record->restore(*image);
         return image;
     }

@@ -85,10 +85,13 @@ void run_on_threads(int count, void (*work)(void *data), void *data) {
     pthread_t threads[most_threads];
     int started = 0;
     if (count > 1) {
-        // The application's signals are for its own threads.
+        // The application's signals are for its own threads, but for those of a thread's own faults.
         sigset_t all;
         sigset_t before;
         sigfillset(&all);
+        constexpr int own[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL};
+        for (const int number : own)
+            sigdelset(&all, number);
         pthread_sigmask(SIG_SETMASK, &all, &before);
         while (started + 1 < count &&
                pthread_create(&threads[started], nullptr, run_work, &same) == 0)

@@ -1,6 +1,8 @@
 // win32.cpp - the platform functions on Windows.
 #include "platform/platform.h"
 
+#include <algorithm>
+#include <bit>
 #include <cctype>
 #include <cerrno>
 #include <cstdlib>
@@ -158,9 +160,10 @@ void run_on_threads(int count, void (*work)(void *data), void *data) {
 }
 
 int processor_count() {
-    SYSTEM_INFO system;
-    GetSystemInfo(&system);
-    return system.dwNumberOfProcessors > 0 ? static_cast<int>(system.dwNumberOfProcessors) : 1;
+    DWORD_PTR mine = 0;
+    DWORD_PTR all = 0;
+    GetProcessAffinityMask(GetCurrentProcess(), &mine, &all);
+    return std::max(std::popcount(mine), 1);
 }
 
 BinaryMode::BinaryMode() : saved_(_fmode) { _fmode = _O_BINARY; }

@@ -86,6 +86,14 @@ TEST_F(Scan, ForwardsRastersAndDirectScans) {
     EXPECT_EQ(image->last_scanline, -1);
 }
 
+TEST_F(Scan, GoesTheWayOfTheHandleWhicheverCallIsUsed) {
+    open("written", "w");
+    image->scan = [](void *, int, void **rows) { return rows[0] == rows ? 0 : -3; };
+    void *row = &row;
+    EXPECT_EQ(ZOR_scan_read(image, tape_top, reinterpret_cast<void ***>(&row)), 0);
+    EXPECT_EQ(ZOR_scan_write(image, tape_top, &row), 0);
+}
+
 TEST_F(Scan, KeepsOperatorsAndTheDriverApart) {
     open("random");
     static void *driver;

@@ -132,8 +132,16 @@ protected:
         const int closed = ZOR_close(image);
         EXPECT_TRUE(status == 0 || closed < 0) << "closing told of nothing";
         Outcome outcome = {status != 0 ? status : closed, ""};
-        outcome.add(file.empty() ? "" : read_file(file));
+        outcome.add(file.empty() ? "" : without_elapsed(read_file(file)));
         return outcome;
+    }
+
+    // Headers tell how long writing took, which a busy machine makes longer.
+    static std::string without_elapsed(std::string bytes) {
+        const std::string_view time = "00:00:";
+        for (size_t at = 0; (at = bytes.find(time, at)) != std::string::npos; at += 8)
+            bytes.replace(at + time.size(), 2, "00");
+        return bytes;
     }
 
     Outcome read(Picture &picture, int frames) {
@@ -225,7 +233,7 @@ TEST_F(FaultSweep, WholeFramesByThreads) {
         for (size_t i = 0; i < samples.size(); ++i)
             samples[i] = static_cast<char>(i * i / 900);
         const Outcome outcome = move("w");
-        return Outcome{outcome.status, outcome.status == 0 ? read_file(file) : ""};
+        return Outcome{outcome.status, outcome.status == 0 ? without_elapsed(read_file(file)) : ""};
     };
     sweep(writing);
     ASSERT_EQ(writing().status, 0);

@@ -186,7 +186,9 @@ TEST_F(HostileDriver, LinesThatAreNotThere) {
                 ZOR__clip(image);
             }
             void **rows = nullptr;
+            const int32_t before = image->last_scanline;
             EXPECT_EQ(ZOR_scan_read(image, 2, &rows), status) << log.text();
+            EXPECT_EQ(image->last_scanline, before);
             EXPECT_EQ(ZOR_close(image), 0);
         }
     EXPECT_EQ(closed, 8);

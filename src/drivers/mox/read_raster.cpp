@@ -125,15 +125,16 @@ struct Chunk {
 struct ReadJob {
     const ReadImage &sub;
     const ZOR_RASTER &raster;
-    int32_t first, end; // lines
+    int32_t first;
+    int32_t end; // lines; less once one of them is bad
     int num_threads;
     int64_t line;            // bytes that a line may take
     int64_t capacity = 0;    // bytes of the file in a chunk
     size_t share = 0;        // bytes of memory for each thread
     Owned<uint8_t> memory{}; // of all threads
-    Owned<uint8_t> bad{};    // for each line whether it has to be read again
+    Owned<uint8_t> bad{};    // for each line whether it has to be read again, as all that are left
 
-    std::mutex mutex{};   // of all that follows
+    std::mutex mutex{};   // of all that follows, and of end
     int32_t next = first; // line to be claimed
     int num_started = 0;
 };
@@ -186,6 +187,7 @@ void read_chunk(ReadJob &job, const Chunk &chunk, uint8_t *bytes, PlaneTarget &t
     if (chunk.from >= static_cast<int64_t>(header_size) && chunk.to > chunk.from)
         size = read_at(job.sub.reader->stream, chunk.from, bytes,
                        static_cast<size_t>(chunk.to - chunk.from));
+    bool all_good = true;
     for (int32_t y = chunk.first; y < chunk.end; ++y) {
         const auto at = static_cast<size_t>(position_of(job.sub, y) - chunk.from);
         bool good = false;
@@ -195,6 +197,11 @@ void read_chunk(ReadJob &job, const Chunk &chunk, uint8_t *bytes, PlaneTarget &t
             good = read_line(job.sub, source, target).status == 0;
         }
         job.bad.get()[y - job.first] = good ? 0 : 1;
+        all_good &= good;
+    }
+    if (!all_good) { // what lies above is hardly worth it
+        const std::lock_guard lock(job.mutex);
+        job.end = std::min(job.end, chunk.end);
     }
 }
 
@@ -238,6 +245,7 @@ bool read_by_chunks(const ReadImage &sub, const ZOR_RASTER &raster, int32_t firs
     job.bad.reset(allocate<uint8_t>(static_cast<int64_t>(lines)));
     if (job.bad == nullptr)
         return false;
+    std::fill_n(job.bad.get(), lines, uint8_t{1});
     platform::run_on_threads(num_threads, read_chunks, &job);
     forget_place(&sub.reader->stream);
     *bad = std::move(job.bad);
