@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#ifndef _WIN32
+#ifdef __ELF__
 // Asked by the leak checker. The C library never frees the folders that newlocale finds in LOCPATH.
 extern "C" __attribute__((visibility("default"))) const char *__lsan_default_suppressions();
 const char *__lsan_default_suppressions() { return "leak:__argz_add_sep\n"; }

@@ -67,7 +67,7 @@ TEST_F(Tool, NamesMayBeOfAnyLanguage) {
     EXPECT_EQ(missing.code, 1);
     EXPECT_THAT(missing.err, HasSubstr(utf8(folder + u8"/\u00fc: No such file")));
 
-    fs::copy(modules + "/mox" MODULE_SUFFIX, folder);
+    fs::copy_file(modules + "/mox" MODULE_SUFFIX, folder + u8"/mox" MODULE_SUFFIX);
     EXPECT_THAT(start({"zor", "formats", "--modules", utf8(folder)}).out, HasSubstr("mox"));
 }
 

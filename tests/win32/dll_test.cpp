@@ -54,7 +54,7 @@ int imageReadOpen(ZOR_IMAGE *image) {
         return 0;
     zor__describe(&image->images[0], 4, 3, 1, 8);
     image->data[0] = image;
-    image->scan = [](void *, int, void **) { return 0; };
+    image->scan = [](void *, int, void **rows) { return *rows = rows, 0; };
     image->close = [](ZOR_IMAGE *closed) { return zor__free_obj(closed), 0; };
     return 1;
 }
