@@ -22,43 +22,21 @@
 
 #include "frames.h"
 #include "loader/loader.h"
+#include "mox_image.h"
 #include "paired.h"
-#include "zor/str.h"
 #include "zor/zor.h"
 
 namespace {
 
 using bench::Frame;
+using bench::open_image;
 using bench::Picture;
-
-void require(bool good, const char *what) {
-    if (good)
-        return;
-    std::fprintf(stderr, "bench_file: %s failed\n", what);
-    std::exit(1);
-}
+using bench::require;
 
 // Our files ------------------------------------------------------------------------------------
 
-ZOR_IMAGE *open_ours(const std::string &path, const char *mode, int32_t bits) {
-    ZOR_INFO info;
-    ZOR_info_init(&info);
-    info.key = STR_save("mox");
-    info.file_name = STR_save(path.c_str());
-    info.complete_path = 1;
-    if (*mode == 'w') {
-        ZOR_IMAGE_DESC *desc = ZOR_info_add_image(&info, Frame::width, Frame::height);
-        desc->image.bits = bits;
-        desc->matte = {1, ZOR_C_INTEGER, bits};
-    }
-    ZOR_IMAGE *image = ZOR_open(&info, mode);
-    ZOR_info_cleanup(&info, 1);
-    require(image != nullptr, "opening");
-    return image;
-}
-
 void write_ours(const std::string &path, const Frame &frame) {
-    ZOR_IMAGE *image = open_ours(path, "w", frame.bits);
+    ZOR_IMAGE *image = open_image(path, "w", frame.bits);
     for (int32_t y = 0; y < Frame::height; ++y) {
         void *rows[Frame::channels];
         for (int32_t k = 0; k < Frame::channels; ++k)
@@ -69,7 +47,7 @@ void write_ours(const std::string &path, const Frame &frame) {
 }
 
 void read_ours(const std::string &path, int32_t bits, bool reversed) {
-    ZOR_IMAGE *image = open_ours(path, "r", bits);
+    ZOR_IMAGE *image = open_image(path, "r", bits);
     for (int32_t i = 0; i < Frame::height; ++i) {
         void **rows;
         const int32_t y = reversed ? Frame::height - 1 - i : i;
