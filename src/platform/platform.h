@@ -76,6 +76,10 @@ int seek_file(FILE *file, int64_t position, int origin);
 int64_t tell_file(FILE *file);
 int remove_file(const char *path);
 
+// Length of a file that has just been opened, which stands at its start afterwards as well; -1 for
+// one that cannot be positioned.
+int64_t length_of_opened(FILE *file);
+
 // Reads size bytes at a position of a file that is open for reading without a buffer; several
 // threads may at once. Returns how many there were up to the end of the file or a failure, which
 // sets errno. Where the file stands afterwards is left open: position it before reading on.

@@ -117,9 +117,10 @@ BinaryMode::~BinaryMode() { static_cast<void>(saved_); }
 FILE *open_file(const char *path, const char *mode) {
     FILE *file = std::fopen(path, mode);
     struct stat status;
-    if (file == nullptr || fstat(fileno(file), &status) != 0 || !S_ISDIR(status.st_mode))
-        return file;
     // Opening a directory for reading succeeds, and only reading it fails.
+    if (file == nullptr || mode[0] != 'r' || fstat(fileno(file), &status) != 0 ||
+        !S_ISDIR(status.st_mode))
+        return file;
     std::fclose(file);
     errno = EISDIR;
     return nullptr;
@@ -130,6 +131,16 @@ int seek_file(FILE *file, int64_t position, int origin) {
 }
 
 int64_t tell_file(FILE *file) { return ftello(file); }
+
+int64_t length_of_opened(FILE *file) {
+    struct stat status;
+    if (fstat(fileno(file), &status) == 0 && S_ISREG(status.st_mode))
+        return status.st_size; // in one call of the system's
+    if (fseeko(file, 0, SEEK_END) != 0)
+        return -1;
+    const off_t length = ftello(file);
+    return fseeko(file, 0, SEEK_SET) == 0 ? length : -1;
+}
 
 size_t read_at(FILE *file, int64_t position, void *bytes, size_t size) {
     auto *to = static_cast<char *>(bytes);

@@ -185,6 +185,13 @@ int seek_file(FILE *file, int64_t position, int origin) {
 
 int64_t tell_file(FILE *file) { return _ftelli64(file); }
 
+int64_t length_of_opened(FILE *file) {
+    if (_fseeki64(file, 0, SEEK_END) != 0)
+        return -1;
+    const int64_t length = _ftelli64(file);
+    return _fseeki64(file, 0, SEEK_SET) == 0 ? length : -1;
+}
+
 size_t read_at(FILE *file, int64_t position, void *bytes, size_t size) {
     auto *const handle = reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(file)));
     auto *to = static_cast<char *>(bytes);

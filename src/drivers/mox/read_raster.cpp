@@ -254,7 +254,7 @@ bool read_by_chunks(const ReadImage &sub, const ZOR_RASTER &raster, int32_t firs
 
 // How many threads to read with; 0 for line by line.
 int choose_threads(const ReadImage &sub, const ZOR_RASTER &raster, int32_t first, int32_t end) {
-    if (end - first < 2 || !sub.reader->stream.can_seek || most_of_line(sub) > most_chunk)
+    if (end - first < 2 || !can_seek(sub.reader->stream) || most_of_line(sub) > most_chunk)
         return 0;
     const int64_t work = (end - first) * samples_of_line(sub);
     const auto threads =
