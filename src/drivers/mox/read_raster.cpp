@@ -13,6 +13,7 @@
 #include "base/base/owned.h"
 #include "core/raster.h"
 #include "drivers/mox/header.h"
+#include "drivers/mox/pixel_rows.h"
 #include "drivers/mox/plane_rows.h"
 #include "drivers/mox/read_line.h"
 #include "err/status.h"
@@ -26,17 +27,26 @@ constexpr int64_t most_chunk = int64_t{1} * 1024 * 1024;
 constexpr int64_t least_chunk = int64_t{16} * 1024; // with several threads
 constexpr int64_t least_work = int64_t{128} * 1024; // bytes of samples that are worth a thread
 
-// Takes the rows of a line to the planes.
+// Takes the rows of a line to the planes. Those of channels that are interleaved are kept until
+// they can be woven into pixels.
 class PlaneTarget final : public RowTarget {
 public:
-    // Rows for most_rows channels, which serve all in turn, or with own_rows those of the handle.
+    // Row buffers there must be where channels share them: the first of channels decoded together
+    // may be the last one of pixels.
+    static constexpr int most_buffers = most_in_pixel - 1 + most_rows;
+
+    // Buffers that serve all channels in turn, or with own_rows one for each.
     PlaneTarget(const ReadImage &sub, const ZOR_RASTER &raster, void *const *buffers, bool own_rows)
-        : sub_(sub), raster_(raster), buffers_(buffers), own_rows_(own_rows) {}
+        : sub_(sub),
+          raster_(raster),
+          pixels_(find_pixels(raster, sub.groups)),
+          buffers_(buffers),
+          own_rows_(own_rows) {}
 
     void start(int32_t y) { y_ = y; }
 
     void *const *rows(int32_t first, int count) override {
-        void *const *buffers = buffers_ + (own_rows_ ? first : 0);
+        void *const *buffers = buffers_ + (own_rows_ || first < pixels_.count ? first : 0);
         for (int i = 0; i < count; ++i)
             rows_[i] = raster_.planes[first + i].samples != nullptr ? buffers[i] : nullptr;
         return rows_;
@@ -44,9 +54,11 @@ public:
     void done(int32_t first, int count, const RowCodec &codec) override {
         const int32_t size = codec.sample_size;
         const ptrdiff_t left = static_cast<ptrdiff_t>(raster_.left - sub_.win_left) * size;
-        for (int i = 0; i < count; ++i)
+        for (int i = std::max(0, pixels_.count - first); i < count; ++i)
             if (rows_[i] != nullptr)
                 put(raster_.planes[first + i], static_cast<uint8_t *>(rows_[i]) + left, size, size);
+        if (first < pixels_.count && first + count >= pixels_.count)
+            weave(left);
     }
     // In place of all that: the line is not stored, and all zeros.
     void clear() {
@@ -59,6 +71,13 @@ public:
     }
 
 private:
+    void weave(ptrdiff_t left) {
+        const uint8_t *rows[most_in_pixel];
+        for (int32_t k = 0; k < pixels_.count; ++k)
+            rows[k] = static_cast<const uint8_t *>(buffers_[pixels_.channels[k]]) + left;
+        const ZOR_PLANE &plane = raster_.planes[pixels_.channels[0]];
+        pixels_.mover->weave(rows, num_columns(raster_), sample_at(raster_, plane, y_, 0));
+    }
     void put(const ZOR_PLANE &plane, const uint8_t *from, ptrdiff_t step, int32_t size) {
         copy_samples(from, step, sample_at(raster_, plane, y_, 0), plane.column_step,
                      num_columns(raster_), size);
@@ -66,6 +85,7 @@ private:
 
     const ReadImage &sub_;
     const ZOR_RASTER &raster_;
+    const Pixels pixels_;
     void *const *buffers_;
     bool own_rows_;
     void *rows_[most_rows];
@@ -213,7 +233,7 @@ void read_chunks(void *data) {
         const std::lock_guard lock(job.mutex);
         memory += job.share * static_cast<size_t>(job.num_started++);
     }
-    void *rows[most_rows];
+    void *rows[PlaneTarget::most_buffers];
     uint8_t *bytes = memory;
     for (void *&row : rows) {
         row = bytes;
@@ -234,7 +254,8 @@ bool read_by_chunks(const ReadImage &sub, const ZOR_RASTER &raster, int32_t firs
     ReadJob job = {sub, raster, first, end, num_threads, most_of_line(sub)};
     job.capacity = std::min(most_chunk, sub.reader->stream.size);
     job.capacity = std::min(std::max(chunk_limit(job), job.line), job.capacity);
-    job.share = static_cast<size_t>(job.capacity) + codec_slack + most_rows * row_room(sub);
+    job.share =
+        static_cast<size_t>(job.capacity) + codec_slack + PlaneTarget::most_buffers * row_room(sub);
     const auto lines = static_cast<size_t>(end - first);
     const size_t memory = job.share * static_cast<size_t>(num_threads);
     if (sub.reader->memory + memory + lines > memory_limit(*sub.reader))

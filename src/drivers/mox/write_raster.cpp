@@ -10,6 +10,7 @@
 
 #include "base/base/owned.h"
 #include "core/raster.h"
+#include "drivers/mox/pixel_rows.h"
 #include "drivers/mox/plane_rows.h"
 #include "drivers/mox/writer.h"
 #include "err/status.h"
@@ -23,32 +24,7 @@ namespace {
 constexpr int64_t most_chunk = int64_t{2} * 1024 * 1024;
 constexpr int64_t least_work = int64_t{128} * 1024; // bytes that are worth a thread
 
-// The rows of a line in the planes. Samples that lie apart are brought together in a row.
-class PlaneSource final : public RowSource {
-public:
-    PlaneSource(const WriteImage &sub, const ZOR_RASTER &raster, uint8_t *row)
-        : sub_(sub), raster_(raster), row_(row) {}
-
-    void start(int32_t y) { y_ = y; }
-
-    const void *active_row(int32_t channel, const RowCodec &codec) override {
-        const ZOR_PLANE &plane = raster_.planes[channel];
-        const uint8_t *from = sample_at(raster_, plane, y_, sub_.left);
-        if (plane.column_step == codec.sample_size)
-            return from;
-        copy_samples(from, plane.column_step, row_, codec.sample_size, sub_.active,
-                     codec.sample_size);
-        return row_;
-    }
-
-private:
-    const WriteImage &sub_;
-    const ZOR_RASTER &raster_;
-    uint8_t *row_;
-    int32_t y_ = 0;
-};
-
-// Bytes of a row whose samples have to be brought together.
+// Bytes of a row of any channel.
 size_t row_room(const WriteImage &sub) {
     int32_t sample_size = 0;
     for (const ChannelGroup &group : sub.groups)
@@ -56,6 +32,58 @@ size_t row_room(const WriteImage &sub) {
             sample_size = std::max(sample_size, group.codec->sample_size);
     return static_cast<size_t>(sub.active) * static_cast<size_t>(sample_size);
 }
+
+// The rows of a line in the planes. Samples that lie apart are brought together in rows: those of
+// pixels all at once, others one by one.
+class PlaneSource final : public RowSource {
+public:
+    // With memory for that.
+    PlaneSource(const WriteImage &sub, const ZOR_RASTER &raster, uint8_t *memory)
+        : sub_(sub), raster_(raster), pixels_(find_pixels(raster, sub.groups)) {
+        for (uint8_t *&row : rows_) {
+            row = memory;
+            memory += row_room(sub);
+        }
+    }
+    static size_t memory(const WriteImage &sub) { return most_in_pixel * row_room(sub); }
+
+    void start(int32_t y) {
+        y_ = y;
+        taken_apart_ = false;
+    }
+
+    const void *active_row(int32_t channel, const RowCodec &codec) override {
+        if (channel < pixels_.count) {
+            if (!taken_apart_)
+                take_apart();
+            return rows_[channel];
+        }
+        const ZOR_PLANE &plane = raster_.planes[channel];
+        const uint8_t *from = sample_at(raster_, plane, y_, sub_.left);
+        if (plane.column_step == codec.sample_size)
+            return from;
+        copy_samples(from, plane.column_step, rows_[0], codec.sample_size, sub_.active,
+                     codec.sample_size);
+        return rows_[0];
+    }
+
+private:
+    void take_apart() {
+        uint8_t *rows[most_in_pixel];
+        for (int32_t k = 0; k < pixels_.count; ++k)
+            rows[k] = rows_[pixels_.channels[k]];
+        const ZOR_PLANE &plane = raster_.planes[pixels_.channels[0]];
+        pixels_.mover->unweave(sample_at(raster_, plane, y_, sub_.left), sub_.active, rows);
+        taken_apart_ = true;
+    }
+
+    const WriteImage &sub_;
+    const ZOR_RASTER &raster_;
+    const Pixels pixels_;
+    uint8_t *rows_[most_in_pixel];
+    int32_t y_ = 0;
+    bool taken_apart_ = false;
+};
 
 // The most that a line can be coded to.
 int64_t most_of_line(const WriteImage &sub) {
@@ -198,7 +226,7 @@ void write_chunks(void *data) {
     chunk.starts = reinterpret_cast<uint32_t *>(memory);
     memory += static_cast<size_t>(job.most_lines) * sizeof(uint32_t);
     PlaneSource source(job.sub, job.raster, memory);
-    chunk.bytes = memory + row_room(job.sub);
+    chunk.bytes = memory + PlaneSource::memory(job.sub);
     while (claim(job, &chunk)) {
         encode(job.sub, source, &chunk);
         write_in_turn(job, &chunk);
@@ -214,7 +242,7 @@ int32_t write_by_chunks(WriteImage *sub, const ZOR_RASTER &raster, int32_t end, 
     job.most_lines = chunk_lines(job); // the first chunk is the largest
     const auto lines = static_cast<size_t>(job.most_lines);
     job.share = round_up(lines * (sizeof(uint32_t) + static_cast<size_t>(job.line)) +
-                         row_room(*sub) + codec_slack);
+                         PlaneSource::memory(*sub) + codec_slack);
     job.memory.reset(allocate<uint8_t>(num_threads * static_cast<int64_t>(job.share)));
     if (job.memory == nullptr)
         return set_status(ZOR_E_MEMORY);
@@ -228,10 +256,10 @@ int32_t write_by_chunks(WriteImage *sub, const ZOR_RASTER &raster, int32_t end, 
 
 // Writes lines up to an end one by one.
 int32_t write_by_lines(WriteImage *sub, const ZOR_RASTER &raster, int32_t end) {
-    const Owned<uint8_t> row(allocate<uint8_t>(static_cast<int64_t>(row_room(*sub))));
-    if (row == nullptr)
+    const Owned<uint8_t> memory(allocate<uint8_t>(static_cast<int64_t>(PlaneSource::memory(*sub))));
+    if (memory == nullptr)
         return set_status(ZOR_E_MEMORY);
-    PlaneSource source(*sub, raster, row.get());
+    PlaneSource source(*sub, raster, memory.get());
     while (sub->next < end) {
         source.start(sub->next);
         if (const int32_t status = write_line(sub, sub->next, source); status != 0)
