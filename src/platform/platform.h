@@ -41,6 +41,25 @@ private:
     Mutex *mutex_;
 };
 
+// A lock that takes no memory and cannot fail, with something to wait for while it is held. Not
+// recursive. It holds for a scope with std::lock_guard.
+class Monitor {
+public:
+    Monitor();
+    ~Monitor();
+    Monitor(const Monitor &) = delete;
+    Monitor &operator=(const Monitor &) = delete;
+    void lock();
+    void unlock();
+    void wait(); // lets go of the lock until wake_all, or now and then for no reason
+    void wake_all();
+
+private:
+    struct State;
+    State &state();
+    alignas(16) unsigned char state_[112];
+};
+
 // Threads ------------------------------------------------------------------------------------
 
 constexpr int most_threads = 64;

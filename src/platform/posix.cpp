@@ -7,6 +7,7 @@
 #include <cstring>
 #include <dlfcn.h>
 #include <link.h>
+#include <new>
 #include <pthread.h>
 #include <pwd.h>
 #include <sched.h>
@@ -64,6 +65,25 @@ Mutex *library_mutex() {
     }();
     return mutex;
 }
+
+struct Monitor::State {
+    pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
+    pthread_cond_t condition = PTHREAD_COND_INITIALIZER;
+};
+
+Monitor::Monitor() : state_() {
+    static_assert(sizeof(State) <= sizeof state_);
+    new (state_) State;
+}
+Monitor::~Monitor() {
+    pthread_cond_destroy(&state().condition);
+    pthread_mutex_destroy(&state().mutex);
+}
+Monitor::State &Monitor::state() { return *std::launder(reinterpret_cast<State *>(state_)); }
+void Monitor::lock() { pthread_mutex_lock(&state().mutex); }
+void Monitor::unlock() { pthread_mutex_unlock(&state().mutex); }
+void Monitor::wait() { pthread_cond_wait(&state().condition, &state().mutex); }
+void Monitor::wake_all() { pthread_cond_broadcast(&state().condition); }
 
 namespace {
 

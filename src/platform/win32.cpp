@@ -11,6 +11,7 @@
 #include <fcntl.h>
 #include <io.h>
 #include <iterator>
+#include <new>
 #include <process.h>
 #include <sys/stat.h>
 
@@ -60,6 +61,22 @@ Mutex *library_mutex() {
     static Mutex mutex = {CreateMutexA(nullptr, FALSE, nullptr)};
     return &mutex;
 }
+
+struct Monitor::State {
+    SRWLOCK lock = SRWLOCK_INIT;
+    CONDITION_VARIABLE condition = CONDITION_VARIABLE_INIT;
+};
+
+Monitor::Monitor() : state_() {
+    static_assert(sizeof(State) <= sizeof state_);
+    new (state_) State;
+}
+Monitor::~Monitor() = default; // they hold nothing
+Monitor::State &Monitor::state() { return *std::launder(reinterpret_cast<State *>(state_)); }
+void Monitor::lock() { AcquireSRWLockExclusive(&state().lock); }
+void Monitor::unlock() { ReleaseSRWLockExclusive(&state().lock); }
+void Monitor::wait() { SleepConditionVariableSRW(&state().condition, &state().lock, INFINITE, 0); }
+void Monitor::wake_all() { WakeAllConditionVariable(&state().condition); }
 
 namespace {
 

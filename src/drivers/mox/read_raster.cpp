@@ -4,8 +4,8 @@
 // then read and decode it by themselves: one positioned read a chunk, rows that stay in the cache
 // until they are copied to the planes. Whatever goes wrong with a line there is noted and no more:
 // the calling thread reads it again as a scanline, which finds out and reports what is to be said.
-// Files that cannot be positioned, small ones, and lines too long for a chunk are read in this way
-// altogether.
+// One thread alone reads all lines in this way, as do all where the file cannot be positioned or
+// lines are too long for a chunk.
 #include <algorithm>
 #include <cstdlib>
 #include <mutex>
@@ -23,8 +23,9 @@ namespace zor::mox {
 
 namespace {
 
-constexpr int64_t most_chunk = int64_t{1} * 1024 * 1024;
-constexpr int64_t least_chunk = int64_t{16} * 1024; // with several threads
+constexpr int64_t most_chunk = int64_t{512} * 1024; // unless a line takes more
+constexpr int64_t most_line = int64_t{1024} * 1024;
+constexpr int64_t least_chunk = int64_t{16} * 1024;
 constexpr int64_t least_work = int64_t{128} * 1024; // bytes of samples that are worth a thread
 
 // Takes the rows of a line to the planes. Those of channels that are interleaved are kept until
@@ -154,16 +155,14 @@ struct ReadJob {
     Owned<uint8_t> memory{}; // of all threads
     Owned<uint8_t> bad{};    // for each line whether it has to be read again, as all that are left
 
-    std::mutex mutex{};   // of all that follows, and of end
-    int32_t next = first; // line to be claimed
+    platform::Monitor monitor{}; // of all that follows, and of end
+    int32_t next = first;        // line to be claimed
     int num_started = 0;
 };
 
-// How large the next chunk may be. Several threads get smaller and smaller ones, so that they end
-// at about the same time.
+// How large the next chunk may be: smaller and smaller, so that the threads end at about the same
+// time.
 int64_t chunk_limit(const ReadJob &job) {
-    if (job.num_threads == 1)
-        return job.capacity;
     const int64_t left =
         std::abs(position_of(job.sub, job.end - 1) - position_of(job.sub, job.next));
     const int64_t least = std::max(least_chunk, job.line);
@@ -173,7 +172,7 @@ int64_t chunk_limit(const ReadJob &job) {
 // Claims the next lines that can be read at once: they follow each other closely, in either
 // direction. False when there are none left.
 bool claim(ReadJob &job, Chunk *chunk) {
-    const std::lock_guard lock(job.mutex);
+    const std::lock_guard lock(job.monitor);
     if (job.next >= job.end)
         return false;
     const int64_t limit = chunk_limit(job);
@@ -220,7 +219,7 @@ void read_chunk(ReadJob &job, const Chunk &chunk, uint8_t *bytes, PlaneTarget &t
         all_good &= good;
     }
     if (!all_good) { // what lies above is hardly worth it
-        const std::lock_guard lock(job.mutex);
+        const std::lock_guard lock(job.monitor);
         job.end = std::min(job.end, chunk.end);
     }
 }
@@ -230,7 +229,7 @@ void read_chunks(void *data) {
     auto &job = *static_cast<ReadJob *>(data);
     uint8_t *memory = job.memory.get();
     {
-        const std::lock_guard lock(job.mutex);
+        const std::lock_guard lock(job.monitor);
         memory += job.share * static_cast<size_t>(job.num_started++);
     }
     void *rows[PlaneTarget::most_buffers];
@@ -252,7 +251,7 @@ void read_chunks(void *data) {
 bool read_by_chunks(const ReadImage &sub, const ZOR_RASTER &raster, int32_t first, int32_t end,
                     int num_threads, Owned<uint8_t> *bad) {
     ReadJob job = {sub, raster, first, end, num_threads, most_of_line(sub)};
-    job.capacity = std::min(most_chunk, sub.reader->stream.size);
+    job.capacity = std::min(std::max(most_chunk, job.line), sub.reader->stream.size);
     job.capacity = std::min(std::max(chunk_limit(job), job.line), job.capacity);
     job.share =
         static_cast<size_t>(job.capacity) + codec_slack + PlaneTarget::most_buffers * row_room(sub);
@@ -273,21 +272,18 @@ bool read_by_chunks(const ReadImage &sub, const ZOR_RASTER &raster, int32_t firs
     return true;
 }
 
-// How many threads to read with; 0 for line by line.
+// How many threads are worth while.
 int choose_threads(const ReadImage &sub, const ZOR_RASTER &raster, int32_t first, int32_t end) {
-    if (end - first < 2 || !can_seek(sub.reader->stream) || most_of_line(sub) > most_chunk)
-        return 0;
+    if (!can_seek(sub.reader->stream) || most_of_line(sub) > most_line)
+        return 1;
     const int64_t work = (end - first) * samples_of_line(sub);
-    const auto threads =
-        static_cast<int>(std::min<int64_t>(raster.num_threads, 1 + work / least_work));
-    const int64_t bytes = std::abs(position_of(sub, end - 1) - position_of(sub, first));
-    return threads > 1 || bytes > static_cast<int64_t>(block_size) ? threads : 0;
+    return static_cast<int>(std::min<int64_t>(raster.num_threads, 1 + work / least_work));
 }
 
 // Reads lines [first, end), all of them active.
 int32_t read_active(const ReadImage &sub, ZOR_RASTER *raster, int32_t first, int32_t end) {
     Owned<uint8_t> bad;
-    if (const int threads = choose_threads(sub, *raster, first, end); threads > 0)
+    if (const int threads = choose_threads(sub, *raster, first, end); threads > 1)
         if (!read_by_chunks(sub, *raster, first, end, threads, &bad))
             return set_status(ZOR_E_MEMORY);
     PlaneTarget target(sub, *raster, sub.channels, true);

@@ -2,10 +2,9 @@
 //
 // The threads take turns in claiming some lines and encode them, each into memory of its own. Then
 // they write them to the file, in the order of the lines: who is done early waits for a turn. What
-// goes wrong is noted, and reported by the calling thread at the end. Small rasters and lines too
-// long for a chunk are written as scanlines, by way of the stream's block.
+// goes wrong is noted, and reported by the calling thread at the end. One thread alone, and all where
+// lines are too long for a chunk, write scanlines by way of the stream's block.
 #include <algorithm>
-#include <condition_variable>
 #include <mutex>
 
 #include "base/base/owned.h"
@@ -20,8 +19,11 @@ namespace zor::mox {
 
 namespace {
 
-// The most that the lines of a chunk may be coded to: most pictures take a fraction of it.
-constexpr int64_t most_chunk = int64_t{2} * 1024 * 1024;
+// The most that the lines of a chunk may be coded to: most pictures take a fraction of it. At first
+// the threads are done at about the same time, and what they wait for each other then is lost.
+constexpr int64_t most_chunk = int64_t{512} * 1024; // unless a line takes more
+constexpr int64_t least_chunk = int64_t{256} * 1024;
+constexpr int64_t most_line = int64_t{2048} * 1024;
 constexpr int64_t least_work = int64_t{128} * 1024; // bytes that are worth a thread
 
 // Bytes of a row of any channel.
@@ -105,10 +107,9 @@ struct WriteJob {
     size_t share = 0;        // bytes of memory for each thread
     Owned<uint8_t> memory{}; // of all threads
 
-    std::mutex mutex{}; // of all that follows
-    std::condition_variable turn{};
-    int32_t next = sub.next;    // line to be claimed
-    int32_t written = sub.next; // line whose turn it is
+    platform::Monitor monitor{}; // of all that follows
+    int32_t next = sub.next;     // line to be claimed
+    int32_t written = sub.next;  // line whose turn it is
     int num_started = 0;
     bool failed = false;
     const char *reason = nullptr; // null: the stream knows it
@@ -123,20 +124,18 @@ struct Chunk {
     uint8_t *bytes;
 };
 
-// How many lines the next chunk has: several threads get fewer and fewer, so that they end at about
-// the same time.
+// How many lines the next chunk has: fewer and fewer, so that the threads end at about the same
+// time.
 int32_t chunk_lines(const WriteJob &job) {
     const int32_t left = job.end - job.next;
-    const int32_t lines = job.num_threads == 1 ? left : left / (2 * job.num_threads);
     const auto most = static_cast<int32_t>(std::max<int64_t>(1, most_chunk / job.line));
-    const auto least =
-        static_cast<int32_t>(std::max<int64_t>(1, static_cast<int64_t>(block_size) / job.line));
-    return std::min(left, std::clamp(lines, std::min(least, most), most));
+    const auto least = static_cast<int32_t>(std::max<int64_t>(1, least_chunk / job.line));
+    return std::min(left, std::clamp(left / (2 * job.num_threads), least, most));
 }
 
 // False when there are no lines left, or no use in going on.
 bool claim(WriteJob &job, Chunk *chunk) {
-    const std::lock_guard lock(job.mutex);
+    const std::lock_guard lock(job.monitor);
     if (job.failed || job.next >= job.end)
         return false;
     chunk->first = job.next;
@@ -199,19 +198,20 @@ bool write_chunk(WriteJob &job, Chunk *chunk) {
 void write_in_turn(WriteJob &job, Chunk *chunk) {
     const int32_t end = chunk->end; // a failure may lower it
     {
-        std::unique_lock lock(job.mutex);
-        job.turn.wait(lock, [&] { return job.failed || job.written == chunk->first; });
+        const std::lock_guard lock(job.monitor);
+        while (!job.failed && job.written != chunk->first)
+            job.monitor.wait();
         if (job.failed)
             return;
     }
     // Nobody else is between these two locks: it is the turn of this chunk alone.
     const bool good = write_chunk(job, chunk);
     {
-        const std::lock_guard lock(job.mutex);
+        const std::lock_guard lock(job.monitor);
         job.failed = !good;
         job.written = end;
     }
-    job.turn.notify_all();
+    job.monitor.wake_all();
 }
 
 // What each thread does.
@@ -219,7 +219,7 @@ void write_chunks(void *data) {
     auto &job = *static_cast<WriteJob *>(data);
     uint8_t *memory = job.memory.get();
     {
-        const std::lock_guard lock(job.mutex);
+        const std::lock_guard lock(job.monitor);
         memory += job.share * static_cast<size_t>(job.num_started++);
     }
     Chunk chunk = {};
@@ -276,8 +276,7 @@ int32_t write_lines(WriteImage *sub, const ZOR_RASTER &raster) {
     const int64_t work = (end - sub->next) * most_of_line(*sub);
     const auto threads =
         static_cast<int>(std::min<int64_t>(raster.num_threads, 1 + work / least_work));
-    const bool small = threads == 1 && work <= static_cast<int64_t>(block_size);
-    const int32_t status = small || most_of_line(*sub) > most_chunk
+    const int32_t status = threads == 1 || most_of_line(*sub) > most_line
                                ? write_by_lines(sub, raster, end)
                                : write_by_chunks(sub, raster, end, threads);
     if (status == 0)
