@@ -194,13 +194,10 @@ void seek(ReadStream *stream, int64_t position) {
     stream->position = position;
 }
 
-const uint8_t *look(ReadStream *stream, size_t size) {
-    const auto wanted = static_cast<int64_t>(size);
-    const bool at_hand =
-        stream->position >= stream->start && stream->position + wanted <= stream->end;
-    if (!at_hand && !fill(stream, wanted))
-        return nullptr;
-    return stream->block + (stream->position - stream->start);
+const uint8_t *fetch(ReadStream *stream, size_t size) {
+    return fill(stream, static_cast<int64_t>(size))
+               ? stream->block + (stream->position - stream->start)
+               : nullptr;
 }
 
 const uint8_t *take(ReadStream *stream, size_t size) {

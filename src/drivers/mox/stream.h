@@ -69,7 +69,12 @@ void seek(ReadStream *stream, int64_t position);
 // The next size bytes, a block at most, with codec_slack bytes readable behind them; valid until
 // the next look or take. Null when the file ends before, or cannot be read: error tells, and what
 // was looked at before can be again.
-const uint8_t *look(ReadStream *stream, size_t size);
+const uint8_t *fetch(ReadStream *stream, size_t size); // where they are not in the block yet
+inline const uint8_t *look(ReadStream *stream, size_t size) {
+    const bool at_hand = stream->position >= stream->start &&
+                         stream->position + static_cast<int64_t>(size) <= stream->end;
+    return at_hand ? stream->block + (stream->position - stream->start) : fetch(stream, size);
+}
 
 // The same, and moves the position behind them.
 const uint8_t *take(ReadStream *stream, size_t size);
