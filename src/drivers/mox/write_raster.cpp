@@ -2,8 +2,8 @@
 //
 // The threads take turns in claiming some lines and encode them, each into memory of its own. Then
 // they write them to the file, in the order of the lines: who is done early waits for a turn. What
-// goes wrong is noted, and reported by the calling thread at the end. One thread alone, and all where
-// lines are too long for a chunk, write scanlines by way of the stream's block.
+// goes wrong is noted, and reported by the calling thread at the end. One thread alone, and all
+// where lines are too long for a chunk, write scanlines by way of the stream's block.
 #include <algorithm>
 #include <mutex>
 
