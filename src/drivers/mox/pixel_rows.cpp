@@ -99,7 +99,8 @@ void shuffle(typename Lanes<Sample>::Vector (&v)[Count], std::index_sequence<I..
 }
 
 // Takes as many apart. Shuffling n times takes lane i to lane i * 2^n modulo one less than there
-// are lanes: as often as it takes to bring the first samples of all pixels together, and so all others.
+// are lanes: as often as it takes to bring the first samples of all pixels together, and so all
+// others.
 template<class Sample, size_t Count>
 void unweave_vectors(const uint8_t *from, uint8_t *const *rows, size_t at) {
     using L = Lanes<Sample>;

@@ -9,7 +9,8 @@
 namespace {
 
 // Memory for a window of an image: so many channels interleaved, the last one first, and the
-// others in planes of their own. Bottom line first or last, with bytes between the lines that are nobody's.
+// others in planes of their own. Bottom line first or last, with bytes between the lines that are
+// nobody's.
 struct Canvas {
     Canvas(const ZOR_IMAGE_DESC &desc, int left, int right, int bottom, int top, size_t interleaved,
            bool falling)
