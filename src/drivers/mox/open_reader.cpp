@@ -383,7 +383,7 @@ int open_reader(ZOR_IMAGE *image) {
     constexpr uint64_t handle = 4096; // and the texts that go with it
     constexpr uint64_t chain = max_sub_images * sizeof(int32_t);
     if (!open_reading(&reader->stream, file) ||
-        !charge(reader, handle + chain + sizeof *reader + block_size) ||
+        !charge(reader, handle + chain + sizeof *reader + most_memory(reader->stream)) ||
         !read_chain(image, reader)) {
         free_reader(image, reader);
         file_calls().close(image, file);
