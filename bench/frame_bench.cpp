@@ -41,29 +41,16 @@ struct Case {
     static uint8_t *row(const Frame &of, int32_t channel, int32_t y) {
         return const_cast<uint8_t *>(of.row(channel, y));
     }
-    void write_lines() const {
-        ZOR_IMAGE *image = open_image(path, "w", frame.bits);
-        for (int32_t y = 0; y < Frame::height; ++y) {
-            void *rows[Frame::channels];
-            for (int32_t k = 0; k < Frame::channels; ++k)
-                rows[k] = row(frame, k, y);
-            require(ZOR_scan_write(image, y, rows) == 0, "writing");
-        }
-        require(ZOR_close(image) == 0, "closing");
-    }
     void read_lines() const {
-        ZOR_IMAGE *image = open_image(path, "r", frame.bits);
-        for (int32_t y = 0; y < Frame::height; ++y) {
-            void **rows;
-            require(ZOR_scan_read(image, y, &rows) == 0, "reading");
-            for (int32_t k = 0; k < Frame::channels; ++k)
-                std::memcpy(row(back, k, y), rows[k], frame.row_bytes());
-        }
-        ZOR_close(image);
+        bench::read_lines(open_image(path, "r", frame), frame, false,
+                          [this](int32_t y, void **rows) {
+                              for (int32_t k = 0; k < Frame::channels; ++k)
+                                  std::memcpy(row(back, k, y), rows[k], frame.row_bytes());
+                          });
     }
     void move_frame(const Frame &samples, const char *mode, int32_t threads,
                     bool interleaved) const {
-        ZOR_IMAGE *image = open_image(path, mode, frame.bits);
+        ZOR_IMAGE *image = open_image(path, mode, frame);
         ZOR_PLANE planes[Frame::channels] = {};
         const size_t size = frame.sample_size();
         for (int32_t k = 0; k < Frame::channels; ++k)
@@ -71,7 +58,7 @@ struct Case {
                                                 static_cast<ZOR_WORD>(Frame::channels * size), 0}
                                     : ZOR_PLANE{row(samples, k, 0), 0, 0};
         ZOR_RASTER raster = {
-            0, 0, Frame::width - 1, 0, Frame::height - 1, threads, Frame::channels, planes, 0};
+            0, 0, frame.width - 1, 0, frame.height - 1, threads, Frame::channels, planes, 0};
         const int status =
             *mode == 'r' ? ZOR_raster_read(image, &raster) : ZOR_raster_write(image, &raster);
         require(status == 0, "moving a frame");
@@ -93,7 +80,8 @@ void add_pairs(bench::Pairs *pairs, const Case &c) {
     require(c.back.data == c.frame.data, "reading back");
     const auto write = [&c](int32_t threads) { return [&c, threads] { c.write_frame(threads); }; };
     const auto read = [&c](int32_t threads) { return [&c, threads] { c.read_frame(threads); }; };
-    pairs->add(c.name + ": write a frame", "scanlines", bytes, write(1), [&c] { c.write_lines(); });
+    pairs->add(c.name + ": write a frame", "scanlines", bytes, write(1),
+               [&c] { bench::write_lines(c.path, c.frame); });
     pairs->add(c.name + ": read a frame", "scanlines", bytes, read(1), [&c] { c.read_lines(); });
     pairs->add(
         c.name + ": read interleaved", "planes", bytes,

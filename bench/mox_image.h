@@ -1,6 +1,8 @@
 // mox_image.h - frames as MOX images, for benchmarks. What fails ends the program.
 #pragma once
 
+#include <benchmark/benchmark.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -18,21 +20,49 @@ inline void require(bool good, const char *what) {
     std::exit(1);
 }
 
-inline ZOR_IMAGE *open_image(const std::string &path, const char *mode, int32_t bits) {
+// The image of a key's format in a file; one to be written is like the frame.
+inline ZOR_IMAGE *open_image(const std::string &path, const char *mode, const Frame &frame,
+                             const char *key = "mox") {
     ZOR_INFO info;
     ZOR_info_init(&info);
-    info.key = STR_save("mox");
+    info.key = STR_save(key);
     info.file_name = STR_save(path.c_str());
     info.complete_path = 1;
     if (*mode == 'w') {
-        ZOR_IMAGE_DESC *desc = ZOR_info_add_image(&info, Frame::width, Frame::height);
-        desc->image.bits = bits;
-        desc->matte = {1, ZOR_C_INTEGER, bits};
+        ZOR_IMAGE_DESC *desc = ZOR_info_add_image(&info, frame.width, frame.height);
+        const int32_t type = frame.bits == 32 ? ZOR_C_FLOAT : ZOR_C_INTEGER;
+        desc->image.type = type;
+        desc->image.bits = frame.bits;
+        desc->matte = {1, type, frame.bits};
     }
     ZOR_IMAGE *image = ZOR_open(&info, mode);
     ZOR_info_cleanup(&info, 1);
     require(image != nullptr, "opening");
     return image;
+}
+
+inline void write_lines(const std::string &path, const Frame &frame, const char *key = "mox") {
+    ZOR_IMAGE *image = open_image(path, "w", frame, key);
+    for (int32_t y = 0; y < frame.height; ++y) {
+        void *rows[Frame::channels];
+        for (int32_t k = 0; k < Frame::channels; ++k)
+            rows[k] = const_cast<uint8_t *>(frame.row(k, y));
+        require(ZOR_scan_write(image, y, rows) == 0, "writing");
+    }
+    require(ZOR_close(image) == 0, "closing");
+}
+
+// Calls use(y, rows) for each line.
+template<class Use>
+void read_lines(ZOR_IMAGE *image, const Frame &frame, bool downwards, Use use) {
+    for (int32_t i = 0; i < frame.height; ++i) {
+        void **rows;
+        const int32_t y = downwards ? frame.height - 1 - i : i;
+        require(ZOR_scan_read(image, y, &rows) == 0, "reading");
+        benchmark::DoNotOptimize(rows[0]);
+        use(y, rows);
+    }
+    require(ZOR_close(image) == 0, "closing");
 }
 
 } // namespace bench

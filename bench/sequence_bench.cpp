@@ -97,8 +97,8 @@ void compute(unsigned threads) {
 void measure_jobs(const fs::path &work) {
     // Frames enough to keep the command busy for about a second.
     constexpr std::pair<const char *, int> formats[] = {{"png", 12}, {"mox", 200}, {"pam", 100}};
-    constexpr int32_t width = Frame::width / 2;
-    constexpr int32_t height = Frame::height / 2;
+    constexpr int32_t width = bench::film.width / 2;
+    constexpr int32_t height = bench::film.height / 2;
     constexpr size_t bytes = size_t{width} * height * Frame::channels;
     bench::Pairs pairs;
     pairs.add(
