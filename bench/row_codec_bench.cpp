@@ -175,9 +175,9 @@ private:
 };
 
 struct Case {
-    Case(Picture picture, int32_t bits)
+    Case(Picture picture, int32_t bits, const bench::Size &size)
         : name(std::string(name_of(picture)) + ", " + std::to_string(bits) + " bits"),
-          frame(make_frame(picture, bits)),
+          frame(make_frame(picture, bits, size)),
           ours(frame),
           peer(frame),
           row(frame.row_bytes()) {}
@@ -216,21 +216,26 @@ int main(int argc, char **argv) {
     benchmark::Initialize(&argc, argv);
     bench::Pairs pairs;
     std::vector<std::unique_ptr<Case>> cases;
-    for (const int32_t bits : {8, 16}) {
-        for (const Picture picture : bench::all_pictures) {
-            Case &c = *cases.emplace_back(std::make_unique<Case>(picture, bits));
-            const auto encode = [&c] { c.ours.encode(); };
-            const auto decode = [&c] { c.ours.decode(); };
-            const auto copy = [&c] { c.copy(); };
+    const auto add_case = [&](Picture picture, int32_t bits, const bench::Size &size) {
+        Case &c = *cases.emplace_back(std::make_unique<Case>(picture, bits, size));
+        const auto encode = [&c] { c.ours.encode(); };
+        const auto decode = [&c] { c.ours.decode(); };
+        const auto copy = [&c] { c.copy(); };
+        if (size.width == bench::film.width) {
             add_figure(c, "encode", encode);
             add_figure(c, "decode", decode);
-            const size_t bytes = c.frame.data.size();
-            pairs.add(c.name + ": encode", "OpenEXR RLE", bytes, encode, [&c] { c.peer.encode(); });
-            pairs.add(c.name + ": decode", "OpenEXR RLE", bytes, decode, [&c] { c.peer.decode(); });
-            pairs.add(c.name + ": encode", "memcpy", bytes, encode, copy);
-            pairs.add(c.name + ": decode", "memcpy", bytes, decode, copy);
         }
-    }
+        const size_t bytes = c.frame.data.size();
+        pairs.set_size(name_of(size));
+        pairs.add(c.name + ": encode", "OpenEXR RLE", bytes, encode, [&c] { c.peer.encode(); });
+        pairs.add(c.name + ": decode", "OpenEXR RLE", bytes, decode, [&c] { c.peer.decode(); });
+        pairs.add(c.name + ": encode", "memcpy", bytes, encode, copy);
+        pairs.add(c.name + ": decode", "memcpy", bytes, decode, copy);
+    };
+    for (const int32_t bits : {8, 16})
+        for (const Picture picture : bench::all_pictures)
+            for (const bench::Size &size : bench::all_sizes)
+                add_case(picture, bits, size);
     benchmark::RunSpecifiedBenchmarks();
     std::puts("");
     pairs.run(21);

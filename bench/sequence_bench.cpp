@@ -14,13 +14,13 @@
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <thread>
-#include <unistd.h>
 #include <vector>
 
 #include <benchmark/benchmark.h>
 
 #include "frames.h"
 #include "paired.h"
+#include "scratch.h"
 
 namespace {
 
@@ -141,11 +141,9 @@ void measure_memory(const fs::path &work) {
 } // namespace
 
 int main(int argc, char **argv) {
-    const fs::path parent = argc > 1 ? argv[1] : "/dev/shm";
-    const fs::path work = parent / ("zor-bench-" + std::to_string(getpid()));
-    fs::create_directory(work);
-    measure_memory(work);
-    measure_jobs(work);
-    fs::remove_all(work);
+    benchmark::Initialize(&argc, argv);
+    const bench::Scratch scratch(argc, argv);
+    measure_memory(scratch.path());
+    measure_jobs(scratch.path());
     return 0;
 }

@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "frames.h"
-#include "mox_image.h"
+#include "image_file.h"
 
 namespace bench {
 

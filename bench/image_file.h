@@ -1,4 +1,5 @@
-// mox_image.h - frames as MOX images, for benchmarks. What fails ends the program.
+// image_file.h - frames as files that the library writes and reads, MOX unless another format is
+// named, for benchmarks. What fails ends the program.
 #pragma once
 
 #include <benchmark/benchmark.h>
@@ -41,10 +42,12 @@ inline ZOR_IMAGE *open_image(const std::string &path, const char *mode, const Fr
     return image;
 }
 
-inline void write_lines(const std::string &path, const Frame &frame, const char *key = "mox") {
+inline void write_lines(const std::string &path, const Frame &frame, const char *key = "mox",
+                        bool downwards = false) {
     ZOR_IMAGE *image = open_image(path, "w", frame, key);
-    for (int32_t y = 0; y < frame.height; ++y) {
+    for (int32_t i = 0; i < frame.height; ++i) {
         void *rows[Frame::channels];
+        const int32_t y = downwards ? frame.height - 1 - i : i;
         for (int32_t k = 0; k < Frame::channels; ++k)
             rows[k] = const_cast<uint8_t *>(frame.row(k, y));
         require(ZOR_scan_write(image, y, rows) == 0, "writing");
@@ -62,6 +65,29 @@ void read_lines(ZOR_IMAGE *image, const Frame &frame, bool downwards, Use use) {
         benchmark::DoNotOptimize(rows[0]);
         use(y, rows);
     }
+    require(ZOR_close(image) == 0, "closing");
+}
+
+// A whole frame in one call, written from the frame or read into it, its samples as planes or taken
+// to be interleaved.
+inline void move_frame(const std::string &path, const char *mode, const Frame &frame,
+                       int32_t threads, bool interleaved) {
+    ZOR_IMAGE *image = open_image(path, mode, frame);
+    ZOR_PLANE planes[Frame::channels] = {};
+    const size_t size = frame.sample_size();
+    for (int32_t k = 0; k < Frame::channels; ++k) {
+        auto *plane = const_cast<uint8_t *>(frame.row(interleaved ? 0 : k, 0));
+        if (interleaved)
+            planes[k] = {plane + static_cast<size_t>(k) * size,
+                         static_cast<ZOR_WORD>(Frame::channels * size), 0};
+        else
+            planes[k] = {plane, 0, 0};
+    }
+    ZOR_RASTER raster = {0,      0, frame.width - 1, 0, frame.height - 1, threads, Frame::channels,
+                         planes, 0};
+    const int status =
+        *mode == 'r' ? ZOR_raster_read(image, &raster) : ZOR_raster_write(image, &raster);
+    require(status == 0, "moving a frame");
     require(ZOR_close(image) == 0, "closing");
 }
 
