@@ -39,59 +39,50 @@ std::vector<std::string> make_names() {
 }
 const std::vector<std::string> names = make_names();
 
+// Strings have no length known beforehand, on either side.
 template<class Work>
 void for_names(Work work) {
     for (const std::string &name : names)
-        benchmark::DoNotOptimize(work(name));
+        benchmark::DoNotOptimize(work(name.c_str()));
 }
 
 void add_strings(bench::Pairs &pairs) {
     pairs.add(
         "hash of a string", "std::hash", 0,
-        [] { for_names([](const std::string &s) { return STR_hash(s.c_str(), 1021); }); },
-        [] {
-            for_names([](const std::string &s) {
-                return std::hash<std::string_view>()(s.c_str()) % 1021; // the length is not known
-            });
-        });
+        [] { for_names([](const char *s) { return STR_hash(s, 1021); }); },
+        [] { for_names([](const char *s) { return std::hash<std::string_view>()(s) % 1021; }); });
     pairs.add(
         "compare strings", "std::strcmp", 0,
-        [] {
-            for_names(
-                [](const std::string &s) { return STR_compare(s.c_str(), names[7].c_str()); });
-        },
-        [] {
-            for_names(
-                [](const std::string &s) { return std::strcmp(s.c_str(), names[7].c_str()); });
-        });
+        [] { for_names([](const char *s) { return STR_compare(s, names[7].c_str()); }); },
+        [] { for_names([](const char *s) { return std::strcmp(s, names[7].c_str()); }); });
     pairs.add(
         "copy a string", "std::string", 0,
         [] {
-            for_names([](const std::string &s) {
-                char *copy = STR_save(s.c_str());
+            for_names([](const char *s) {
+                char *copy = STR_save(s);
                 benchmark::DoNotOptimize(copy);
                 ERR_free(copy);
                 return 0;
             });
         },
-        [] { for_names([](const std::string &s) { return std::string(s.c_str()).size(); }); });
+        [] { for_names([](const char *s) { return std::string(s).size(); }); });
     pairs.add(
         "append 8 strings", "std::string", 0,
         [] {
-            for_names([](const std::string &s) {
+            for_names([](const char *s) {
                 char *text = nullptr;
                 for (int i = 0; i < 8; ++i)
-                    text = STR_append(text, s.c_str());
+                    text = STR_append(text, s);
                 benchmark::DoNotOptimize(text);
                 ERR_free(text);
                 return 0;
             });
         },
         [] {
-            for_names([](const std::string &s) {
+            for_names([](const char *s) {
                 std::string text;
                 for (int i = 0; i < 8; ++i)
-                    text.append(s.c_str());
+                    text.append(s);
                 return text.size();
             });
         });
@@ -99,6 +90,7 @@ void add_strings(bench::Pairs &pairs) {
         "sort 4096 strings", "std::sort", 0,
         [] {
             std::vector<char *> array;
+            array.reserve(count + 1);
             for (const std::string &name : names)
                 array.push_back(const_cast<char *>(name.c_str()));
             array.push_back(nullptr);
@@ -106,6 +98,7 @@ void add_strings(bench::Pairs &pairs) {
         },
         [] {
             std::vector<const char *> array;
+            array.reserve(count);
             for (const std::string &name : names)
                 array.push_back(name.c_str());
             std::sort(array.begin(), array.end(),
@@ -119,17 +112,17 @@ void add_table(bench::Pairs &pairs) {
         "table of 4096 shared strings", "std::unordered_map", 0,
         [] {
             for (int i = 0; i < 2; ++i)
-                for_names([](const std::string &s) { return STR_define(s.c_str()); });
+                for_names([](const char *s) { return STR_define(s); });
             for (int i = 0; i < 2; ++i)
-                for_names([](const std::string &s) { return STR_undefine(s.c_str()); });
+                for_names([](const char *s) { return STR_undefine(s); });
         },
         [] {
             std::unordered_map<std::string, int> table;
             for (int i = 0; i < 2; ++i)
-                for_names([&table](const std::string &s) { return ++table[s.c_str()]; });
+                for_names([&table](const char *s) { return ++table[s]; });
             for (int i = 0; i < 2; ++i)
-                for_names([&table](const std::string &s) {
-                    const auto entry = table.find(s.c_str());
+                for_names([&table](const char *s) {
+                    const auto entry = table.find(s);
                     if (--entry->second == 0)
                         table.erase(entry);
                     return 0;
@@ -214,8 +207,8 @@ void add_lists(bench::Pairs &pairs) {
         "queue of 4096", "std::deque", 0,
         [] {
             dst_queue *queue = dst_queue_create();
-            for_names([queue](const std::string &s) {
-                return dst_queue_push_back(queue, const_cast<std::string *>(&s));
+            for_names([queue](const char *s) {
+                return dst_queue_push_back(queue, const_cast<char *>(s));
             });
             while (void *data = dst_queue_pop_front(queue))
                 benchmark::DoNotOptimize(data);
@@ -223,7 +216,7 @@ void add_lists(bench::Pairs &pairs) {
         },
         [] {
             std::deque<const void *> queue;
-            for_names([&queue](const std::string &s) { return queue.emplace_back(&s); });
+            for_names([&queue](const char *s) { return queue.emplace_back(s); });
             for (; !queue.empty(); queue.pop_front())
                 benchmark::DoNotOptimize(queue.front());
         });
@@ -268,15 +261,13 @@ void add_pools(bench::Pairs &pairs) {
         "pooled strings: 4096", "std::string", 0,
         [] {
             std::vector<char *> copies;
-            for_names([&](const std::string &s) {
-                return copies.emplace_back(dst_string_dup(s.c_str()));
-            });
+            for_names([&](const char *s) { return copies.emplace_back(dst_string_dup(s)); });
             for (char *copy : copies)
                 dst_string_release(copy);
         },
         [] {
             std::vector<std::string> copies;
-            for_names([&](const std::string &s) { return copies.emplace_back(s.c_str()).data(); });
+            for_names([&](const char *s) { return copies.emplace_back(s).data(); });
         });
 }
 
@@ -296,7 +287,7 @@ void add_arrays(bench::Pairs &pairs) {
         [] {
             std::vector<int32_t> array;
             for (int32_t i = 0; i < count; ++i)
-                array.push_back(i);
+                array.insert(array.end(), i);
             benchmark::DoNotOptimize(array.data());
         });
     static int32_t keys[count];
@@ -304,6 +295,7 @@ void add_arrays(bench::Pairs &pairs) {
         keys[i] = key_of(i);
     const auto pointers = [] {
         std::vector<void *> array;
+        array.reserve(count);
         for (int32_t &key : keys)
             array.push_back(&key);
         return array;
