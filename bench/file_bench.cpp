@@ -1,5 +1,5 @@
-// file_bench.cpp - whole files through the public scan calls, beside two other libraries, the file's
-// bytes written as they are, and memcpy.
+// file_bench.cpp - whole files through the public scan calls, beside two other libraries, blocks of
+// the same bytes, and memcpy.
 //
 //     bench_file [DIRECTORY]     for the files; /dev/shm without it
 //

@@ -1,4 +1,5 @@
-// tiff_file.h - frames as TIFF files, channel by channel, for benchmarks. What fails ends the program.
+// tiff_file.h - frames as TIFF files, channel by channel, for benchmarks. What fails ends the
+// program.
 #pragma once
 
 #include <benchmark/benchmark.h>
