@@ -84,7 +84,7 @@ private:
     };
 
     static Figures measure(const Pair &pair, int most_rounds) {
-        constexpr double enough_seconds = 0.6;
+        constexpr double enough_seconds = 0.35;
         constexpr int least_rounds = 5;
         // Touches all memory before it counts.
         const double ours_once = seconds(pair.ours, 1);

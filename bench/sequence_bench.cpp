@@ -95,8 +95,8 @@ void compute(unsigned threads) {
 }
 
 void measure_jobs(const fs::path &work) {
-    // Frames enough to keep the command busy for about a second.
-    constexpr std::pair<const char *, int> formats[] = {{"png", 12}, {"mox", 200}, {"pam", 100}};
+    // Frames enough to keep the command busy for about half a second.
+    constexpr std::pair<const char *, int> formats[] = {{"png", 6}, {"mox", 100}, {"pam", 50}};
     constexpr int32_t width = bench::film.width / 2;
     constexpr int32_t height = bench::film.height / 2;
     constexpr size_t bytes = size_t{width} * height * Frame::channels;
@@ -108,12 +108,12 @@ void measure_jobs(const fs::path &work) {
         const Frame frame = bench::make_frame(picture, 8);
         write_pam(work / "one.pam", width, height, corner(frame, width, height));
         zor({"convert", work / "one.pam", work / (name + ".mox")});
-        repeat(work / (name + ".mox"), name, 200);
+        repeat(work / (name + ".mox"), name, 100);
         for (const auto &[format, count] : formats)
             add_pair(&pairs, name + ", mox to " + format, work / (name + ".#.mox"),
                      work / (std::string("out.#.") + format), count, bytes);
     }
-    pairs.run(7);
+    pairs.run(5);
 }
 
 // Comes first: the system counts what this program has when it starts the command.

@@ -92,7 +92,7 @@ inline TiffMode fastest_mode(const std::function<void(TiffMode)> &work) {
     auto least = std::chrono::steady_clock::duration::max();
     for (const TiffMode mode : tiff_modes) {
         work(mode);
-        for (int i = 0; i < 5; ++i) {
+        for (int i = 0; i < 2; ++i) {
             const auto start = std::chrono::steady_clock::now();
             work(mode);
             const auto time = std::chrono::steady_clock::now() - start;
