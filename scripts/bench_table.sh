@@ -37,6 +37,7 @@ awk -F '\t' '
     }
     {
         sub(/^bench_/, "", $1)
+        ran[$1]
         key = $1 ": " $2 ($3 == "" ? "" : ", " $3)
         if (!(key in figures)) {
             order[++count] = key
@@ -49,12 +50,12 @@ awk -F '\t' '
             key = order[i]
             if (program[key] != last) {
                 last = program[key]
-                printf "\n%-40s %-24s %8s       %7s\n", last, "against", "figure", "bar"
+                printf "\n%-44s %-24s %8s       %7s\n", last, "against", "figure", "bar"
             }
             value = median(figures[key])
             b = bar_of(key)
             seen[b] = 1
-            printf "%-40s %-24s %8." (unit[key] == "calls" ? "0" : "2") "f %-5s", name[key],
+            printf "%-44s %-24s %8." (unit[key] == "calls" ? "0" : "2") "f %-5s", name[key],
                 peer[key], value, unit[key]
             if (b)
                 printf " %s %-5s %s", sense[b], limit[b], verdict(b, value)
@@ -62,7 +63,14 @@ awk -F '\t' '
         }
         print ""
         for (i = 1; i <= bars; i++)
-            if (!(i in seen))
-                print "no figure for the bar: " sense[i] " " limit[i] " " pattern[i]
+            if (!(i in seen)) {
+                split(pattern[i], part, ":")
+                if (part[1] in ran)
+                    print "no figure for the bar: " sense[i] " " limit[i] " " pattern[i]
+                else
+                    not_run++
+            }
+        if (not_run)
+            print not_run " bars are for programs that did not run"
         printf "%d of %d figures that have a bar miss it\n", missed, checked
     }' "$(dirname "$0")/../bench/bars.txt" "$1"
