@@ -62,6 +62,40 @@ int fail_or_not(void *, Words...) {
     return any_status();
 }
 
+// Any of a description's numbers in front of the texts, and any window.
+void disturb(ZOR_IMAGE_DESC *desc) {
+    for (int32_t *number :
+         {&desc->size_code,   &desc->curve.kind,         &desc->image.count,
+          &desc->image.type,  &desc->image.bits,         &desc->matte.count,
+          &desc->matte.type,  &desc->matte.bits,         &desc->aux.count,
+          &desc->aux.type,    &desc->aux.bits,           &desc->win_left,
+          &desc->win_top,     &desc->act_right,          &desc->act_bottom,
+          &desc->orientation, &desc->chan_flag,          &desc->picture_width,
+          &desc->frame,       &desc->curve.num_channels, &desc->curve.num_elements,
+          &desc->curve.depth})
+        if (choices->roll(8) == 0)
+            *number = any_number();
+}
+
+// Rows for a handle, null when they would be large.
+void **make_rows(ZOR_IMAGE *image) {
+    const ZOR_IMAGE_DESC *desc = ZOR_image_desc(image, 0);
+    const bool small = desc != nullptr && desc->win_right - int64_t{desc->win_left} < 4096 &&
+                       desc->image.count < 99 && desc->matte.count < 99 && desc->aux.count < 99 &&
+                       desc->chan_flag != 0;
+    return small ? ZOR_chan_alloc(image, 0) : nullptr;
+}
+
+// Going to another frame, which may be anything.
+int change_frame(void *state, ZOR_WORD) {
+    if (auto *own = static_cast<State *>(state); own != nullptr && choices->toss()) {
+        for (int32_t i = 0; i < own->image->num_images; ++i)
+            disturb(&own->image->images[i]);
+        own->rows = make_rows(own->image);
+    }
+    return any_status();
+}
+
 int close_image(ZOR_IMAGE *image) {
     zor__free_obj(image);
     return any_status();
@@ -70,18 +104,8 @@ int close_image(ZOR_IMAGE *image) {
 void describe(ZOR_IMAGE_DESC *desc) {
     zor__describe(desc, 1 + choices->roll(64), 1 + choices->roll(8), choices->roll(5), 8);
     desc->matte = {choices->roll(2), ZOR_C_INTEGER, 8};
-    if (choices->toss()) // any of its numbers in front of the texts, and any window
-        for (int32_t *number :
-             {&desc->size_code,   &desc->curve.kind,         &desc->image.count,
-              &desc->image.type,  &desc->image.bits,         &desc->matte.count,
-              &desc->matte.type,  &desc->matte.bits,         &desc->aux.count,
-              &desc->aux.type,    &desc->aux.bits,           &desc->win_left,
-              &desc->win_top,     &desc->act_right,          &desc->act_bottom,
-              &desc->orientation, &desc->chan_flag,          &desc->picture_width,
-              &desc->frame,       &desc->curve.num_channels, &desc->curve.num_elements,
-              &desc->curve.depth})
-            if (choices->roll(8) == 0)
-                *number = any_number();
+    if (choices->toss())
+        disturb(desc);
     desc->curve.gamma = choices->roll(4) == 0 ? choices->bits<float>() : 2.2F;
     if (const char *format = any_text(); format != nullptr)
         desc->chan_format = STR_save(format);
@@ -104,17 +128,14 @@ int open_image(ZOR_IMAGE *image) {
     image->region = image->raster;
     image->direct_scan = given(&fail_or_not<int, ZOR_WORD, ZOR_WORD, ZOR_WORD, ZOR_WORD>);
     image->seek = given(&fail_or_not<int>);
-    image->set_frame = given(&fail_or_not<ZOR_WORD>);
-    image->get_frame = image->playback_goto = image->playback_stop = image->set_frame;
+    image->set_frame = image->playback_goto = given(&change_frame);
+    image->get_frame = image->playback_stop = given(&fail_or_not<ZOR_WORD>);
     image->num_frames = any_number();
-    const void *const description = ZOR_image_desc(image, 0);
+    if (!reading && image->num_images > 0 && choices->toss())
+        disturb(&image->images[0]);
     if (choices->roll(8) == 0 && image->close == nullptr)
         return 1; // without a state
-    const ZOR_IMAGE_DESC *desc = ZOR_image_desc(image, 0);
-    const bool small = description != nullptr && desc->win_right - int64_t{desc->win_left} < 4096 &&
-                       desc->image.count < 99 && desc->matte.count < 99 && desc->aux.count < 99 &&
-                       desc->chan_flag != 0;
-    states.push_back({image, small ? ZOR_chan_alloc(image, 0) : nullptr});
+    states.push_back({image, make_rows(image)});
     image->data[0] = &states.back();
     return 1 + choices->roll(2);
 }

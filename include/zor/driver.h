@@ -149,7 +149,8 @@ typedef int (*ZOR_MOVE_FUNCTION)(void *state, ZOR_RASTER *raster);
 typedef int (*ZOR_SEEK_FUNCTION)(void *state, int y);
 
 /* Frames of a multi-frame file, and playback. They are called for files whose num_frames is
- * positive. The words are between application and driver. */
+ * positive. The words are between application and driver. Those that go to a frame describe it as
+ * an open function would. */
 typedef int (*ZOR_FRAME_FUNCTION)(void *state, ZOR_WORD frame);
 typedef int (*ZOR_PLAYBACK_BIND_FUNCTION)(void *state, ZOR_WORD a, ZOR_WORD b);
 typedef int (*ZOR_PLAYBACK_PLAY_FUNCTION)(void *state, ZOR_WORD a, ZOR_WORD b, ZOR_WORD c,

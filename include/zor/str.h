@@ -122,8 +122,9 @@ ZOR_API char *STR_host_remove(const char *name);
 ZOR_API intptr_t STR_filename_host(char *destination, const char *name);
 
 /* Simplifies a name in place: single slashes, no "." and no "dir/..", no slash at the end; what
- * would be empty becomes ".". A host prefix is kept. The buffer has room for two bytes after the
- * prefix. */
+ * would be empty becomes ".". A host prefix is kept. "./a:b" becomes "a:b", whose host is "a": a
+ * name that may hold a ':' is better made absolute first. The buffer has room for two bytes after
+ * the prefix. */
 ZOR_API char *STR_filename_clean(char *name);
 
 /* Writes the name relative to a directory as one that is not: leading "." and ".." are resolved

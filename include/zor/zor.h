@@ -295,7 +295,8 @@ ZOR_API void ZOR_chan_free(ZOR_IMAGE *image, void **channels);
  * they report a warning with the file's name and the format's key, return ZOR_E_UNSUPPORTED and
  * leave zor__err alone. Frames and words are between application and driver, which also says what
  * the results mean: 0 or a negative status for set_frame. They take no lock: do not set the frame
- * while another thread moves scanlines of the same handle.
+ * while another thread moves scanlines of the same handle. A driver that describes a frame as none
+ * can be earns ZOR_E_UNSUPPORTED, reported, and images without channels.
  */
 
 /* How many handles are kept. What is kept now is forgotten without being closed: unused handles

@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "core/channels.h"
 #include "curve/tables.h"
 #include "err/status.h"
 #include "zor/fmt.h"
@@ -79,6 +80,47 @@ bool has_sound_windows(const ZOR_IMAGE_DESC &desc) {
            desc.win_left <= desc.act_left && desc.act_left <= desc.act_right &&
            desc.act_right <= desc.win_right && desc.win_bottom <= desc.act_bottom &&
            desc.act_bottom <= desc.act_top && desc.act_top <= desc.win_top;
+}
+
+namespace {
+
+// What is counted in channels, or made room for by them, must stay far from overflowing.
+bool has_sound_count(const ZOR_IMAGE_DESC &desc) {
+    constexpr int64_t most_channels = int64_t{1} << 24;
+    return int64_t{desc.image.count} + desc.matte.count + desc.aux.count <= most_channels;
+}
+
+} // namespace
+
+int32_t check_descriptions(ZOR_IMAGE *image) {
+    if (image->images == nullptr)
+        image->num_images = 0;
+    if (image->num_images < 0 || image->num_images > image->num_slots)
+        return zor__fail(ZOR_E_UNSUPPORTED, ZOR_MSG_CANNOT_HANDLE, image->key);
+    const bool reads = (image->mode & ZOR_MODE_READ) != 0;
+    for (int32_t i = 0; i < image->num_images; ++i) {
+        ZOR_IMAGE_DESC *desc = &image->images[i];
+        if (!has_sound_windows(*desc))
+            return zor__fail(ZOR_E_UNSUPPORTED, ZOR_MSG_CANNOT_HANDLE, image->key);
+        if (const int32_t status = check_channels(*desc, any_channels, image->key); status != 0)
+            return status;
+        if (!has_sound_count(*desc))
+            return zor__fail(ZOR_E_UNSUPPORTED, ZOR_MSG_CANNOT_HANDLE, image->key);
+        if (!complete_description(desc, reads ? FMT_def_input_gamma() : FMT_def_gamma()))
+            return zor__fail(ZOR_E_MEMORY, ZOR_MSG_NO_MEMORY);
+    }
+    return 0;
+}
+
+void clear_descriptions(ZOR_IMAGE *image) {
+    if (image->num_images < 0 || image->num_images > image->num_slots)
+        image->num_images = image->num_slots; // both were made together
+    for (int32_t i = 0; i < image->num_images; ++i) {
+        ZOR_IMAGE_DESC *desc = &image->images[i];
+        desc->win_left = desc->win_right = desc->win_bottom = desc->win_top = 0;
+        desc->act_left = desc->act_right = desc->act_bottom = desc->act_top = 0;
+        desc->image = desc->matte = desc->aux = {};
+    }
 }
 
 } // namespace zor

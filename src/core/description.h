@@ -31,6 +31,14 @@ bool complete_description(ZOR_IMAGE_DESC *desc, float default_gamma);
 // height within 31 bits.
 bool has_sound_windows(const ZOR_IMAGE_DESC &desc);
 
+// Checks what a driver says of a handle's images, and fills in what it left open, so that nobody
+// above has to ask. Returns 0 or a negative status, reported.
+int32_t check_descriptions(ZOR_IMAGE *image);
+
+// Images of one pixel without channels, as many as there are, in place of descriptions that did not
+// pass the check. Their texts stay.
+void clear_descriptions(ZOR_IMAGE *image);
+
 // Samples in a row of the window, and in the stored part of it.
 inline int32_t window_width(const ZOR_IMAGE_DESC &desc) {
     return desc.win_right - desc.win_left + 1;

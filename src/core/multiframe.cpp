@@ -195,6 +195,8 @@ void ZOR_multiframe_add(ZOR_IMAGE *image, const ZOR_INFO *info) {
     if (format == nullptr || format->multi_frame == 0 || info->file_name == nullptr ||
         image->file_name == nullptr)
         return;
+    if (image->close == nullptr) // kept, it would be lost: it stays with the application
+        return;
     if (cache.count() >= cache.limit)
         zor::evict_unused(1);
 

@@ -79,29 +79,6 @@ bool adopt_driver(ZOR_IMAGE *image, const ZOR_DRIVER &driver) {
 
 namespace {
 
-// Checks what a driver says of its images, and fills in what it left open, so that nobody above has
-// to ask. False on failure, reported.
-bool complete_descriptions(ZOR_IMAGE *image) {
-    if (image->images == nullptr)
-        image->num_images = 0;
-    if (image->num_images < 0 || image->num_images > image->num_slots)
-        return zor__fail(ZOR_E_UNSUPPORTED, ZOR_MSG_CANNOT_HANDLE, image->key) == 0;
-    for (int32_t i = 0; i < image->num_images; ++i) {
-        if (!has_sound_windows(image->images[i]))
-            return zor__fail(ZOR_E_UNSUPPORTED, ZOR_MSG_CANNOT_HANDLE, image->key) == 0;
-        if (check_channels(image->images[i], any_channels, image->key) != 0)
-            return false;
-        // What is counted in channels, or made room for by them, must stay far from overflowing.
-        constexpr int64_t most_channels = int64_t{1} << 24;
-        const ZOR_IMAGE_DESC &desc = image->images[i];
-        if (int64_t{desc.image.count} + desc.matte.count + desc.aux.count > most_channels)
-            return zor__fail(ZOR_E_UNSUPPORTED, ZOR_MSG_CANNOT_HANDLE, image->key) == 0;
-        if (!complete_description(&image->images[i], FMT_def_input_gamma()))
-            return zor__fail(ZOR_E_MEMORY, ZOR_MSG_NO_MEMORY) == 0;
-    }
-    return true;
-}
-
 void warn_uninitialised(const ZOR_INFO &info) {
     if (is_initialised(info))
         return;
@@ -119,6 +96,18 @@ int32_t before_first_line(const ZOR_IMAGE &image) {
 }
 
 } // namespace
+
+bool accept_descriptions(NewHandle *image) {
+    const int32_t status = check_descriptions(image->get());
+    if (status == 0)
+        return true;
+    if ((*image)->close != nullptr)
+        close_held_handle(image->release()); // an opened handle is the driver's to free
+    else
+        clear_descriptions(image->get()); // as many as there are will be freed
+    set_status(status);
+    return false;
+}
 
 ZOR_IMAGE *open_for_reading(const ZOR_INFO &info) {
     NewHandle image(new_handle(ZOR_MODE_READ));
@@ -146,13 +135,8 @@ ZOR_IMAGE *open_for_reading(const ZOR_INFO &info) {
     }
     if (!adopt_driver(image.get(), *driver) || driver->read_open(image.get()) <= 0)
         return nullptr;
-    if (!complete_descriptions(image.get())) {
-        const int32_t reason = status();
-        if (image->close != nullptr)
-            close_held_handle(image.release()); // an opened handle is the driver's to free
-        set_status(reason);
+    if (!accept_descriptions(&image))
         return nullptr;
-    }
     image->last_scanline = before_first_line(*image);
     ZOR_multiframe_add(image.get(), &info);
     return image.release();

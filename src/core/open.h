@@ -1,7 +1,7 @@
 // open.h - the steps of opening that reading and writing share.
 #pragma once
 
-#include "zor/driver.h"
+#include "core/handle.h"
 
 namespace zor {
 
@@ -20,6 +20,10 @@ const ZOR_DRIVER *choose_driver(ZOR_IMAGE *image);
 // Gives a handle private copies of its driver's key and extension. An extension it has already
 // stays. False when memory ran out (reported).
 bool adopt_driver(ZOR_IMAGE *image, const ZOR_DRIVER &driver);
+
+// Checks how a driver that has opened a handle describes its images. False when they cannot be:
+// reported, and the handle is closed.
+bool accept_descriptions(NewHandle *image);
 
 // Reports that memory ran out; for copies of texts, which report nothing. Returns null.
 ZOR_IMAGE *fail_memory();

@@ -219,7 +219,9 @@ ZOR_IMAGE *open_for_writing(const ZOR_INFO &info) {
         take_descriptions(image.get(), info, *driver) != 0)
         return nullptr;
     image->last_scanline = -1;
-    return driver->write_open(image.get()) > 0 ? image.release() : nullptr;
+    if (driver->write_open(image.get()) <= 0 || !accept_descriptions(&image))
+        return nullptr;
+    return image.release();
 }
 
 } // namespace zor

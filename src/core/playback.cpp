@@ -1,5 +1,6 @@
 // playback.cpp - frames of multi-frame files, and their playback: calls that go straight on to the
 // driver.
+#include "core/description.h"
 #include "core/handle.h"
 #include "err/status.h"
 #include "zor/driver.h"
@@ -17,6 +18,16 @@ using Refusal = void (*)(const char *file_name, const char *key);
 // Whether a call goes to another frame, whose description may be another.
 enum class Moves { no, yes };
 
+// Returns the driver's result when it says of the images what can be, as it had to when it opened
+// the file. What cannot be must not stay: nobody asks again.
+int settle_frame(ZOR_IMAGE *image, int result) {
+    const int32_t status = zor::check_descriptions(image);
+    if (status == 0)
+        return result;
+    zor::clear_descriptions(image);
+    return status;
+}
+
 // Calls one of the handle's functions with the driver's state. No lock is taken: stopping must get
 // through while playing. A refusal leaves zor__err as it was.
 template<class Function, class... Words>
@@ -26,8 +37,10 @@ int forward(ZOR_IMAGE *image, Function ZOR_IMAGE::*function, Moves moves, Refusa
         return zor::set_status(ZOR_E_UNSUPPORTED);
     // Operators have settled for the description of the frame they were pushed on.
     const bool stays = moves == Moves::yes && zor::has_operators(*image);
-    if (image->*function != nullptr && image->num_frames > 0 && !stays)
-        return (image->*function)(zor::driver_state(*image), words...);
+    if (image->*function != nullptr && image->num_frames > 0 && !stays) {
+        const int result = (image->*function)(zor::driver_state(*image), words...);
+        return moves == Moves::yes ? settle_frame(image, result) : result;
+    }
     const auto text = [](const char *given) { return given != nullptr ? given : ""; };
     refuse(text(image->file_name), text(image->key));
     return ZOR_E_UNSUPPORTED;

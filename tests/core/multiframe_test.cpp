@@ -18,7 +18,7 @@ namespace {
 class MultiFrame : public testing::Test {
 protected:
     MultiFrame() {
-        for (const char *name : {"a", "b", "c", "any", "many", "plays"})
+        for (const char *name : {"a", "b", "c", "any", "many", "plays", "stuck"})
             write_file(path(name), name);
     }
     ~MultiFrame() override {
@@ -76,6 +76,15 @@ TEST_F(MultiFrame, StayOpenUpToTheLimit) {
     ZOR_multiframe_set(0, 5);
     EXPECT_EQ(ZOR_multiframe_used(), 0);
     EXPECT_TRUE(opens_and_closes("a") && opens_and_closes("a"));
+}
+
+TEST_F(MultiFrame, StayWithTheApplicationWhenTheyCannotBeClosed) {
+    ZOR_IMAGE *images[] = {open("stuck"), open("a")};
+    EXPECT_EQ(ZOR_close(images[0]), ZOR_E_UNSUPPORTED);
+    images[0]->close = images[1]->close;
+    for (ZOR_IMAGE *image : images)
+        EXPECT_EQ(ZOR_close(image), 0);
+    EXPECT_EQ(reel.closes, 1);
 }
 
 TEST_F(MultiFrame, ShareOneHandle) {

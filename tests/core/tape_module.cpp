@@ -1,8 +1,8 @@
 // tape_module.cpp - a driver for tests: lines come strictly in file order, and each holds its own
 // number. The file's name picks what it is like: "rising" for that order, "below" for lines from -5
 // to 5, "refused" for a failing open, "huge" and "empty" for windows that cannot be, "plays" for
-// frames and playback. The module is built a second time as "reel", whose files hold frames: the
-// lines of those named "any" come in any order.
+// frames and playback, "stuck" for no close function. The module is built a second time as "reel",
+// whose files hold frames: the lines of those named "any" come in any order.
 #include <cstring>
 
 #include <zor/driver.h>
@@ -87,6 +87,8 @@ int imageReadOpen(ZOR_IMAGE *image) {
     if (is_named(image, "empty"))
         desc->win_right = -1;
     image->num_frames = TAPE_FRAMES;
+    if (is_named(image, "stuck"))
+        image->close = nullptr;
     if (is_named(image, "plays")) {
         using W = ZOR_WORD;
         image->get_frame = image->set_frame = image->playback_goto = play<W>;

@@ -1,5 +1,5 @@
-// hostile_driver_test.cpp - drivers that say of their images what cannot be, promise what they do not
-// have and fail where nobody fails. The module's symbols are in this program.
+// hostile_driver_test.cpp - drivers that say of their images what cannot be, promise what they do
+// not have and fail where nobody fails. The module's symbols are in this program.
 #include <functional>
 
 #include "support/driver_test.h"
@@ -113,20 +113,41 @@ TEST_F(HostileDriver, DescriptionsThatCannotBeAreRefused) {
          },
          {ZOR_E_UNSUPPORTED, ZOR_MSG_AUX_WIDTH}}};
     int refused = 0;
-    for (const auto &[with, failure] : cases) {
-        SCOPED_TRACE(refused);
-        ZOR_IMAGE *image = open([&](ZOR_IMAGE &handle) {
-            with(handle);
-            // What was made is left alone by whoever cannot tell how many there are.
-            if (handle.num_images != 1)
-                handle.close = [](ZOR_IMAGE *broken) {
-                    broken->num_images = 1;
-                    return close_image(broken);
-                };
-        });
-        expect(failure, image == nullptr ? zor__err : 0);
-        EXPECT_EQ(closed, ++refused);
-    }
+    for (const char *mode : {"r", "w"})
+        for (const auto &[with, failure] : cases) {
+            SCOPED_TRACE(refused);
+            ZOR_IMAGE *image = open(
+                [&](ZOR_IMAGE &handle) {
+                    with(handle);
+                    // What was made is left alone by whoever cannot tell how many there are.
+                    if (handle.num_images != 1)
+                        handle.close = [](ZOR_IMAGE *broken) {
+                            broken->num_images = 1;
+                            return close_image(broken);
+                        };
+                },
+                mode);
+            expect(failure, image == nullptr ? zor__err : 0);
+            EXPECT_EQ(closed, ++refused);
+
+            // A frame that cannot be leaves nothing that could be.
+            static ZOR_IMAGE *playing;
+            static const Mischief *late;
+            late = &with;
+            playing = open(
+                [](ZOR_IMAGE &handle) {
+                    handle.num_frames = 2;
+                    handle.set_frame = [](void *, ZOR_WORD) { return (*late)(*playing), 0; };
+                },
+                mode);
+            ASSERT_NE(playing, nullptr);
+            expect(failure, ZOR_set_frame(playing, 1));
+            EXPECT_EQ(ZOR_image_count(playing), 1);
+            EXPECT_EQ(playing->images[0].image.count, 0);
+            EXPECT_EQ(playing->images[0].win_right, 0);
+            EXPECT_EQ(ZOR_close(playing), 0);
+            ++refused;
+        }
 }
 
 TEST_F(HostileDriver, FunctionsAreMissingAndAnswersAreOdd) {
@@ -159,6 +180,11 @@ TEST_F(HostileDriver, FunctionsAreMissingAndAnswersAreOdd) {
         image->close = close_image;
         EXPECT_EQ(ZOR_close(image), 0);
     }
+    EXPECT_EQ(open([](ZOR_IMAGE &handle) { // nor can the library, which frees what there is
+                  handle.num_images = 2;
+                  handle.close = nullptr;
+              }),
+              nullptr);
     image = open([](ZOR_IMAGE &handle) {
         handle.close = [](ZOR_IMAGE *opened) { return close_image(opened) - 99; };
     });
