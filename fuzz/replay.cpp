@@ -1,5 +1,5 @@
-// replay.cpp - runs a fuzz target on saved inputs, all files of the directories given, and on as many
-// random ones as a number among them says.
+// replay.cpp - runs a fuzz target on saved inputs, all files of the directories given, and on as
+// many random ones as a number among them says.
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>

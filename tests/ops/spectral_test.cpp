@@ -95,6 +95,22 @@ TEST(Samples, WeighTheSpaceOfTheirCount) {
             }
 }
 
+TEST(Samples, GoToTheDisplayClampedAndDarkWhereTheyAreNoNumbers) {
+    ASSERT_EQ(ZOR_color_matrix_set(3, rec709), 0);
+    Spectral fake(floats(4));
+    fake.value = [](int channel, int x, int) {
+        return x == 0 ? 1 : x == 1 ? double{NAN} : channel == 1 ? 9 : -3;
+    };
+    const ZOR_RESPONSE_CURVE curve = power(2.2F);
+    ZOR__samples_to_display(fake.image(), &curve);
+    EXPECT_EQ(fake.desc().curve.gamma, 2.2F);
+    EXPECT_THAT(fake.column(0), ElementsAre(255, 255, 255, 1, 1));
+    EXPECT_THAT(fake.column(2), testing::IsSupersetOf({0.0, 255.0}));
+    for (int k = 0; k < 3; ++k)
+        EXPECT_EQ(fake.column(1)[k], 0);
+    ZOR_color_matrix_reset();
+}
+
 // To the nearest byte, the same one where the curves are equal.
 TEST(RawSamples, AreCorrectedChannelByChannel) {
     for (const int n : {1, 2, 5})

@@ -7,6 +7,7 @@
 
 #include "tool.h"
 
+using namespace std::string_literals;
 using nlohmann::json;
 using testing::HasSubstr;
 
@@ -145,10 +146,12 @@ TEST_F(Operators, WindowsAndFurtherImagesGoOverWhereTheyCan) {
     std::string two = one + one.substr(0, 748);
     two[738] = static_cast<char>(one.size() >> 8); // where the next header is
     two[739] = static_cast<char>(one.size());
+    two.replace(one.size() + 28, 4, "3.0\0"s); // its gamma
     write_file("a.mox", two);
     EXPECT_EQ(run("zor convert --strict a.mox b.mox").code, 4) << "one image only";
     good("zor convert a.mox b.mox");
     good("zor convert --strict a.mox c.mox --select 1");
+    EXPECT_EQ(info("c.mox")["images"], info("b.mox")["images"]) << "the first one";
     good("zor convert --strict b.mox c.mox");
     EXPECT_EQ(one.substr(0, 16), read_file("b.mox").substr(0, 16)) << "window and active window";
     good("zor convert b.mox c.pgm");
