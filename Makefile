@@ -77,9 +77,10 @@ win32-package:
 	sha256sum build/zor-win32.zip
 
 lint:
-	scripts/setup.sh native lint
+	scripts/setup.sh native bench lint
 	$(call build,native,-DZOR_BUILD_TESTS=ON)
-	scripts/lint.sh build/native
+	$(call configure,bench)
+	scripts/lint.sh build/native build/bench
 
 bench:
 	scripts/setup.sh native bench

@@ -27,8 +27,8 @@ namespace {
 
 using bench::Frame;
 
-constexpr int32_t width = Frame::width;
-constexpr int32_t height = Frame::height;
+constexpr int32_t width = bench::film.width;
+constexpr int32_t height = bench::film.height;
 constexpr int32_t num_lines = 16;
 constexpr ZOR_RESPONSE_CURVE screen = {1, 2.2F, 0, 0, 0, 0, 0, nullptr};
 
@@ -158,8 +158,8 @@ struct Bench {
         Source &ours = source(from, 0, in_place);
         push(ours.image());
         const Source &plain = source(from, 0, in_place);
-        const auto to = std::make_shared<std::vector<To>>(static_cast<size_t>(3 * width));
-        const auto copy = std::make_shared<std::vector<From>>(static_cast<size_t>(3 * width));
+        const auto to = std::make_shared<std::vector<To>>(size_t{3} * width);
+        const auto copy = std::make_shared<std::vector<From>>(size_t{3} * width);
         add(name, "memcpy", ours, [&plain, copy] {
             plain.read([&](void **rows) {
                 for (int32_t k = 0; k < 3; ++k)

@@ -1,16 +1,28 @@
-// replay.cpp - runs a fuzz target on saved inputs: all files of the directories given.
+// replay.cpp - runs a fuzz target on saved inputs, all files of the directories given, and on as
+// many random ones as a number among them says.
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <random>
 #include <vector>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
 
 int main(int argc, char **argv) {
     int count = 0;
-    for (int i = 1; i < argc; ++i)
+    std::mt19937 random(1);
+    for (int i = 1; i < argc; ++i) {
+        for (int n = std::atoi(argv[i]); n > 0; --n, ++count) {
+            std::vector<uint8_t> input(random() % 500);
+            for (uint8_t &byte : input)
+                byte = static_cast<uint8_t>(random());
+            LLVMFuzzerTestOneInput(input.data(), input.size());
+        }
+        if (!std::filesystem::is_directory(argv[i]))
+            continue;
         for (const auto &entry : std::filesystem::directory_iterator(argv[i])) {
             std::ifstream stream(entry.path(), std::ios::binary);
             const std::vector<char> bytes(std::istreambuf_iterator<char>(stream), {});
@@ -19,6 +31,7 @@ int main(int argc, char **argv) {
             LLVMFuzzerTestOneInput(input.data(), input.size());
             ++count;
         }
+    }
     std::printf("%d inputs\n", count);
     return count > 0 ? 0 : 1;
 }

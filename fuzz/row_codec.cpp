@@ -74,7 +74,7 @@ void code_and_decode(const RowCodec &codec, const uint8_t *data, size_t size) {
     if (count == 0)
         return;
     const auto row_size = static_cast<size_t>(count) * static_cast<size_t>(codec.sample_size);
-    const Bytes row = make_bytes(row_size + codec_slack);
+    const Bytes row = make_bytes(row_size); // rows of callers have no slack
     std::memcpy(row.get(), data, row_size);
     const Bytes record = make_bytes(codec.max_encoded(count) + codec_slack);
     const size_t length = codec.encode(row.get(), count, record.get());

@@ -10,14 +10,6 @@
 
 using Row = std::vector<uint8_t>; // of exactly its size, for the sanitizer to guard
 
-inline ZOR_CHANNELS any_group(Dice &dice, int most) {
-    const int count = dice.roll(most + 1);
-    const int bits = dice.pick({8, 8, 8, 16, 16, 1, 2, 4, 5, 10, 12, 24, 32});
-    const int type =
-        dice.pick({ZOR_C_INTEGER, ZOR_C_INTEGER, ZOR_C_INTEGER, ZOR_C_FLOAT, ZOR_C_DOUBLE});
-    return {count, type, type == ZOR_C_INTEGER ? bits : type == ZOR_C_FLOAT ? 32 : 64};
-}
-
 // Calls a function with each row's number and group.
 template<class Function>
 void for_each_row(const ZOR_IMAGE_DESC &desc, Function function) {

@@ -12,7 +12,6 @@
 #include "ops/operator.h"
 #include "ops/sample_curves.h"
 #include "ops/samples.h"
-#include "platform/platform.h"
 #include "zor/clr.h"
 #include "zor/str.h"
 
@@ -163,9 +162,9 @@ Prepared prepare(SampleTransform *record, const ZOR_IMAGE &image, const ZOR_IMAG
     record->new_format.reset(STR_save(wanted.chan_format));
     if (record->new_format == nullptr)
         return Prepared::no_memory;
-    platform::Lock lock(platform::library_mutex()); // the colour database has none of its own
+    // Without a lock, for it reports where the application has ended the database. Otherwise that
+    // does not change while there are images.
     const CLR_SAMPLES *space = CLR_find(record->num_old);
-    lock.unlock();
     Triple white;
     Matrix mix;
     if (space == nullptr || !white_point(image.primaries, &white) ||

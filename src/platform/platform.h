@@ -41,6 +41,25 @@ private:
     Mutex *mutex_;
 };
 
+// A lock that takes no memory and cannot fail, with something to wait for while it is held. Not
+// recursive. It holds for a scope with std::lock_guard.
+class Monitor {
+public:
+    Monitor();
+    ~Monitor();
+    Monitor(const Monitor &) = delete;
+    Monitor &operator=(const Monitor &) = delete;
+    void lock();
+    void unlock();
+    void wait(); // lets go of the lock until wake_all, or now and then for no reason
+    void wake_all();
+
+private:
+    struct State;
+    State &state();
+    alignas(16) unsigned char state_[112];
+};
+
 // Threads ------------------------------------------------------------------------------------
 
 constexpr int most_threads = 64;
@@ -75,6 +94,10 @@ FILE *open_file(const char *path, const char *mode);
 int seek_file(FILE *file, int64_t position, int origin);
 int64_t tell_file(FILE *file);
 int remove_file(const char *path);
+
+// Length of a file that has just been opened, which stands at its start afterwards as well; -1 for
+// one that cannot be positioned.
+int64_t length_of_opened(FILE *file);
 
 // Reads size bytes at a position of a file that is open for reading without a buffer; several
 // threads may at once. Returns how many there were up to the end of the file or a failure, which

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <dlfcn.h>
 #include <link.h>
+#include <new>
 #include <pthread.h>
 #include <pwd.h>
 #include <sched.h>
@@ -65,6 +66,25 @@ Mutex *library_mutex() {
     return mutex;
 }
 
+struct Monitor::State {
+    pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
+    pthread_cond_t condition = PTHREAD_COND_INITIALIZER;
+};
+
+Monitor::Monitor() : state_() {
+    static_assert(sizeof(State) <= sizeof state_);
+    new (state_) State;
+}
+Monitor::~Monitor() {
+    pthread_cond_destroy(&state().condition);
+    pthread_mutex_destroy(&state().mutex);
+}
+Monitor::State &Monitor::state() { return *std::launder(reinterpret_cast<State *>(state_)); }
+void Monitor::lock() { pthread_mutex_lock(&state().mutex); }
+void Monitor::unlock() { pthread_mutex_unlock(&state().mutex); }
+void Monitor::wait() { pthread_cond_wait(&state().condition, &state().mutex); }
+void Monitor::wake_all() { pthread_cond_broadcast(&state().condition); }
+
 namespace {
 
 struct Work {
@@ -117,9 +137,10 @@ BinaryMode::~BinaryMode() { static_cast<void>(saved_); }
 FILE *open_file(const char *path, const char *mode) {
     FILE *file = std::fopen(path, mode);
     struct stat status;
-    if (file == nullptr || fstat(fileno(file), &status) != 0 || !S_ISDIR(status.st_mode))
-        return file;
     // Opening a directory for reading succeeds, and only reading it fails.
+    if (file == nullptr || mode[0] != 'r' || fstat(fileno(file), &status) != 0 ||
+        !S_ISDIR(status.st_mode))
+        return file;
     std::fclose(file);
     errno = EISDIR;
     return nullptr;
@@ -130,6 +151,16 @@ int seek_file(FILE *file, int64_t position, int origin) {
 }
 
 int64_t tell_file(FILE *file) { return ftello(file); }
+
+int64_t length_of_opened(FILE *file) {
+    struct stat status;
+    if (fstat(fileno(file), &status) == 0 && S_ISREG(status.st_mode))
+        return status.st_size; // in one call of the system's
+    if (fseeko(file, 0, SEEK_END) != 0)
+        return -1;
+    const off_t length = ftello(file);
+    return fseeko(file, 0, SEEK_SET) == 0 ? length : -1;
+}
 
 size_t read_at(FILE *file, int64_t position, void *bytes, size_t size) {
     auto *to = static_cast<char *>(bytes);

@@ -11,6 +11,7 @@
 #include <fcntl.h>
 #include <io.h>
 #include <iterator>
+#include <new>
 #include <process.h>
 #include <sys/stat.h>
 
@@ -60,6 +61,22 @@ Mutex *library_mutex() {
     static Mutex mutex = {CreateMutexA(nullptr, FALSE, nullptr)};
     return &mutex;
 }
+
+struct Monitor::State {
+    SRWLOCK lock = SRWLOCK_INIT;
+    CONDITION_VARIABLE condition = CONDITION_VARIABLE_INIT;
+};
+
+Monitor::Monitor() : state_() {
+    static_assert(sizeof(State) <= sizeof state_);
+    new (state_) State;
+}
+Monitor::~Monitor() = default; // they hold nothing
+Monitor::State &Monitor::state() { return *std::launder(reinterpret_cast<State *>(state_)); }
+void Monitor::lock() { AcquireSRWLockExclusive(&state().lock); }
+void Monitor::unlock() { ReleaseSRWLockExclusive(&state().lock); }
+void Monitor::wait() { SleepConditionVariableSRW(&state().condition, &state().lock, INFINITE, 0); }
+void Monitor::wake_all() { WakeAllConditionVariable(&state().condition); }
 
 namespace {
 
@@ -184,6 +201,13 @@ int seek_file(FILE *file, int64_t position, int origin) {
 }
 
 int64_t tell_file(FILE *file) { return _ftelli64(file); }
+
+int64_t length_of_opened(FILE *file) {
+    if (_fseeki64(file, 0, SEEK_END) != 0)
+        return -1;
+    const int64_t length = _ftelli64(file);
+    return _fseeki64(file, 0, SEEK_SET) == 0 ? length : -1;
+}
 
 size_t read_at(FILE *file, int64_t position, void *bytes, size_t size) {
     auto *const handle = reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(file)));

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "core/library.h"
+#include "support/channels.h"
 #include "support/files.h"
 #include "zor/driver.h"
 #include "gtest/gtest.h"
@@ -29,19 +30,19 @@ struct TempFile {
     inline static int count = 0;
 };
 
-constexpr ZOR_CHANNELS integers(int count, int bits) { return {count, ZOR_C_INTEGER, bits}; }
-constexpr ZOR_CHANNELS floats(int count) { return {count, ZOR_C_FLOAT, 32}; }
-constexpr ZOR_CHANNELS doubles(int count) { return {count, ZOR_C_DOUBLE, 64}; }
+inline bool operator==(const ZOR_CHANNELS &a, const ZOR_CHANNELS &b) {
+    return a.count == b.count && (a.count == 0 || (a.type == b.type && a.bits == b.bits));
+}
 
 struct Picture {
+    bool operator==(const Picture &) const = default;
+
     int width = 0, height = 0;
     ZOR_CHANNELS image = {}, matte = {}, aux = {};
     std::vector<double> samples = {}; // channel by channel, each top row first
 
-    [[nodiscard]] int channels() const { return image.count + matte.count + aux.count; }
-    [[nodiscard]] const ZOR_CHANNELS &group(int k) const {
-        return k < image.count ? image : k < image.count + matte.count ? matte : aux;
-    }
+    [[nodiscard]] int channels() const { return count_rows(*this); }
+    [[nodiscard]] const ZOR_CHANNELS &group(int k) const { return group_of_row(*this, k); }
     [[nodiscard]] double &at(int k, int x, int y) { // y counts upward
         samples.resize(static_cast<size_t>(channels()) * width * height);
         return samples[(static_cast<size_t>(k) * height + (height - 1 - y)) * width + x];
@@ -57,29 +58,9 @@ struct Picture {
     // The sample's place in a row of the library's.
     template<class Use>
     void touch(void *row, int k, int x, Use use) const {
-        if (group(k).type == ZOR_C_FLOAT)
-            use(static_cast<float *>(row)[x]);
-        else if (group(k).type == ZOR_C_DOUBLE)
-            use(static_cast<double *>(row)[x]);
-        else if (group(k).bits > 16)
-            use(static_cast<uint32_t *>(row)[x]);
-        else if (group(k).bits > 8)
-            use(static_cast<uint16_t *>(row)[x]);
-        else
-            use(static_cast<uint8_t *>(row)[x]);
+        with_sample(group(k), [&]<class Sample>(Sample) { use(static_cast<Sample *>(row)[x]); });
     }
 };
-
-inline void expect_equal(const Picture &picture, const Picture &expected) {
-    const auto layout = [](const Picture &p) {
-        std::vector<int> numbers = {p.width, p.height, p.image.count, p.matte.count, p.aux.count};
-        for (int k = 0; k < p.channels(); ++k)
-            numbers.insert(numbers.end(), {p.group(k).type, p.group(k).bits});
-        return numbers;
-    };
-    EXPECT_EQ(layout(picture), layout(expected));
-    EXPECT_EQ(picture.samples, expected.samples);
-}
 
 // Numbers without a pattern, the smallest and the largest among them.
 inline Picture noise(int width, int height, ZOR_CHANNELS image, ZOR_CHANNELS matte = {}) {
@@ -234,3 +215,12 @@ inline int read_bytes(const std::string &extension, const std::string &bytes, Re
     std::remove(file.path.c_str());
     return status;
 }
+
+// The library with some modules, and what it reports.
+class ModuleTest : public testing::Test {
+protected:
+    explicit ModuleTest(std::initializer_list<const char *> modules) : library(modules) {}
+
+    Library library;
+    ReportLog log;
+};

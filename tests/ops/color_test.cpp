@@ -257,7 +257,8 @@ TEST_F(Color, EveryWayToMixGivesTheSame) {
         std::array<std::array<uint8_t, 64>, 3> one;
         for (auto &row : one)
             for (size_t x = 0; x < row.size(); ++x) // with runs of one colour
-                row[x] = static_cast<uint8_t>(round % 2 == 0 ? random() : (x / 13 + round) * 40);
+                row[x] =
+                    static_cast<uint8_t>(round % 2 == 0 ? random() : (x / 13 + round / 2) * 40);
         auto two = one;
         const auto count = static_cast<int32_t>(random() % 64);
         zor::mix_colors(mix, {one[0].data(), one[1].data(), one[2].data()}, count);

@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "zor/driver.h"
+
 class Dice {
 public:
     int roll(int sides) { return static_cast<int>(below(static_cast<uint32_t>(sides))); }
@@ -22,3 +24,12 @@ protected:
 private:
     virtual uint32_t below(uint32_t sides) = 0;
 };
+
+// Up to so many channels of any kind.
+inline ZOR_CHANNELS any_group(Dice &dice, int most) {
+    const int count = dice.roll(most + 1);
+    const int bits = dice.pick({8, 8, 8, 16, 16, 1, 2, 4, 5, 10, 12, 24, 32});
+    const int type =
+        dice.pick({ZOR_C_INTEGER, ZOR_C_INTEGER, ZOR_C_INTEGER, ZOR_C_FLOAT, ZOR_C_DOUBLE});
+    return {count, type, type == ZOR_C_INTEGER ? bits : type == ZOR_C_FLOAT ? 32 : 64};
+}

@@ -11,39 +11,11 @@
 
 #include "core/handle.h"
 #include "ops/arguments.h"
+#include "support/channels.h"
 #include "support/report_log.h"
 #include "zor/driver.h"
 #include "zor/ops.h"
 #include "zor/str.h"
-
-// Groups of channels.
-constexpr ZOR_CHANNELS none = {0, ZOR_C_INTEGER, 8};
-constexpr ZOR_CHANNELS floats(int32_t count) { return {count, ZOR_C_FLOAT, 32}; }
-constexpr ZOR_CHANNELS doubles(int32_t count) { return {count, ZOR_C_DOUBLE, 64}; }
-constexpr ZOR_CHANNELS integers(int32_t count, int32_t bits) {
-    return {count, ZOR_C_INTEGER, bits};
-}
-
-// Calls a function with a number of the type that the samples of a group have.
-template<class Function>
-auto with_sample(const ZOR_CHANNELS &group, Function function) {
-    if (group.type != ZOR_C_INTEGER)
-        return group.type == ZOR_C_FLOAT ? function(float{}) : function(double{});
-    const int32_t size = ZOR_sample_size(group.type, group.bits);
-    if (size == 1)
-        return function(uint8_t{});
-    return size == 2 ? function(uint16_t{}) : function(uint32_t{});
-}
-
-// The group that a row belongs to.
-inline const ZOR_CHANNELS &group_of_row(const ZOR_IMAGE_DESC &desc, int channel) {
-    if (channel < desc.image.count)
-        return desc.image;
-    return channel < desc.image.count + desc.matte.count ? desc.matte : desc.aux;
-}
-inline int count_rows(const ZOR_IMAGE_DESC &desc) {
-    return desc.image.count + desc.matte.count + desc.aux.count;
-}
 
 class FakeImage {
 public:

@@ -95,28 +95,19 @@ TEST(Samples, WeighTheSpaceOfTheirCount) {
             }
 }
 
-TEST(Samples, GoToTheDisplayThroughTheColourMatrices) {
+TEST(Samples, GoToTheDisplayClampedAndDarkWhereTheyAreNoNumbers) {
     ASSERT_EQ(ZOR_color_matrix_set(3, rec709), 0);
     Spectral fake(floats(4));
-    fake.desc().curve.gamma = 1.7F;
     fake.value = [](int channel, int x, int) {
-        return x == 0 ? 1 : x == 1 ? NAN : x == 2 ? (channel == 1 ? 9 : -3) : 0.2 * channel;
+        return x == 0 ? 1 : x == 1 ? double{NAN} : channel == 1 ? 9 : -3;
     };
-    ZOR__samples_to_rgb(fake.image());
-    const auto light = fake.column(3);
-    ZOR__samples_to_rgb_undo(fake.image());
     const ZOR_RESPONSE_CURVE curve = power(2.2F);
     ZOR__samples_to_display(fake.image(), &curve);
-    EXPECT_STREQ(fake.desc().chan_format, "rgb");
     EXPECT_EQ(fake.desc().curve.gamma, 2.2F);
     EXPECT_THAT(fake.column(0), ElementsAre(255, 255, 255, 1, 1));
-    const auto clamped = fake.column(2);
-    EXPECT_TRUE(testing::Matches(testing::IsSupersetOf({0.0, 255.0}))(clamped));
-    for (int k = 0; k < 3; ++k) {
+    EXPECT_THAT(fake.column(2), testing::IsSupersetOf({0.0, 255.0}));
+    for (int k = 0; k < 3; ++k)
         EXPECT_EQ(fake.column(1)[k], 0);
-        EXPECT_EQ(fake.column(3)[k],
-                  std::floor(std::pow(std::clamp(light[k], 0.0, 1.0), 1 / 2.2) * 255 + 0.5));
-    }
     ZOR_color_matrix_reset();
 }
 

@@ -1,6 +1,5 @@
 // capability_test.cpp - what drivers offer, as the commands show and set it.
 #include <gmock/gmock.h>
-#include <nlohmann/json.hpp>
 
 #include "loader/system.h"
 #include "tool.h"

@@ -1,12 +1,13 @@
 // operators_test.cpp - pictures changed on their way, compared and shown, by the command.
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
 #include <gmock/gmock.h>
-#include <nlohmann/json.hpp>
 
 #include "tool.h"
 
+using namespace std::string_literals;
 using nlohmann::json;
 using testing::HasSubstr;
 
@@ -14,10 +15,26 @@ namespace {
 
 class Operators : public Tool {
 protected:
-    json info(const char *file) {
-        return json::parse(good(std::string("zor info --json ") + file))["files"][0];
-    }
     int compare(const std::string &arguments) { return run("zor compare " + arguments).code; }
+    // Writes a picture of one row, in which pixel x has the value x in all channels, with a matte.
+    void write_ramp(const std::string &name, double gamma, const std::string &channel_format) {
+        std::string samples;
+        for (int x = 0; x < 256; ++x)
+            samples.append(4, static_cast<char>(x));
+        write_file("ramp.pam", pam(256, 1, 4, 1, samples));
+        good("zor convert ramp.pam " + name);
+        std::string file = read_file(name);
+        file.replace(28, 8, std::to_string(gamma)); // the texts of the header
+        file.replace(580, channel_format.size() + 1, channel_format + '\0');
+        write_file(name, file);
+    }
+    // The bytes of the last row, channels by turns, of a file with a matte.
+    std::string last_row(const std::string &name, size_t width) {
+        good("zor convert -q " + name + " row.pam");
+        const std::string bytes = read_file("row.pam");
+        return bytes.substr(bytes.size() - 4 * width);
+    }
+    inline static const std::string small_mox = fs::absolute(SMALL_MOX).generic_string();
     static void write_pfm(const char *name, const std::vector<float> &samples) {
         const std::string bytes(reinterpret_cast<const char *>(samples.data()), 4 * samples.size());
         write_file(name, "Pf\n" + std::to_string(samples.size()) + " 1\n-1.0\n" + bytes);
@@ -85,6 +102,62 @@ TEST_F(Operators, WhatComesBackIsTheSame) {
     write_file("l.pgm", "P5\n2 1\n65535\n" + std::string("\0\x20\0\x80", 4));
     good("zor convert l.pgm d.pgm --display");
     EXPECT_THAT(read_file("d.pgm"), testing::EndsWith("\x08\x0f")); // 255 (32 / 65535)^(1 / 2.2)
+}
+
+// Colours are mixed as light and look as before, in the dark too; mattes are mixed as they are.
+TEST_F(Operators, ResizedPicturesKeepTheirLook) {
+    for (const double gamma : {1.0, 2.2})
+        for (const std::string display : {"", " --display --gamma 1.8"}) {
+            write_ramp("a.mox", gamma, "rgb");
+            good("zor convert --strict a.mox b.mox --resize 128x1 --filter box" + display);
+            const double stated = info("b.mox")["images"][0]["gamma"];
+            EXPECT_EQ(stated, display.empty() ? gamma : 1.8);
+            const std::string pixels = last_row("b.mox", 128);
+            for (int x = 0; x < 128; ++x) {
+                const double light =
+                    (std::pow(2 * x / 255.0, gamma) + std::pow((2 * x + 1) / 255.0, gamma)) / 2;
+                const auto sample = [&](int k) { return static_cast<uint8_t>(pixels[4 * x + k]); };
+                EXPECT_NEAR(sample(2), 255 * std::pow(light, 1 / stated), 1.2) << x << display;
+                EXPECT_NEAR(sample(3), 2 * x + 0.5, 0.51);
+            }
+        }
+}
+
+TEST_F(Operators, ADisplayMakesRgbOfOtherColours) {
+    for (const char *format : {"xyz", "sampled"}) {
+        write_ramp("a.mox", 2.2, format);
+        good("zor convert --strict a.mox b.mox --display --gamma 1.8");
+        EXPECT_EQ(info("b.mox")["images"][0]["gamma"], 1.8);
+        EXPECT_EQ(info("b.mox")["images"][0]["channel_format"], "rgb");
+        const std::string pixels = last_row("b.mox", 256);
+        for (int x = 1; x < 256; ++x)
+            EXPECT_GE(static_cast<uint8_t>(pixels[4 * x + 1]),
+                      static_cast<uint8_t>(pixels[4 * x - 3]));
+        EXPECT_GT(static_cast<uint8_t>(pixels[4 * 255 + 1]), 200) << format;
+    }
+    good("zor convert --strict a.mox c.mox --luminance");
+    write_ramp("a.mox", 2.2, "xyz");
+    EXPECT_EQ(run("zor convert a.mox d.mox --luminance").code, 1);
+}
+
+TEST_F(Operators, WindowsAndFurtherImagesGoOverWhereTheyCan) {
+    // 10 x 4 with rows 1 and 2, columns 2 to 9 stored, and an image without scanlines.
+    const std::string one = read_file(small_mox);
+    std::string two = one + one.substr(0, 748);
+    two[738] = static_cast<char>(one.size() >> 8); // where the next header is
+    two[739] = static_cast<char>(one.size());
+    two.replace(one.size() + 28, 4, "3.0\0"s); // its gamma
+    write_file("a.mox", two);
+    EXPECT_EQ(run("zor convert --strict a.mox b.mox").code, 4) << "one image only";
+    good("zor convert a.mox b.mox");
+    good("zor convert --strict a.mox c.mox --select 1");
+    EXPECT_EQ(info("c.mox")["images"], info("b.mox")["images"]) << "the first one";
+    good("zor convert --strict b.mox c.mox");
+    EXPECT_EQ(one.substr(0, 16), read_file("b.mox").substr(0, 16)) << "window and active window";
+    good("zor convert b.mox c.pgm");
+    const std::string empty(10, '\0');
+    const std::string row = empty.substr(8) + "\7\7\7\7\7\1\2\3";
+    EXPECT_THAT(read_file("c.pgm"), testing::EndsWith(empty + row + row + empty));
 }
 
 TEST_F(Operators, WhatMakesNoSenseIsRefused) {
@@ -178,21 +251,14 @@ TEST_F(Operators, ATerminalShowsTwoPixelsACharacter) {
     EXPECT_THAT(good("zor show --terminal --opaque m.pam"), HasSubstr("38;2;65;65;65m"));
 
     good("render_frame f.mox 1 64 48");
-    const auto count = [](const std::string &text, const std::string &what) {
-        size_t found = 0;
-        for (size_t at = 0; (at = text.find(what, at)) != std::string::npos; ++at)
-            ++found;
-        return found;
-    };
-    for (const auto &[columns, rows, options, lines, blocks] :
-         {std::tuple("20", "50", "", 8U, 20U * 8U),
-          {"99", "7", "", 6U, 16U * 6U},
-          {"", "", " --width 10", 4U, 10U * 4U}}) {
+    for (const auto &[columns, rows, options, lines, blocks] : {std::tuple("20", "50", "", 8, 160),
+                                                                {"99", "7", "", 6, 96},
+                                                                {"", "", " --width 10", 4, 40}}) {
         set_variable("COLUMNS", columns);
         set_variable("LINES", rows);
         const std::string drawn = good(std::string("zor show --terminal f.mox") + options);
-        EXPECT_EQ(count(drawn, "\n"), lines) << columns;
-        EXPECT_EQ(count(drawn, block), blocks) << columns;
+        EXPECT_EQ(std::count(drawn.begin(), drawn.end(), '\n'), lines) << columns;
+        EXPECT_EQ(std::count(drawn.begin(), drawn.end(), block[1]), blocks) << columns;
     }
     EXPECT_EQ(run("zor show --terminal none.ppm").code, 1);
     EXPECT_EQ(run("zor show --terminal f.mox --select 2").code, 1);

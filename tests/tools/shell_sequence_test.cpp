@@ -103,11 +103,13 @@ TEST_F(Interrupted, StopAtOnceAndLeaveNothingUnfinished) {
         fs::create_symlink("s.1.pam", name);
     good("mkfifo p.1.pam");
     const std::vector<const char *> busy = {"zor", "-q", "convert", "s.#.pam", "o.#.png", "-j2"};
-    // Waits in a thread for lines that never come.
+    // Waits for lines that never come: a thread, and the program itself.
     const std::vector<const char *> stuck = {"zor",      "-q", "convert", "--from", "pam",
                                              "--frames", "1",  "p.#.pam", "p.#.png"};
+    const std::vector<const char *> single = {"zor", "convert", "--from",
+                                              "pam", "p.1.pam", "single.png"};
     for (const auto &[arguments, signal] :
-         {std::pair(busy, SIGINT), {busy, SIGTERM}, {stuck, SIGINT}}) {
+         {std::pair(busy, SIGINT), {busy, SIGTERM}, {stuck, SIGINT}, {single, SIGTERM}}) {
         const int pipe = open("p.1.pam", O_RDWR);
         const std::string head = pam(2000, 1500, 3, 2).substr(0, 9000);
         EXPECT_EQ(write(pipe, head.data(), head.size()), static_cast<ssize_t>(head.size()));

@@ -2,16 +2,40 @@
 #pragma once
 
 #include <algorithm>
+#include <cstdint>
 #include <set>
 #include <sstream>
 #include <string>
 
 #include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
 
-#include "picture.h"
 #include "support/files.h"
 
 namespace fs = std::filesystem;
+
+// The samples of a picture, top row first: stretches of one value and of noise by turns.
+inline std::string raster(int width, int height, int channels, int bytes) {
+    std::string samples(static_cast<size_t>(width) * static_cast<size_t>(height * channels * bytes),
+                        '\0');
+    uint32_t noise = 1;
+    for (size_t i = 0; i < samples.size(); ++i) {
+        noise = noise * 1664525 + 1013904223;
+        samples[i] = i == 0 || noise % 7 > 2 ? static_cast<char>(noise >> 24) : samples[i - 1];
+    }
+    return samples;
+}
+
+// A PAM file of samples.
+inline std::string pam(int width, int height, int channels, int bytes, const std::string &samples) {
+    static const char *const types[] = {"", "GRAYSCALE", "GRAYSCALE_ALPHA", "RGB", "RGB_ALPHA"};
+    return "P7\nWIDTH " + std::to_string(width) + "\nHEIGHT " + std::to_string(height) +
+           "\nDEPTH " + std::to_string(channels) + "\nMAXVAL " + (bytes == 1 ? "255" : "65535") +
+           "\nTUPLTYPE " + types[channels] + "\nENDHDR\n" + samples;
+}
+inline std::string pam(int width, int height, int channels, int bytes) {
+    return pam(width, height, channels, bytes, raster(width, height, channels, bytes));
+}
 
 // Each test works in an empty directory of its own.
 class Tool : public testing::Test {
@@ -52,6 +76,10 @@ protected:
         const Run result = run(command);
         EXPECT_EQ(result.code, 0) << command << "\n" << result.err;
         return result.out;
+    }
+    // What the command tells of one file.
+    nlohmann::json info(const std::string &file) {
+        return nlohmann::json::parse(good("zor info --json " + file))["files"][0];
     }
     // Runs what has to fail: arguments, exit code, a part of what is said. No file comes or goes.
     using Failing = std::tuple<const char *, int, const char *>;

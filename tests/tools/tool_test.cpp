@@ -1,6 +1,5 @@
 // tool_test.cpp - the zor command and the examples, run as users run them.
 #include <gmock/gmock.h>
-#include <nlohmann/json.hpp>
 
 #include "shell.h"
 
@@ -10,14 +9,6 @@ using testing::ContainsRegex;
 using testing::HasSubstr;
 
 namespace {
-
-TEST_F(Shell, PipesAndLinksToStandardStreamsCarryPictures) {
-    const std::string samples = raster(500, 400, 3, 1); // more than a reader keeps in memory
-    write_file("a.ppm", "P6\n500 400\n255\n" + samples);
-    good("zor convert a.ppm - --to mox >b.mox; cat b.mox | zor convert --from mox - c.ppm");
-    good("zor convert --to png c.ppm /dev/stdout >c && zor convert c d.ppm");
-    EXPECT_TRUE(read_file("d.ppm").ends_with(samples));
-}
 
 TEST_F(Shell, AReaderThatGoesAwayIsAFailureLikeOthers) {
     write_file("a.ppm", "P6\n500 400\n255\n" + raster(500, 400, 3, 1)); // more than a pipe holds
@@ -89,18 +80,6 @@ TEST_F(Shell, FailuresLeaveNothingBehind) {
               fs::perms::owner_read | fs::perms::owner_write);
     EXPECT_TRUE(fs::is_symlink("link.png"));
     EXPECT_NE(read_file("target.png"), old);
-}
-
-TEST_F(Shell, ASignalRemovesWhatWasBegun) {
-    // The picture never comes to its end.
-    write_file("head", "P6\n4 4000\n255\n" + raster(4, 4, 3, 1));
-    const Run result = run("mkfifo pipe; zor convert --from ppm pipe out.png & exec 3>pipe; "
-                           "cat head >&3; for i in 1 2 3 4 5 6 7 8 9 0; do sleep 0.2; "
-                           "ls -a | grep -q '^.zor-' && break; done; "
-                           "ls -a | grep -c '^.zor-'; kill $!; wait $!");
-    EXPECT_EQ(result.code, 130);
-    EXPECT_EQ(result.out, "1\n") << "there was something to remove";
-    EXPECT_EQ(good("ls -A"), "head\npipe\n");
 }
 
 TEST_F(Shell, WhatGoesToAFileIsNotDrawn) {

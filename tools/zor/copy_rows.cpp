@@ -1,5 +1,6 @@
-// copy_rows.cpp - rows go straight over where both ends can agree on an order; otherwise the whole
-// picture is held in memory and turned around, and then written in one piece where that can be done.
+// copy_rows.cpp - rows go straight over where both ends can agree on an order and there is but one
+// thread; otherwise the whole picture is held in memory, and moved in one piece where that can be
+// done: there threads share the work, and it can be turned around.
 #include "copy_rows.h"
 
 #include <cstring>
@@ -10,6 +11,9 @@
 namespace zor {
 
 namespace {
+
+// Larger pictures are not held in memory for the sake of speed.
+constexpr uint64_t most_held = uint64_t{1} << 30;
 
 bool rises(const ZOR_IMAGE_DESC &desc) { return (desc.orientation & ZOR_ORIENTATION_RISING) != 0; }
 
@@ -28,14 +32,33 @@ public:
           width_(int64_t{in_.win_right} - in_.win_left + 1),
           rows_(channels.size() + 1) {}
 
+    // Bytes of the picture in memory.
+    [[nodiscard]] uint64_t picture_bytes() const;
+
     ExitCode straight();
-    ExitCode turned();
+    ExitCode held();
 
 private:
+    // A picture in memory: lines from the bottom up, each the output's channels in turn.
+    struct Picture {
+        std::vector<unsigned char> memory;
+        std::vector<size_t> row_sizes;
+        size_t line = 0; // bytes
+
+        [[nodiscard]] unsigned char *at(int64_t y) {
+            return memory.data() + line * static_cast<size_t>(y);
+        }
+    };
+
     // Rows are counted in the order of one end, from 0 on.
     bool read(int64_t step, bool rising);
     bool write(int64_t step);
-    int write_whole(unsigned char *picture, const std::vector<size_t> &sizes, size_t line);
+    int read_whole(Picture &picture);
+    int write_whole(Picture &picture);
+    ExitCode read_picture(Picture &picture);
+    ExitCode write_picture(Picture &picture);
+    [[nodiscard]] ZOR_RASTER raster_of(const ZOR_IMAGE_DESC &desc,
+                                       std::vector<ZOR_PLANE> &planes) const;
     [[nodiscard]] int64_t from_bottom(int64_t step, bool rising) const {
         return rising ? step : height_ - 1 - step;
     }
@@ -93,52 +116,75 @@ size_t RowCopier::row_bytes(int32_t channel) const {
     return static_cast<size_t>((bytes + 7) / 8 * 8);
 }
 
-// Writes a picture in memory, rows in the output's order, in one call. Returns its status.
-int RowCopier::write_whole(unsigned char *picture, const std::vector<size_t> &sizes, size_t line) {
-    reports_.about(output_.name, output_.alias);
-    const bool rising = rises(out_);
-    unsigned char *bottom = rising ? picture : picture + line * static_cast<size_t>(height_ - 1);
-    const auto up = static_cast<ZOR_WORD>(line);
-    std::vector<ZOR_PLANE> planes;
-    for (const size_t size : sizes) {
-        planes.push_back({bottom, 0, rising ? up : -up});
-        bottom += size;
-    }
+uint64_t RowCopier::picture_bytes() const {
+    uint64_t line = 0;
+    for (const int32_t channel : channels_)
+        line += row_bytes(channel);
+    return line * static_cast<uint64_t>(height_);
+}
+
+ZOR_RASTER RowCopier::raster_of(const ZOR_IMAGE_DESC &desc, std::vector<ZOR_PLANE> &planes) const {
     ZOR_RASTER raster = {};
-    raster.left = out_.win_left;
-    raster.right = out_.win_right;
-    raster.bottom = out_.win_bottom;
-    raster.top = out_.win_top;
+    raster.left = desc.win_left;
+    raster.right = desc.win_right;
+    raster.bottom = desc.win_bottom;
+    raster.top = desc.win_top;
     raster.num_threads = threads_;
     raster.num_planes = static_cast<int32_t>(planes.size());
     raster.planes = planes.data();
+    return raster;
+}
+
+// Reads the picture in one call. Returns its status.
+int RowCopier::read_whole(Picture &picture) {
+    reports_.about(input_.name, input_.alias);
+    std::vector<ZOR_PLANE> planes(static_cast<size_t>(in_.image.count) +
+                                  static_cast<size_t>(in_.matte.count) +
+                                  static_cast<size_t>(in_.aux.count));
+    unsigned char *to = picture.at(0);
+    for (size_t k = 0; k < channels_.size(); to += picture.row_sizes[k++]) {
+        ZOR_PLANE &plane = planes[static_cast<size_t>(channels_[k])];
+        if (plane.samples != nullptr) // wanted twice
+            return ZOR_E_UNSUPPORTED;
+        plane = {to, 0, static_cast<ZOR_WORD>(picture.line)};
+    }
+    ZOR_RASTER raster = raster_of(in_, planes);
+    return ZOR_raster_read(input_.image, &raster);
+}
+
+// Writes it in one call. Returns its status.
+int RowCopier::write_whole(Picture &picture) {
+    reports_.about(output_.name, output_.alias);
+    std::vector<ZOR_PLANE> planes;
+    unsigned char *from = picture.at(0);
+    for (const size_t size : picture.row_sizes) {
+        planes.push_back({from, 0, static_cast<ZOR_WORD>(picture.line)});
+        from += size;
+    }
+    ZOR_RASTER raster = raster_of(out_, planes);
     return ZOR_raster_write(output_.image, &raster);
 }
 
-ExitCode RowCopier::turned() {
-    std::vector<size_t> sizes;
-    uint64_t line = 0;
-    for (const int32_t channel : channels_)
-        line += sizes.emplace_back(row_bytes(channel));
-    const uint64_t total = line * static_cast<uint64_t>(height_);
-    if (total > SIZE_MAX / 2)
-        throw std::bad_alloc();
-    std::vector<unsigned char> picture(static_cast<size_t>(total));
-
-    const auto row = [&](int64_t step) { // in the output's order
-        return picture.data() + static_cast<size_t>(line) * static_cast<size_t>(step);
-    };
+ExitCode RowCopier::read_picture(Picture &picture) {
+    if (const int status = read_whole(picture); status != ZOR_E_UNSUPPORTED) {
+        if (status != 0)
+            reports_.explain(status);
+        return status != 0 ? EXIT_INPUT_FAILED : EXIT_FINE;
+    }
     for (int64_t step = 0; step < height_; ++step) {
         if (interrupted())
             return EXIT_INTERRUPTED;
         if (!read(step, rises(in_)))
             return EXIT_INPUT_FAILED;
-        unsigned char *to = row(height_ - 1 - step);
-        for (size_t k = 0; k < sizes.size(); to += sizes[k++])
-            std::memcpy(to, rows_[k], sizes[k]);
+        unsigned char *to = picture.at(from_bottom(step, rises(in_)));
+        for (size_t k = 0; k < channels_.size(); to += picture.row_sizes[k++])
+            std::memcpy(to, rows_[k], picture.row_sizes[k]); // rows are longer than that
     }
-    if (const int status = write_whole(picture.data(), sizes, static_cast<size_t>(line));
-        status != ZOR_E_UNSUPPORTED) {
+    return EXIT_FINE;
+}
+
+ExitCode RowCopier::write_picture(Picture &picture) {
+    if (const int status = write_whole(picture); status != ZOR_E_UNSUPPORTED) {
         if (status != 0)
             reports_.explain(status);
         return status != 0 ? EXIT_OUTPUT_FAILED : EXIT_FINE;
@@ -146,13 +192,25 @@ ExitCode RowCopier::turned() {
     for (int64_t step = 0; step < height_; ++step) {
         if (interrupted())
             return EXIT_INTERRUPTED;
-        unsigned char *from = row(step);
-        for (size_t k = 0; k < sizes.size(); from += sizes[k++])
+        unsigned char *from = picture.at(from_bottom(step, rises(out_)));
+        for (size_t k = 0; k < channels_.size(); from += picture.row_sizes[k++])
             rows_[k] = from;
         if (!write(step))
             return EXIT_OUTPUT_FAILED;
     }
     return EXIT_FINE;
+}
+
+ExitCode RowCopier::held() {
+    Picture picture;
+    for (const int32_t channel : channels_)
+        picture.line += picture.row_sizes.emplace_back(row_bytes(channel));
+    if (picture_bytes() > SIZE_MAX / 2)
+        throw std::bad_alloc();
+    picture.memory.resize(static_cast<size_t>(picture_bytes()));
+    if (const ExitCode outcome = read_picture(picture); outcome != EXIT_FINE)
+        return outcome;
+    return interrupted() ? EXIT_INTERRUPTED : write_picture(picture);
 }
 
 } // namespace
@@ -162,7 +220,8 @@ ExitCode copy_rows(const End &input, const End &output, const std::vector<int32_
     RowCopier copier(input, output, channels, threads, reports);
     const bool agreed = any_order || rises(*ZOR_image_desc(input.image, 0)) ==
                                          rises(*ZOR_image_desc(output.image, 0));
-    return agreed ? copier.straight() : copier.turned();
+    const bool shared = threads > 1 && copier.picture_bytes() <= most_held;
+    return agreed && !shared ? copier.straight() : copier.held();
 }
 
 } // namespace zor

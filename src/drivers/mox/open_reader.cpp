@@ -414,7 +414,8 @@ int open_reader(ZOR_IMAGE *image) {
     reader->image = image;
     constexpr uint64_t handle = 4096; // and the texts that go with it
     if (!open_reading(&reader->stream, file) ||
-        !charge(reader, handle + sizeof *reader + block_size) || !read_chain(image, reader)) {
+        !charge(reader, handle + sizeof *reader + most_memory(reader->stream)) ||
+        !read_chain(image, reader)) {
         free_reader(image, reader);
         file_calls().close(image, file);
         return 0;

@@ -156,8 +156,6 @@ bool fill_sub_image(ZOR_IMAGE *image, int32_t index, WriteImage *sub) {
 // Makes everything that writing needs but the file. False on failure, with what was made left to
 // free_writer.
 bool prepare(ZOR_IMAGE *image, Writer *writer) {
-    if (!open_writing(&writer->stream))
-        return false;
     if (image->num_images > max_sub_images) {
         zor__fail(ZOR_E_WRITE, ZOR_MSG_CANNOT_WRITE, image->file_name, "too many images");
         return false;
@@ -167,14 +165,16 @@ bool prepare(ZOR_IMAGE *image, Writer *writer) {
         return set_status(ZOR_E_MEMORY) == 0;
     std::memset(writer->subs, 0, static_cast<size_t>(image->num_images) * sizeof *writer->subs);
     writer->num_subs = image->num_images;
+    size_t most = 0; // a record, or a header with its table
     for (int32_t i = 0; i < image->num_images; ++i) {
         WriteImage *sub = &writer->subs[i];
         sub->writer = writer;
         image->data[i] = sub;
         if (!fill_sub_image(image, i, sub))
             return false;
+        most = std::max({most, sub->record_room, header_size + table_size(*sub)});
     }
-    return true;
+    return open_writing(&writer->stream, most);
 }
 
 // Creates the file with the first header in it, so that one that cannot be written at all is known

@@ -4,8 +4,8 @@
 // then read and decode it by themselves: one positioned read a chunk, rows that stay in the cache
 // until they are copied to the planes. Whatever goes wrong with a line there is noted and no more:
 // the calling thread reads it again as a scanline, which finds out and reports what is to be said.
-// Files that cannot be positioned, small ones, and lines too long for a chunk are read in this way
-// altogether.
+// One thread alone reads all lines in this way, as do all where the file cannot be positioned or
+// lines are too long for a chunk.
 #include <algorithm>
 #include <cstdlib>
 #include <mutex>
@@ -13,6 +13,7 @@
 #include "base/base/owned.h"
 #include "core/raster.h"
 #include "drivers/mox/header.h"
+#include "drivers/mox/pixel_rows.h"
 #include "drivers/mox/plane_rows.h"
 #include "drivers/mox/read_line.h"
 #include "err/status.h"
@@ -22,21 +23,31 @@ namespace zor::mox {
 
 namespace {
 
-constexpr int64_t most_chunk = int64_t{1} * 1024 * 1024;
-constexpr int64_t least_chunk = int64_t{16} * 1024; // with several threads
+constexpr int64_t most_chunk = int64_t{512} * 1024; // unless a line takes more
+constexpr int64_t most_line = int64_t{1024} * 1024;
+constexpr int64_t least_chunk = int64_t{16} * 1024;
 constexpr int64_t least_work = int64_t{128} * 1024; // bytes of samples that are worth a thread
 
-// Takes the rows of a line to the planes.
+// Takes the rows of a line to the planes. Those of channels that are interleaved are kept until
+// they can be woven into pixels.
 class PlaneTarget final : public RowTarget {
 public:
-    // Rows for most_rows channels, which serve all in turn, or with own_rows those of the handle.
+    // Row buffers there must be where channels share them: the first of channels decoded together
+    // may be the last one of pixels.
+    static constexpr int most_buffers = most_in_pixel - 1 + most_rows;
+
+    // Buffers that serve all channels in turn, or with own_rows one for each.
     PlaneTarget(const ReadImage &sub, const ZOR_RASTER &raster, void *const *buffers, bool own_rows)
-        : sub_(sub), raster_(raster), buffers_(buffers), own_rows_(own_rows) {}
+        : sub_(sub),
+          raster_(raster),
+          pixels_(find_pixels(raster, sub.groups)),
+          buffers_(buffers),
+          own_rows_(own_rows) {}
 
     void start(int32_t y) { y_ = y; }
 
     void *const *rows(int32_t first, int count) override {
-        void *const *buffers = buffers_ + (own_rows_ ? first : 0);
+        void *const *buffers = buffers_ + (own_rows_ || first < pixels_.count ? first : 0);
         for (int i = 0; i < count; ++i)
             rows_[i] = raster_.planes[first + i].samples != nullptr ? buffers[i] : nullptr;
         return rows_;
@@ -44,9 +55,11 @@ public:
     void done(int32_t first, int count, const RowCodec &codec) override {
         const int32_t size = codec.sample_size;
         const ptrdiff_t left = static_cast<ptrdiff_t>(raster_.left - sub_.win_left) * size;
-        for (int i = 0; i < count; ++i)
+        for (int i = std::max(0, pixels_.count - first); i < count; ++i)
             if (rows_[i] != nullptr)
                 put(raster_.planes[first + i], static_cast<uint8_t *>(rows_[i]) + left, size, size);
+        if (first < pixels_.count && first + count >= pixels_.count)
+            weave(left);
     }
     // In place of all that: the line is not stored, and all zeros.
     void clear() {
@@ -59,6 +72,13 @@ public:
     }
 
 private:
+    void weave(ptrdiff_t left) {
+        const uint8_t *rows[most_in_pixel];
+        for (int32_t k = 0; k < pixels_.count; ++k)
+            rows[k] = static_cast<const uint8_t *>(buffers_[pixels_.channels[k]]) + left;
+        const ZOR_PLANE &plane = raster_.planes[pixels_.channels[0]];
+        pixels_.mover->weave(rows, num_columns(raster_), sample_at(raster_, plane, y_, 0));
+    }
     void put(const ZOR_PLANE &plane, const uint8_t *from, ptrdiff_t step, int32_t size) {
         copy_samples(from, step, sample_at(raster_, plane, y_, 0), plane.column_step,
                      num_columns(raster_), size);
@@ -66,6 +86,7 @@ private:
 
     const ReadImage &sub_;
     const ZOR_RASTER &raster_;
+    const Pixels pixels_;
     void *const *buffers_;
     bool own_rows_;
     void *rows_[most_rows];
@@ -134,16 +155,14 @@ struct ReadJob {
     Owned<uint8_t> memory{}; // of all threads
     Owned<uint8_t> bad{};    // for each line whether it has to be read again, as all that are left
 
-    std::mutex mutex{};   // of all that follows, and of end
-    int32_t next = first; // line to be claimed
+    platform::Monitor monitor{}; // of all that follows, and of end
+    int32_t next = first;        // line to be claimed
     int num_started = 0;
 };
 
-// How large the next chunk may be. Several threads get smaller and smaller ones, so that they end
-// at about the same time.
+// How large the next chunk may be: smaller and smaller, so that the threads end at about the same
+// time.
 int64_t chunk_limit(const ReadJob &job) {
-    if (job.num_threads == 1)
-        return job.capacity;
     const int64_t left =
         std::abs(position_of(job.sub, job.end - 1) - position_of(job.sub, job.next));
     const int64_t least = std::max(least_chunk, job.line);
@@ -153,7 +172,7 @@ int64_t chunk_limit(const ReadJob &job) {
 // Claims the next lines that can be read at once: they follow each other closely, in either
 // direction. False when there are none left.
 bool claim(ReadJob &job, Chunk *chunk) {
-    const std::lock_guard lock(job.mutex);
+    const std::lock_guard lock(job.monitor);
     if (job.next >= job.end)
         return false;
     const int64_t limit = chunk_limit(job);
@@ -200,7 +219,7 @@ void read_chunk(ReadJob &job, const Chunk &chunk, uint8_t *bytes, PlaneTarget &t
         all_good &= good;
     }
     if (!all_good) { // what lies above is hardly worth it
-        const std::lock_guard lock(job.mutex);
+        const std::lock_guard lock(job.monitor);
         job.end = std::min(job.end, chunk.end);
     }
 }
@@ -210,10 +229,10 @@ void read_chunks(void *data) {
     auto &job = *static_cast<ReadJob *>(data);
     uint8_t *memory = job.memory.get();
     {
-        const std::lock_guard lock(job.mutex);
+        const std::lock_guard lock(job.monitor);
         memory += job.share * static_cast<size_t>(job.num_started++);
     }
-    void *rows[most_rows];
+    void *rows[PlaneTarget::most_buffers];
     uint8_t *bytes = memory;
     for (void *&row : rows) {
         row = bytes;
@@ -232,9 +251,10 @@ void read_chunks(void *data) {
 bool read_by_chunks(const ReadImage &sub, const ZOR_RASTER &raster, int32_t first, int32_t end,
                     int num_threads, Owned<uint8_t> *bad) {
     ReadJob job = {sub, raster, first, end, num_threads, most_of_line(sub)};
-    job.capacity = std::min(most_chunk, sub.reader->stream.size);
+    job.capacity = std::min(std::max(most_chunk, job.line), sub.reader->stream.size);
     job.capacity = std::min(std::max(chunk_limit(job), job.line), job.capacity);
-    job.share = static_cast<size_t>(job.capacity) + codec_slack + most_rows * row_room(sub);
+    job.share =
+        static_cast<size_t>(job.capacity) + codec_slack + PlaneTarget::most_buffers * row_room(sub);
     const auto lines = static_cast<size_t>(end - first);
     const size_t memory = job.share * static_cast<size_t>(num_threads);
     if (sub.reader->memory + memory + lines > memory_limit(*sub.reader))
@@ -252,21 +272,18 @@ bool read_by_chunks(const ReadImage &sub, const ZOR_RASTER &raster, int32_t firs
     return true;
 }
 
-// How many threads to read with; 0 for line by line.
+// How many threads are worth while.
 int choose_threads(const ReadImage &sub, const ZOR_RASTER &raster, int32_t first, int32_t end) {
-    if (end - first < 2 || !sub.reader->stream.can_seek || most_of_line(sub) > most_chunk)
-        return 0;
+    if (!can_seek(sub.reader->stream) || most_of_line(sub) > most_line)
+        return 1;
     const int64_t work = (end - first) * samples_of_line(sub);
-    const auto threads =
-        static_cast<int>(std::min<int64_t>(raster.num_threads, 1 + work / least_work));
-    const int64_t bytes = std::abs(position_of(sub, end - 1) - position_of(sub, first));
-    return threads > 1 || bytes > static_cast<int64_t>(block_size) ? threads : 0;
+    return static_cast<int>(std::min<int64_t>(raster.num_threads, 1 + work / least_work));
 }
 
 // Reads lines [first, end), all of them active.
 int32_t read_active(const ReadImage &sub, ZOR_RASTER *raster, int32_t first, int32_t end) {
     Owned<uint8_t> bad;
-    if (const int threads = choose_threads(sub, *raster, first, end); threads > 0)
+    if (const int threads = choose_threads(sub, *raster, first, end); threads > 1)
         if (!read_by_chunks(sub, *raster, first, end, threads, &bad))
             return set_status(ZOR_E_MEMORY);
     PlaneTarget target(sub, *raster, sub.channels, true);

@@ -60,10 +60,11 @@ bool decode_records(const ReadImage &sub, RecordSource &source, const RowCodec &
     source.skip(records.end);
     if (wanted > 0 && !codec.decode(encoded, wanted, sub.active))
         return false;
-    for (int i = 0; i < wanted; ++i) {
+    const size_t right = bytes_of(sub.right);
+    for (int i = 0; left + right > 0 && i < wanted; ++i) {
         auto *active_samples = static_cast<uint8_t *>(encoded[i].samples);
         std::memset(active_samples - left, 0, left);
-        std::memset(active_samples + active, 0, bytes_of(sub.right));
+        std::memset(active_samples + active, 0, right);
     }
     return true;
 }
@@ -73,7 +74,7 @@ class StreamSource final : public RecordSource {
 public:
     explicit StreamSource(ReadStream &stream) : stream_(stream) {}
     const uint8_t *look(size_t size) override { return mox::look(&stream_, size); }
-    void skip(size_t size) override { take(&stream_, size); }
+    void skip(size_t size) override { stream_.position += static_cast<int64_t>(size); }
     [[nodiscard]] const char *obstacle() const override {
         return error_text(stream_.error, "unexpected end of file");
     }

@@ -24,6 +24,8 @@ public:
     static size_t encode(const void *samples, int32_t count, uint8_t *out) {
         const auto *const bytes = static_cast<const uint8_t *>(samples);
         const auto planes = std::make_integer_sequence<ptrdiff_t, Size>();
+        if constexpr (Size == 1)
+            return static_cast<size_t>(encode_bytes(bytes, count, out) - out);
         return static_cast<size_t>(encode_planes<Size>(bytes, count, out, planes) - out);
     }
 
@@ -70,18 +72,60 @@ private:
     using Encoder = PacketEncoder<V>;
     using Decoder = PacketDecoder<V>;
 
+    // Bytes of a plane on their way to the encoder, with room on either side.
+    static constexpr ptrdiff_t front = Encoder::front;
+    struct Block {
+        alignas(32) uint8_t bytes[front + Encoder::block_size + codec_slack];
+        uint8_t *start() { return bytes + front; }
+    };
+
     template<ptrdiff_t Size, ptrdiff_t Byte>
     // The encoder writes there. NOLINTNEXTLINE(readability-non-const-parameter)
     static uint8_t *encode_plane(const uint8_t *samples, ptrdiff_t count, uint8_t *out) {
         Encoder encoder(out);
+        Block block;
         while (count > 0) {
             const ptrdiff_t n = count < Encoder::block_size ? count : Encoder::block_size;
-            take_plane<V, Size, Byte>(samples, n, encoder.block());
-            encoder.encode(n, n == count);
+            take_plane<V, Size, Byte>(samples, n, block.start());
+            encoder.encode(block.start(), n, n == count, block.start());
+            if (n < count)
+                copy<front>(block.start() + n - front, block.bytes);
             samples += n * Size;
             count -= n;
         }
         return encoder.end();
+    }
+
+    // Rows of bytes are encoded where they lie but for the end, behind which nothing can be read.
+    // NOLINTNEXTLINE(readability-non-const-parameter)
+    static uint8_t *encode_bytes(const uint8_t *x, ptrdiff_t count, uint8_t *out) {
+        constexpr ptrdiff_t tail = Encoder::tail_size;
+        if (count < tail)
+            return encode_plane<1, 0>(x, count, out);
+        Encoder encoder(out);
+        while (count > Encoder::block_size) {
+            const ptrdiff_t most = count - (tail / Encoder::group + 1) * Encoder::group;
+            const ptrdiff_t n = most < Encoder::block_size ? most / Encoder::group * Encoder::group
+                                                           : Encoder::block_size;
+            encoder.encode(x, n, false, x);
+            x += n;
+            count -= n;
+        }
+        Block block;
+        copy<tail>(x + count - tail, block.start() + count - tail);
+        encoder.encode(x, count, true, block.start());
+        return encoder.end();
+    }
+
+    // Whole vectors. Written out, or the compiler would take it for a memcpy of any length.
+    template<size_t... I>
+    static void copy(const uint8_t *from, uint8_t *to, std::index_sequence<I...> /*vectors*/) {
+        (V::store(V::load(from + I * V::size), to + I * V::size), ...);
+    }
+    template<ptrdiff_t Count>
+    static void copy(const uint8_t *from, uint8_t *to) {
+        static_assert(Count % V::size == 0);
+        copy(from, to, std::make_index_sequence<Count / V::size>());
     }
 
     // The most significant plane comes first.

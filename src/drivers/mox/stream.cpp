@@ -7,6 +7,7 @@
 
 #include "base/base/owned.h"
 #include "drivers/mox/row_codec.h"
+#include "err/memory.h"
 #include "err/status.h"
 #include "platform/platform.h"
 #include "zor/str.h"
@@ -57,30 +58,48 @@ const char *error_text(int error, const char *otherwise) {
 
 namespace {
 
-// What is read after a jump: enough for a few scanlines. Reading on from there doubles it up to a
-// block, so that scattered accesses stay cheap and long ones are few.
+// What is read after a jump: enough for a few scanlines. Reading on from there makes it more up to
+// a whole block, so that scattered accesses stay cheap and long ones are few.
 constexpr int64_t first_read = int64_t{32} * 1024;
-constexpr auto whole_block = static_cast<int64_t>(block_size);
+constexpr int64_t read_growth = 8;
 
-// Finds out how large the file is, which also tells whether it can be positioned.
-void measure(ReadStream *stream) {
-    stream->size = -1;
-    stream->can_seek =
-        !is_standard(stream->file) && file_calls().seek(stream->file, 0, SEEK_END) == 0;
-    if (!stream->can_seek)
+// The room of a block at first and at last.
+int64_t first_room(int64_t size) {
+    constexpr auto most = static_cast<int64_t>(block_size);
+    return size >= 0 ? std::min(size, most) : most;
+}
+int64_t last_room(int64_t size) {
+    return size >= 0 ? std::min(size, static_cast<int64_t>(most_block)) : first_room(size);
+}
+
+uint8_t *new_block(int64_t room) {
+    return static_cast<uint8_t *>(quiet_malloc(static_cast<size_t>(room) + codec_slack));
+}
+
+// Makes what is read at a time more, and the block with it. Going on with a small one is no
+// failure.
+void read_further_ahead(ReadStream *stream) {
+    const int64_t room = last_room(stream->size);
+    stream->read_ahead = std::min(read_growth * stream->read_ahead, room);
+    if (stream->read_ahead <= stream->room)
         return;
-    stream->size = platform::tell_file(stream->file);
-    stream->file_position = -1;
+    if (uint8_t *block = new_block(room)) {
+        std::memcpy(block, stream->block, static_cast<size_t>(stream->end - stream->start));
+        ERR_free(stream->block);
+        stream->block = block;
+        stream->room = room;
+    }
+    stream->read_ahead = std::min(stream->read_ahead, stream->room);
 }
 
 // Appends up to wanted bytes of the file to the block.
 void read_more(ReadStream *stream, int64_t wanted) {
-    if (stream->size >= 0)
+    if (can_seek(*stream))
         wanted = std::min(wanted, stream->size - stream->end); // no call to learn that it ended
     stream->error = 0;
     if (wanted <= 0)
         return;
-    if (stream->can_seek && stream->file_position != stream->end) {
+    if (can_seek(*stream) && stream->file_position != stream->end) {
         errno = 0;
         if (file_calls().seek(stream->file, stream->end, SEEK_SET) != 0) {
             stream->error = errno != 0 ? errno : EIO;
@@ -94,7 +113,7 @@ void read_more(ReadStream *stream, int64_t wanted) {
     stream->file_position = stream->end;
     if (got < static_cast<size_t>(wanted)) {
         stream->error = errno;
-        if (stream->can_seek)
+        if (can_seek(*stream))
             stream->file_position = -1; // one cannot tell after an error
     }
 }
@@ -110,7 +129,7 @@ bool skip_forward(ReadStream *stream) {
     }
     while (stream->end < stream->position) {
         empty_block(stream, stream->end);
-        read_more(stream, std::min(whole_block, stream->position - stream->end));
+        read_more(stream, std::min(stream->room, stream->position - stream->end));
         if (stream->end == stream->start)
             return false;
     }
@@ -122,21 +141,22 @@ bool skip_forward(ReadStream *stream) {
 // going back by a scanline, when all in front of the scanline read before is wanted next, and
 // jumping.
 bool fill(ReadStream *stream, int64_t size) {
+    constexpr auto line_back = static_cast<int64_t>(block_size) / 2; // the most
     const int64_t from = stream->position;
     const int64_t to = from + size;
     int64_t read_to; // at least to
     if (from >= stream->start && from <= stream->end) {
+        read_further_ahead(stream);
         const auto keep = static_cast<size_t>(stream->end - from);
         std::memmove(stream->block, stream->block + (from - stream->start), keep);
         stream->start = from;
-        stream->read_ahead = std::min(2 * stream->read_ahead, whole_block);
         read_to = from + std::max(size, stream->read_ahead);
-    } else if (!stream->can_seek) {
+    } else if (!can_seek(*stream)) {
         if (!skip_forward(stream))
             return false;
         read_to = from + std::max(size, first_read);
-    } else if (from < stream->line_before && stream->line_before - from <= whole_block / 2) {
-        stream->read_ahead = std::min(2 * stream->read_ahead, whole_block);
+    } else if (from < stream->line_before && stream->line_before - from <= line_back) {
+        read_further_ahead(stream);
         read_to = std::max(to, stream->line_before);
         empty_block(stream, std::max<int64_t>(0, std::min(from, read_to - stream->read_ahead)));
     } else {
@@ -153,14 +173,19 @@ bool fill(ReadStream *stream, int64_t size) {
 bool open_reading(ReadStream *stream, FILE *file) {
     *stream = {};
     stream->file = file;
-    stream->read_ahead = first_read / 2; // the first read counts as reading on
-    stream->block = allocate<uint8_t>(static_cast<int64_t>(block_size + codec_slack));
-    if (stream->block == nullptr) {
+    stream->size = is_standard(file) ? -1 : platform::length_of_opened(file);
+    stream->room = first_room(stream->size);
+    stream->read_ahead = first_read / read_growth; // the first read counts as reading on
+    stream->block = allocate<uint8_t>(stream->room + static_cast<int64_t>(codec_slack));
+    if (stream->block == nullptr)
         set_status(ZOR_E_MEMORY);
-        return false;
-    }
-    measure(stream);
-    return true;
+    return stream->block != nullptr;
+}
+
+uint64_t most_memory(const ReadStream &stream) {
+    const int64_t first = first_room(stream.size);
+    const int64_t last = last_room(stream.size);
+    return static_cast<uint64_t>(last > first ? first + last : first); // one is moved to the other
 }
 
 void seek(ReadStream *stream, int64_t position) {
@@ -169,13 +194,10 @@ void seek(ReadStream *stream, int64_t position) {
     stream->position = position;
 }
 
-const uint8_t *look(ReadStream *stream, size_t size) {
-    const auto wanted = static_cast<int64_t>(size);
-    const bool at_hand =
-        stream->position >= stream->start && stream->position + wanted <= stream->end;
-    if (!at_hand && !fill(stream, wanted))
-        return nullptr;
-    return stream->block + (stream->position - stream->start);
+const uint8_t *fetch(ReadStream *stream, size_t size) {
+    return fill(stream, static_cast<int64_t>(size))
+               ? stream->block + (stream->position - stream->start)
+               : nullptr;
 }
 
 const uint8_t *take(ReadStream *stream, size_t size) {
@@ -189,7 +211,7 @@ size_t read_at(const ReadStream &stream, int64_t position, uint8_t *bytes, size_
     return file_calls().read_at(stream.file, position, bytes, size);
 }
 
-int64_t known_size(const ReadStream &stream) { return stream.size >= 0 ? stream.size : stream.end; }
+int64_t known_size(const ReadStream &stream) { return can_seek(stream) ? stream.size : stream.end; }
 
 // Writing ------------------------------------------------------------------------------------
 
@@ -206,17 +228,39 @@ bool write_out(WriteStream *stream, const void *bytes, size_t size) {
 
 } // namespace
 
-bool open_writing(WriteStream *stream) {
+bool open_writing(WriteStream *stream, size_t most_at_a_time) {
     *stream = {};
-    stream->block = allocate<uint8_t>(static_cast<int64_t>(block_size));
+    stream->space = std::max(size_t{16} * 1024, most_at_a_time);
+    stream->block = allocate<uint8_t>(static_cast<int64_t>(stream->space));
     if (stream->block == nullptr)
         set_status(ZOR_E_MEMORY);
     return stream->block != nullptr;
 }
 
+namespace {
+
+// Makes a full block larger. False when it stays as it is, which is no failure.
+bool grow(WriteStream *stream) {
+    constexpr size_t growth = 8;
+    if (stream->space >= most_block)
+        return false;
+    const size_t space = std::min(growth * stream->space, most_block);
+    auto *block = static_cast<uint8_t *>(quiet_realloc(stream->block, space));
+    if (block == nullptr)
+        return false;
+    stream->block = block;
+    stream->space = space;
+    return true;
+}
+
+} // namespace
+
 uint8_t *room(WriteStream *stream, size_t size) {
-    if (stream->failed || (block_size - stream->filled < size && !flush(stream)))
+    if (stream->failed)
         return nullptr;
+    while (stream->space - stream->filled < size)
+        if (!grow(stream) && !flush(stream))
+            return nullptr;
     return stream->block + stream->filled;
 }
 

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 
 #include "drivers/mox/vec_sse2.h"
 
@@ -19,6 +20,9 @@ struct Avx2 {
     static void store(Vec value, void *to) { _mm256_storeu_si256(static_cast<Vec *>(to), value); }
 
     static Vec splat8(uint8_t value) { return _mm256_set1_epi8(static_cast<char>(value)); }
+    static Vec splat_pair(uint8_t first, uint8_t second) {
+        return _mm256_unpacklo_epi8(splat8(first), splat8(second));
+    }
     static Vec either(Vec a, Vec b) { return _mm256_or_si256(a, b); }
 
     static uint32_t equal_bytes(const void *a, const void *b) {
@@ -40,17 +44,58 @@ struct Avx2 {
 #endif
     }
 
+    template<size_t... I>
+    static bool all_are(uint8_t value, const uint8_t *x, std::index_sequence<I...> /*vectors*/) {
+        const Vec values = splat8(value);
+        return _mm256_movemask_epi8((... & _mm256_cmpeq_epi8(load(x + I * size), values))) == -1;
+    }
+
     // One by one as long as that is less than eight at a time.
-    static int16_t *list_bits(size_t bits, ptrdiff_t first, int16_t *to) {
+    template<int Most>
+    static int16_t *list_up_to(size_t bits, ptrdiff_t first, int16_t *to) {
         const int count = __builtin_popcountll(bits);
-        if (count <= 8) {
-            for (int i = 0; i < 8; ++i) {
-                to[i] = static_cast<int16_t>(zeros_below(bits) + first);
-                bits &= bits - 1;
-            }
-            return to + count;
+        for (int i = 0; i < Most; ++i) {
+            to[i] = static_cast<int16_t>(zeros_below(bits) + first);
+            bits &= bits - 1;
         }
-        return Sse2::list_bits(bits, first, to);
+        return to + count;
+    }
+    static int16_t *list_bits(size_t bits, ptrdiff_t first, int16_t *to) {
+        return __builtin_popcountll(bits) <= 8 ? list_up_to<8>(bits, first, to)
+                                               : Sse2::list_bits(bits, first, to);
+    }
+
+    template<int Most>
+    static int16_t *list_up_to(const size_t (&words)[4], ptrdiff_t first, int16_t *to) {
+        for (const size_t word : words) {
+            to = list_up_to<Most>(word, first, to);
+            first += word_bits;
+        }
+        return to;
+    }
+
+    // Neighbours tend to have about as many.
+    static int16_t *list_bits(const size_t (&words)[4], ptrdiff_t first, int16_t *to) {
+        int beyond4 = 0; // reaches 8 when one of the numbers exceeds 4
+        int beyond8 = 0; // 16
+        int beyond12 = 0;
+        for (const size_t word : words) {
+            const int count = __builtin_popcountll(word);
+            beyond4 |= count + 3;
+            beyond8 |= count + 7;
+            beyond12 |= count + 3;
+        }
+        if (beyond4 < 8)
+            return list_up_to<4>(words, first, to);
+        if (beyond8 < 16)
+            return list_up_to<8>(words, first, to);
+        if (beyond12 < 16)
+            return list_up_to<12>(words, first, to);
+        for (const size_t word : words) {
+            to = Sse2::list_bits(word, first, to);
+            first += word_bits;
+        }
+        return to;
     }
 
     // Vectors are packed and interleaved by halves; this puts the quarters back in order.

@@ -3,9 +3,11 @@
 #pragma once
 
 #include <bit>
+#include <climits>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 namespace zor::mox {
 namespace {
@@ -28,6 +30,14 @@ struct Portable {
         std::memset(&all, value, sizeof all);
         return all;
     }
+    static Vec splat_pair(uint8_t first, uint8_t second) {
+        Vec all;
+        for (ptrdiff_t i = 0; i < size; i += 2) {
+            all.bytes[i] = first;
+            all.bytes[i + 1] = second;
+        }
+        return all;
+    }
     static Vec either(Vec a, Vec b) {
         for (ptrdiff_t i = 0; i < size; ++i)
             a.bytes[i] |= b.bytes[i];
@@ -41,6 +51,12 @@ struct Portable {
         return bits;
     }
 
+    template<size_t... I>
+    static bool all_are(uint8_t value, const uint8_t *x, std::index_sequence<I...> /*vectors*/) {
+        // All are like the first one when each is like the one before.
+        return *x == value && std::memcmp(x, x + 1, sizeof...(I) * size - 1) == 0;
+    }
+
     static bool any_step_above(const int16_t *numbers, const int16_t *limits) {
         for (int i = 0; i < 8; ++i)
             if (numbers[i] - numbers[i - 1] > limits[i])
@@ -51,6 +67,14 @@ struct Portable {
     static int16_t *list_bits(size_t bits, ptrdiff_t first, int16_t *to) {
         for (; bits != 0; bits &= bits - 1)
             *to++ = static_cast<int16_t>(first + std::countr_zero(bits));
+        return to;
+    }
+
+    static int16_t *list_bits(const size_t (&words)[4], ptrdiff_t first, int16_t *to) {
+        for (const size_t word : words) {
+            to = list_bits(word, first, to);
+            first += static_cast<ptrdiff_t>(sizeof word * CHAR_BIT);
+        }
         return to;
     }
 

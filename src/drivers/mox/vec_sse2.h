@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 
 #include "drivers/mox/bit_places.h"
 
@@ -24,11 +25,22 @@ struct Sse2 {
     static void store(Vec value, void *to) { _mm_storeu_si128(static_cast<Vec *>(to), value); }
 
     static Vec splat8(uint8_t value) { return _mm_set1_epi8(static_cast<char>(value)); }
+    // Two values in turn.
+    static Vec splat_pair(uint8_t first, uint8_t second) {
+        return _mm_set1_epi16(static_cast<int16_t>(second << 8 | first));
+    }
     static Vec either(Vec a, Vec b) { return _mm_or_si128(a, b); }
 
     // Bit i tells whether bytes i are equal.
     static uint32_t equal_bytes(const void *a, const void *b) {
         return static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(load(a), load(b))));
+    }
+
+    // Whether the bytes of some vectors all have a value.
+    template<size_t... I>
+    static bool all_are(uint8_t value, const uint8_t *x, std::index_sequence<I...> /*vectors*/) {
+        const Vec values = splat8(value);
+        return _mm_movemask_epi8((... & _mm_cmpeq_epi8(load(x + I * size), values))) == 0xFFFF;
     }
 
     // Whether any of eight numbers is greater than the one before it by more than its limit.
@@ -38,7 +50,7 @@ struct Sse2 {
     }
 
     // Lists the places of the bits that are set, counted from first. Returns the end of the list;
-    // up to 8 elements behind it are scratch.
+    // up to 12 elements behind it are scratch.
     static int16_t *list_bits(size_t bits, ptrdiff_t first, int16_t *to) {
         Vec base = _mm_set1_epi16(static_cast<int16_t>(first));
         for (int i = 0; i < word_bits; i += 8) {
@@ -48,6 +60,16 @@ struct Sse2 {
             store(_mm_add_epi16(load(places), base), to);
             to += places[7];
             base = _mm_add_epi16(base, _mm_set1_epi16(8));
+        }
+        return to;
+    }
+
+    // The same for four words, the first of which counts from first.
+    static int16_t *list_bits(const size_t (&words)[4], ptrdiff_t first, int16_t *to) {
+        for (const size_t word : words) {
+            if (word != 0)
+                to = list_bits(word, first, to);
+            first += word_bits;
         }
         return to;
     }

@@ -2,14 +2,14 @@
 //
 // The threads take turns in claiming some lines and encode them, each into memory of its own. Then
 // they write them to the file, in the order of the lines: who is done early waits for a turn. What
-// goes wrong is noted, and reported by the calling thread at the end. Small rasters and lines too
-// long for a chunk are written as scanlines, by way of the stream's block.
+// goes wrong is noted, and reported by the calling thread at the end. One thread alone, and all
+// where lines are too long for a chunk, write scanlines by way of the stream's block.
 #include <algorithm>
-#include <condition_variable>
 #include <mutex>
 
 #include "base/base/owned.h"
 #include "core/raster.h"
+#include "drivers/mox/pixel_rows.h"
 #include "drivers/mox/plane_rows.h"
 #include "drivers/mox/writer.h"
 #include "err/status.h"
@@ -19,36 +19,14 @@ namespace zor::mox {
 
 namespace {
 
-// The most that the lines of a chunk may be coded to: most pictures take a fraction of it.
-constexpr int64_t most_chunk = int64_t{2} * 1024 * 1024;
+// The most that the lines of a chunk may be coded to: most pictures take a fraction of it. At first
+// the threads are done at about the same time, and what they wait for each other then is lost.
+constexpr int64_t most_chunk = int64_t{512} * 1024; // unless a line takes more
+constexpr int64_t least_chunk = int64_t{256} * 1024;
+constexpr int64_t most_line = int64_t{2048} * 1024;
 constexpr int64_t least_work = int64_t{128} * 1024; // bytes that are worth a thread
 
-// The rows of a line in the planes. Samples that lie apart are brought together in a row.
-class PlaneSource final : public RowSource {
-public:
-    PlaneSource(const WriteImage &sub, const ZOR_RASTER &raster, uint8_t *row)
-        : sub_(sub), raster_(raster), row_(row) {}
-
-    void start(int32_t y) { y_ = y; }
-
-    const void *active_row(int32_t channel, const RowCodec &codec) override {
-        const ZOR_PLANE &plane = raster_.planes[channel];
-        const uint8_t *from = sample_at(raster_, plane, y_, sub_.left);
-        if (plane.column_step == codec.sample_size)
-            return from;
-        copy_samples(from, plane.column_step, row_, codec.sample_size, sub_.active,
-                     codec.sample_size);
-        return row_;
-    }
-
-private:
-    const WriteImage &sub_;
-    const ZOR_RASTER &raster_;
-    uint8_t *row_;
-    int32_t y_ = 0;
-};
-
-// Bytes of a row whose samples have to be brought together.
+// Bytes of a row of any channel.
 size_t row_room(const WriteImage &sub) {
     int32_t sample_size = 0;
     for (const ChannelGroup &group : sub.groups)
@@ -56,6 +34,58 @@ size_t row_room(const WriteImage &sub) {
             sample_size = std::max(sample_size, group.codec->sample_size);
     return static_cast<size_t>(sub.active) * static_cast<size_t>(sample_size);
 }
+
+// The rows of a line in the planes. Samples that lie apart are brought together in rows: those of
+// pixels all at once, others one by one.
+class PlaneSource final : public RowSource {
+public:
+    // With memory for that.
+    PlaneSource(const WriteImage &sub, const ZOR_RASTER &raster, uint8_t *memory)
+        : sub_(sub), raster_(raster), pixels_(find_pixels(raster, sub.groups)) {
+        for (uint8_t *&row : rows_) {
+            row = memory;
+            memory += row_room(sub);
+        }
+    }
+    static size_t memory(const WriteImage &sub) { return most_in_pixel * row_room(sub); }
+
+    void start(int32_t y) {
+        y_ = y;
+        taken_apart_ = false;
+    }
+
+    const void *active_row(int32_t channel, const RowCodec &codec) override {
+        if (channel < pixels_.count) {
+            if (!taken_apart_)
+                take_apart();
+            return rows_[channel];
+        }
+        const ZOR_PLANE &plane = raster_.planes[channel];
+        const uint8_t *from = sample_at(raster_, plane, y_, sub_.left);
+        if (plane.column_step == codec.sample_size)
+            return from;
+        copy_samples(from, plane.column_step, rows_[0], codec.sample_size, sub_.active,
+                     codec.sample_size);
+        return rows_[0];
+    }
+
+private:
+    void take_apart() {
+        uint8_t *rows[most_in_pixel];
+        for (int32_t k = 0; k < pixels_.count; ++k)
+            rows[k] = rows_[pixels_.channels[k]];
+        const ZOR_PLANE &plane = raster_.planes[pixels_.channels[0]];
+        pixels_.mover->unweave(sample_at(raster_, plane, y_, sub_.left), sub_.active, rows);
+        taken_apart_ = true;
+    }
+
+    const WriteImage &sub_;
+    const ZOR_RASTER &raster_;
+    const Pixels pixels_;
+    uint8_t *rows_[most_in_pixel];
+    int32_t y_ = 0;
+    bool taken_apart_ = false;
+};
 
 // The most that a line can be coded to.
 int64_t most_of_line(const WriteImage &sub) {
@@ -77,10 +107,9 @@ struct WriteJob {
     size_t share = 0;        // bytes of memory for each thread
     Owned<uint8_t> memory{}; // of all threads
 
-    std::mutex mutex{}; // of all that follows
-    std::condition_variable turn{};
-    int32_t next = sub.next;    // line to be claimed
-    int32_t written = sub.next; // line whose turn it is
+    platform::Monitor monitor{}; // of all that follows
+    int32_t next = sub.next;     // line to be claimed
+    int32_t written = sub.next;  // line whose turn it is
     int num_started = 0;
     bool failed = false;
     const char *reason = nullptr; // null: the stream knows it
@@ -95,20 +124,18 @@ struct Chunk {
     uint8_t *bytes;
 };
 
-// How many lines the next chunk has: several threads get fewer and fewer, so that they end at about
-// the same time.
+// How many lines the next chunk has: fewer and fewer, so that the threads end at about the same
+// time.
 int32_t chunk_lines(const WriteJob &job) {
     const int32_t left = job.end - job.next;
-    const int32_t lines = job.num_threads == 1 ? left : left / (2 * job.num_threads);
     const auto most = static_cast<int32_t>(std::max<int64_t>(1, most_chunk / job.line));
-    const auto least =
-        static_cast<int32_t>(std::max<int64_t>(1, static_cast<int64_t>(block_size) / job.line));
-    return std::min(left, std::clamp(lines, std::min(least, most), most));
+    const auto least = static_cast<int32_t>(std::max<int64_t>(1, least_chunk / job.line));
+    return std::min(left, std::clamp(left / (2 * job.num_threads), least, most));
 }
 
 // False when there are no lines left, or no use in going on.
 bool claim(WriteJob &job, Chunk *chunk) {
-    const std::lock_guard lock(job.mutex);
+    const std::lock_guard lock(job.monitor);
     if (job.failed || job.next >= job.end)
         return false;
     chunk->first = job.next;
@@ -171,19 +198,20 @@ bool write_chunk(WriteJob &job, Chunk *chunk) {
 void write_in_turn(WriteJob &job, Chunk *chunk) {
     const int32_t end = chunk->end; // a failure may lower it
     {
-        std::unique_lock lock(job.mutex);
-        job.turn.wait(lock, [&] { return job.failed || job.written == chunk->first; });
+        const std::lock_guard lock(job.monitor);
+        while (!job.failed && job.written != chunk->first)
+            job.monitor.wait();
         if (job.failed)
             return;
     }
     // Nobody else is between these two locks: it is the turn of this chunk alone.
     const bool good = write_chunk(job, chunk);
     {
-        const std::lock_guard lock(job.mutex);
+        const std::lock_guard lock(job.monitor);
         job.failed = !good;
         job.written = end;
     }
-    job.turn.notify_all();
+    job.monitor.wake_all();
 }
 
 // What each thread does.
@@ -191,14 +219,14 @@ void write_chunks(void *data) {
     auto &job = *static_cast<WriteJob *>(data);
     uint8_t *memory = job.memory.get();
     {
-        const std::lock_guard lock(job.mutex);
+        const std::lock_guard lock(job.monitor);
         memory += job.share * static_cast<size_t>(job.num_started++);
     }
     Chunk chunk = {};
     chunk.starts = reinterpret_cast<uint32_t *>(memory);
     memory += static_cast<size_t>(job.most_lines) * sizeof(uint32_t);
     PlaneSource source(job.sub, job.raster, memory);
-    chunk.bytes = memory + row_room(job.sub);
+    chunk.bytes = memory + PlaneSource::memory(job.sub);
     while (claim(job, &chunk)) {
         encode(job.sub, source, &chunk);
         write_in_turn(job, &chunk);
@@ -214,7 +242,7 @@ int32_t write_by_chunks(WriteImage *sub, const ZOR_RASTER &raster, int32_t end, 
     job.most_lines = chunk_lines(job); // the first chunk is the largest
     const auto lines = static_cast<size_t>(job.most_lines);
     job.share = round_up(lines * (sizeof(uint32_t) + static_cast<size_t>(job.line)) +
-                         row_room(*sub) + codec_slack);
+                         PlaneSource::memory(*sub) + codec_slack);
     job.memory.reset(allocate<uint8_t>(num_threads * static_cast<int64_t>(job.share)));
     if (job.memory == nullptr)
         return set_status(ZOR_E_MEMORY);
@@ -228,10 +256,10 @@ int32_t write_by_chunks(WriteImage *sub, const ZOR_RASTER &raster, int32_t end, 
 
 // Writes lines up to an end one by one.
 int32_t write_by_lines(WriteImage *sub, const ZOR_RASTER &raster, int32_t end) {
-    const Owned<uint8_t> row(allocate<uint8_t>(static_cast<int64_t>(row_room(*sub))));
-    if (row == nullptr)
+    const Owned<uint8_t> memory(allocate<uint8_t>(static_cast<int64_t>(PlaneSource::memory(*sub))));
+    if (memory == nullptr)
         return set_status(ZOR_E_MEMORY);
-    PlaneSource source(*sub, raster, row.get());
+    PlaneSource source(*sub, raster, memory.get());
     while (sub->next < end) {
         source.start(sub->next);
         if (const int32_t status = write_line(sub, sub->next, source); status != 0)
@@ -248,8 +276,7 @@ int32_t write_lines(WriteImage *sub, const ZOR_RASTER &raster) {
     const int64_t work = (end - sub->next) * most_of_line(*sub);
     const auto threads =
         static_cast<int>(std::min<int64_t>(raster.num_threads, 1 + work / least_work));
-    const bool small = threads == 1 && work <= static_cast<int64_t>(block_size);
-    const int32_t status = small || most_of_line(*sub) > most_chunk
+    const int32_t status = threads == 1 || most_of_line(*sub) > most_line
                                ? write_by_lines(sub, raster, end)
                                : write_by_chunks(sub, raster, end, threads);
     if (status == 0)

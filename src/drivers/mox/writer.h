@@ -35,8 +35,6 @@ struct WriteImage {
     int64_t header_at;  // position of its header; -1: not written yet
     uint8_t header[header_size];
 };
-static_assert(header_size + 4 * size_t{INT16_MAX + 1} <= block_size,
-              "the stream's block holds both");
 
 inline size_t table_size(const WriteImage &sub) {
     return 4 * static_cast<size_t>(sub.act_top - sub.act_bottom + 1);

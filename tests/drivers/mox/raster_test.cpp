@@ -1,5 +1,6 @@
 // raster_test.cpp - whole frames and windows of MOX files, beside the same lines as scanlines.
 #include <algorithm>
+#include <numeric>
 #include <random>
 
 #include "drivers/mox/mox_files.h"
@@ -7,10 +8,11 @@
 
 namespace {
 
-// Memory for a window of an image, its channels in planes of their own or all interleaved, bottom
-// line first or last, with bytes between the lines that are nobody's.
+// Memory for a window of an image: so many channels interleaved, the last one first, and the
+// others in planes of their own. Bottom line first or last, with bytes between the lines that are
+// nobody's.
 struct Canvas {
-    Canvas(const ZOR_IMAGE_DESC &desc, int left, int right, int bottom, int top, bool interleaved,
+    Canvas(const ZOR_IMAGE_DESC &desc, int left, int right, int bottom, int top, size_t interleaved,
            bool falling)
         : raster{0, left, right, bottom, top, 1, 0, nullptr, -1} {
         for (const ZOR_CHANNELS &group : {desc.image, desc.matte, desc.aux})
@@ -18,19 +20,23 @@ struct Canvas {
                          ZOR_sample_size(group.type, group.bits));
         const int columns = right - left + 1;
         const int lines = top - bottom + 1;
-        int pixel = 0;
-        for (const int size : sizes)
-            pixel += size;
-        memory.assign(static_cast<size_t>(pixel * columns + 3) * static_cast<size_t>(lines), gap);
-        uint8_t *next = memory.data();
-        for (const int size : sizes) {
-            ZOR_PLANE plane = {next, interleaved ? pixel : 0, pixel * columns + 3};
+        const auto size_of = [this](size_t first, size_t end) {
+            return std::accumulate(&sizes[0] + first, &sizes[0] + end, 0);
+        };
+        const int line = size_of(0, sizes.size()) * columns + 3;
+        const int pixel = size_of(0, interleaved);
+        memory.assign(static_cast<size_t>(line) * static_cast<size_t>(lines), gap);
+        for (size_t k = 0; k < sizes.size(); ++k) {
+            const bool in_pixel = k < interleaved;
+            ZOR_PLANE plane = {
+                memory.data() + (in_pixel ? size_of(k + 1, interleaved) : size_of(0, k) * columns),
+                in_pixel ? pixel : 0, line};
             if (falling) {
-                plane.samples = next + plane.row_step * (lines - 1);
+                plane.samples =
+                    static_cast<uint8_t *>(plane.samples) + plane.row_step * (lines - 1);
                 plane.row_step = -plane.row_step;
             }
             planes.push_back(plane);
-            next += interleaved ? size : size * columns;
         }
         raster.num_planes = static_cast<int>(planes.size());
         raster.planes = planes.data();
@@ -86,7 +92,7 @@ struct Canvas {
 class RasterTest : public MoxTest {
 protected:
     // The whole window of a sub-image.
-    static Canvas canvas(ZOR_IMAGE *image, int k = 0, bool interleaved = false,
+    static Canvas canvas(ZOR_IMAGE *image, int k = 0, size_t interleaved = 0,
                          bool falling = false) {
         const ZOR_IMAGE_DESC &desc = image->images[k];
         Canvas canvas(desc, desc.win_left, desc.win_right, desc.win_bottom, desc.win_top,
@@ -158,8 +164,8 @@ TEST_F(RasterTest, IsTheSameAsScanlines) {
         ZOR_close(image);
         const std::string expected = content();
 
-        for (const int threads : {1, 2, 4}) {
-            const bool interleaved = threads != 2;
+        const std::pair<int, size_t> ways[] = {{1, 5}, {2, 0}, {4, 5}, {1, 2}, {2, 3}, {4, 4}};
+        for (const auto &[threads, interleaved] : ways) {
             const bool falling = threads == 4;
             image = request.open("w");
             Canvas rows = canvas(image, 0, interleaved, falling);
