@@ -35,14 +35,15 @@ using Line = std::vector<Channel>;
 
 std::vector<Line> make_lines(Picture picture, int32_t bits, const RowCodec &codec) {
     std::vector<Line> lines;
-    for (int32_t y = step / 2; y < Frame::height; y += step) {
-        const std::vector<uint8_t> samples = make_line(picture, bits, y);
+    for (int32_t y = step / 2; y < bench::film.height; y += step) {
+        const std::vector<uint8_t> samples = make_line(picture, bits, y, bench::film.width);
         const size_t row = samples.size() / Frame::channels;
         Line &line = lines.emplace_back();
         for (size_t at = 0; at < samples.size(); at += row)
-            line.push_back({std::vector(&samples[at], &samples[at] + row),
-                            std::vector<uint8_t>(codec.max_encoded(Frame::width) + codec_slack),
-                            std::vector<uint8_t>(row + codec_slack), 0});
+            line.push_back(
+                {std::vector(&samples[at], &samples[at] + row),
+                 std::vector<uint8_t>(codec.max_encoded(bench::film.width) + codec_slack),
+                 std::vector<uint8_t>(row + codec_slack), 0});
     }
     return lines;
 }
@@ -51,7 +52,7 @@ void encode(std::vector<Line> &lines, const RowCodec &codec) {
     for (Line &line : lines)
         for (Channel &channel : line)
             channel.record_size =
-                codec.encode(channel.samples.data(), Frame::width, channel.record.data());
+                codec.encode(channel.samples.data(), bench::film.width, channel.record.data());
 }
 
 bool decode(std::vector<Line> &lines, const RowCodec &codec) {
@@ -63,7 +64,7 @@ bool decode(std::vector<Line> &lines, const RowCodec &codec) {
             for (size_t i = 0; i < count; ++i)
                 rows[i] = {line[k + i].record.data(), line[k + i].record_size,
                            line[k + i].decoded.data()};
-            good &= codec.decode(rows, static_cast<int>(count), Frame::width);
+            good &= codec.decode(rows, static_cast<int>(count), bench::film.width);
         }
     return good;
 }

@@ -28,7 +28,8 @@ using bench::Frame;
 using bench::Picture;
 
 constexpr size_t colors = 3;
-constexpr size_t frame_bytes = colors * Frame::width * Frame::height;
+constexpr bench::Size size = bench::film;
+constexpr size_t frame_bytes = colors * size.width * size.height;
 
 constexpr float hdtv[12] = {0.64F, 0.33F, 0, 0.3F, 0.6F, 0, 0.15F, 0.06F, 0, 0.3127F, 0.329F, 0};
 constexpr float wide[12] = {0.68F, 0.32F, 0, 0.265F, 0.69F, 0, 0.15F, 0.06F, 0, 0.3127F, 0.329F, 0};
@@ -39,12 +40,12 @@ public:
     explicit Source(const Frame &frame) : frame_(frame), image_(zor::new_handle(ZOR_MODE_READ)) {
         zor__build_handle(image_, 1);
         ZOR_IMAGE_DESC &desc = image_->images[0];
-        zor__describe(&desc, Frame::width, Frame::height, colors, 8);
+        zor__describe(&desc, size.width, size.height, colors, 8);
         desc.chan_format = STR_save("rgb");
         desc.curve = {1, 2.2F, 0, 0, 0, 0, 0, nullptr};
         std::copy_n(hdtv, 12, image_->primaries);
         for (size_t k = 0; k < colors; ++k) {
-            rows_[k].resize(Frame::width);
+            rows_[k].resize(size.width);
             pointers_[k] = rows_[k].data();
         }
         image_->data[0] = this;
@@ -61,7 +62,7 @@ public:
     [[nodiscard]] ZOR_IMAGE *image() const { return image_; }
 
     void read() const {
-        for (int y = 0; y < Frame::height; ++y) {
+        for (int y = 0; y < size.height; ++y) {
             void **rows = nullptr;
             if (ZOR_scan_read(image_, y, &rows) < 0)
                 std::abort();
@@ -74,7 +75,7 @@ private:
         auto &source = *static_cast<Source *>(data);
         for (size_t k = 0; k < colors; ++k)
             std::memcpy(source.pointers_[k], source.frame_.row(static_cast<int32_t>(k), y),
-                        Frame::width);
+                        size.width);
         *reinterpret_cast<void ***>(rows) = source.pointers_.data();
         return 0;
     }
@@ -88,10 +89,10 @@ private:
 // The same rows, interleaved, through the peer's transform between the same primaries and gammas.
 class Peer {
 public:
-    explicit Peer(const Frame &frame) : row_(colors * Frame::width) {
+    explicit Peer(const Frame &frame) : row_(colors * size.width) {
         interleaved_.reserve(frame_bytes);
-        for (int32_t y = 0; y < Frame::height; ++y)
-            for (size_t x = 0; x < Frame::width; ++x)
+        for (int32_t y = 0; y < size.height; ++y)
+            for (size_t x = 0; x < size.width; ++x)
                 for (int32_t k = 0; k < int32_t{colors}; ++k)
                     interleaved_.push_back(frame.row(k, y)[x]);
         cmsHPROFILE from = profile(hdtv);
@@ -106,9 +107,9 @@ public:
     Peer &operator=(const Peer &) = delete;
 
     void read() {
-        for (size_t y = 0; y < Frame::height; ++y) {
+        for (size_t y = 0; y < size.height; ++y) {
             std::memcpy(row_.data(), interleaved_.data() + y * row_.size(), row_.size());
-            cmsDoTransform(transform_, row_.data(), row_.data(), Frame::width);
+            cmsDoTransform(transform_, row_.data(), row_.data(), size.width);
             benchmark::ClobberMemory();
         }
     }
@@ -135,7 +136,7 @@ private:
 // The best plain loop for bytes through a table, and the copy alone.
 class Plain {
 public:
-    explicit Plain(const Frame &frame) : frame_(frame), row_(Frame::width), table_(256) {
+    explicit Plain(const Frame &frame) : frame_(frame), row_(size.width), table_(256) {
         for (size_t i = 0; i < table_.size(); ++i)
             table_[i] = static_cast<uint8_t>(255 - i);
     }
@@ -143,7 +144,7 @@ public:
         uint8_t *const __restrict row = row_.data();
         const uint8_t *const __restrict table = table_.data();
         for_each_row([=] {
-            for (size_t x = 0; x < Frame::width; x += 8) {
+            for (size_t x = 0; x < size.width; x += 8) {
                 uint64_t word = 0;
                 for (size_t i = 0; i < 8; ++i)
                     word |= uint64_t{table[row[x + i]]} << 8 * i;
@@ -158,7 +159,7 @@ public:
 private:
     template<class Work>
     void for_each_row(Work work) {
-        for (int32_t y = 0; y < Frame::height; ++y)
+        for (int32_t y = 0; y < size.height; ++y)
             for (int32_t k = 0; k < int32_t{colors}; ++k) {
                 std::memcpy(row_.data(), frame_.row(k, y), row_.size());
                 work();

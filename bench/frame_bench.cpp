@@ -2,23 +2,22 @@
 //
 //     bench_frame [DIRECTORY]     for the files; /dev/shm without it
 //
-// Opening and closing count. Reading ends with the samples in a frame of the caller's on both
-// sides.
+// Opening and closing count. Reading ends with the samples in a frame of the caller's on both sides.
 // The first pair tells what a second thread is worth on this machine at the moment.
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "frames.h"
+#include "image_file.h"
 #include "loader/loader.h"
-#include "mox_image.h"
 #include "paired.h"
+#include "scratch.h"
 #include "zor/zor.h"
 
 namespace {
@@ -29,11 +28,11 @@ using bench::Picture;
 using bench::require;
 
 struct Case {
-    Case(Picture picture, int32_t bits, const std::string &directory)
-        : name(std::string(bench::name_of(picture)) + ", " + std::to_string(bits)),
-          frame(bench::make_frame(picture, bits)),
+    Case(Picture picture, int32_t bits, const bench::Size &size, const bench::Scratch &scratch)
+        : name(std::string(bench::name_of(picture)) + ", " + std::to_string(bits) + " bits"),
+          frame(bench::make_frame(picture, bits, size)),
           back(frame),
-          path(directory + "/bench_frame_" + name + ".mox") {}
+          path(scratch.file("frame.mox")) {}
     ~Case() { std::remove(path.c_str()); }
     Case(const Case &) = delete;
     Case &operator=(const Case &) = delete;
@@ -41,44 +40,29 @@ struct Case {
     static uint8_t *row(const Frame &of, int32_t channel, int32_t y) {
         return const_cast<uint8_t *>(of.row(channel, y));
     }
-    void write_lines() const {
-        ZOR_IMAGE *image = open_image(path, "w", frame.bits);
-        for (int32_t y = 0; y < Frame::height; ++y) {
-            void *rows[Frame::channels];
-            for (int32_t k = 0; k < Frame::channels; ++k)
-                rows[k] = row(frame, k, y);
-            require(ZOR_scan_write(image, y, rows) == 0, "writing");
-        }
-        require(ZOR_close(image) == 0, "closing");
-    }
     void read_lines() const {
-        ZOR_IMAGE *image = open_image(path, "r", frame.bits);
-        for (int32_t y = 0; y < Frame::height; ++y) {
-            void **rows;
-            require(ZOR_scan_read(image, y, &rows) == 0, "reading");
-            for (int32_t k = 0; k < Frame::channels; ++k)
-                std::memcpy(row(back, k, y), rows[k], frame.row_bytes());
-        }
-        ZOR_close(image);
+        bench::read_lines(open_image(path, "r", frame), frame, false,
+                          [this](int32_t y, void **rows) {
+                              for (int32_t k = 0; k < Frame::channels; ++k)
+                                  std::memcpy(row(back, k, y), rows[k], frame.row_bytes());
+                          });
     }
-    void move_frame(const Frame &samples, const char *mode, int32_t threads,
-                    bool interleaved) const {
-        ZOR_IMAGE *image = open_image(path, mode, frame.bits);
-        ZOR_PLANE planes[Frame::channels] = {};
-        const size_t size = frame.sample_size();
+    void write_frame(int32_t threads, bool interleaved = false) const {
+        bench::move_frame(path, "w", frame, threads, interleaved);
+    }
+    void read_frame(int32_t threads, bool interleaved = false) const {
+        bench::move_frame(path, "r", back, threads, interleaved);
+    }
+    void get_raster() const {
+        ZOR_IMAGE *image = open_image(path, "r", frame);
+        void *channels[Frame::channels];
         for (int32_t k = 0; k < Frame::channels; ++k)
-            planes[k] = interleaved ? ZOR_PLANE{row(samples, 0, 0) + static_cast<size_t>(k) * size,
-                                                static_cast<ZOR_WORD>(Frame::channels * size), 0}
-                                    : ZOR_PLANE{row(samples, k, 0), 0, 0};
-        ZOR_RASTER raster = {
-            0, 0, Frame::width - 1, 0, Frame::height - 1, threads, Frame::channels, planes, 0};
-        const int status =
-            *mode == 'r' ? ZOR_raster_read(image, &raster) : ZOR_raster_write(image, &raster);
-        require(status == 0, "moving a frame");
+            channels[k] = row(back, k, 0);
+        require(ZOR_get_raster(image, reinterpret_cast<ZOR_WORD>(channels), 0, frame.width - 1, 0,
+                               frame.height - 1) == 0,
+                "getting a raster");
         require(ZOR_close(image) == 0, "closing");
     }
-    void write_frame(int32_t threads) const { move_frame(frame, "w", threads, false); }
-    void read_frame(int32_t threads) const { move_frame(back, "r", threads, false); }
 
     std::string name;
     Frame frame;
@@ -86,20 +70,25 @@ struct Case {
     std::string path;
 };
 
-void add_pairs(bench::Pairs *pairs, const Case &c) {
+void add_pairs(bench::Pairs &pairs, const Case &c) {
     const size_t bytes = c.frame.data.size();
     c.write_frame(1);
     c.read_frame(2);
     require(c.back.data == c.frame.data, "reading back");
     const auto write = [&c](int32_t threads) { return [&c, threads] { c.write_frame(threads); }; };
     const auto read = [&c](int32_t threads) { return [&c, threads] { c.read_frame(threads); }; };
-    pairs->add(c.name + ": write a frame", "scanlines", bytes, write(1), [&c] { c.write_lines(); });
-    pairs->add(c.name + ": read a frame", "scanlines", bytes, read(1), [&c] { c.read_lines(); });
-    pairs->add(
-        c.name + ": read interleaved", "planes", bytes,
-        [&c] { c.move_frame(c.back, "r", 1, true); }, read(1));
-    pairs->add(c.name + ": write, two threads", "one thread", bytes, write(2), write(1));
-    pairs->add(c.name + ": read, two threads", "one thread", bytes, read(2), read(1));
+    pairs.add(c.name + ": write a frame", "scanlines", bytes, write(1),
+              [&c] { bench::write_lines(c.path, c.frame); });
+    pairs.add(c.name + ": read a frame", "scanlines", bytes, read(1), [&c] { c.read_lines(); });
+    pairs.add(
+        c.name + ": write interleaved", "planes", bytes, [&c] { c.write_frame(1, true); },
+        write(1));
+    pairs.add(
+        c.name + ": read interleaved", "planes", bytes, [&c] { c.read_frame(1, true); }, read(1));
+    pairs.add(
+        c.name + ": ZOR_get_raster", "ZOR_raster_read", bytes, [&c] { c.get_raster(); }, read(1));
+    pairs.add(c.name + ": write, two threads", "one thread", bytes, write(2), write(1));
+    pairs.add(c.name + ": read, two threads", "one thread", bytes, read(2), read(1));
 }
 
 void compute(unsigned threads) {
@@ -117,18 +106,20 @@ void compute(unsigned threads) {
 
 int main(int argc, char **argv) {
     benchmark::Initialize(&argc, argv);
-    const std::string directory = argc > 1 ? argv[1] : "/dev/shm";
+    const bench::Scratch scratch(argc, argv);
     zor::Loader library({ZOR_BENCH_MODULES});
     require(library.start() == 0, "starting");
 
     bench::Pairs pairs;
     pairs.add(
         "arithmetic: two threads", "one thread", 0, [] { compute(2); }, [] { compute(1); });
-    std::vector<std::unique_ptr<Case>> cases;
     for (const int32_t bits : {8, 16})
         for (const Picture picture : bench::all_pictures)
-            add_pairs(&pairs,
-                      *cases.emplace_back(std::make_unique<Case>(picture, bits, directory)));
-    pairs.run(15);
+            for (const bench::Size &size : bench::all_sizes) {
+                const Case c(picture, bits, size, scratch);
+                pairs.set_size(name_of(size));
+                add_pairs(pairs, c);
+                pairs.run(15);
+            }
     return 0;
 }

@@ -3,8 +3,10 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
 #include <cstring>
+#include <thread>
 
 namespace bench {
 namespace {
@@ -130,15 +132,20 @@ Pixel pixel_of(Picture picture, int32_t x, int32_t y) {
     return {0.2F, 0.4F, 0.6F, 1};
 }
 
-// Samples of a line, each channel a distance from the one before.
-void put_line(Picture picture, int32_t bits, int32_t y, size_t distance, uint8_t *to) {
-    const size_t size = static_cast<size_t>(bits) / 8;
-    const auto top = static_cast<float>((1 << bits) - 1);
-    for (int32_t x = 0; x < Frame::width; ++x, to += size) {
+// The low bytes of the result, a little endian word, are the sample.
+uint32_t sample_of(float value, int32_t bits) {
+    if (bits == 32)
+        return std::bit_cast<uint32_t>(value);
+    return static_cast<uint32_t>(std::lround(value * static_cast<float>((1 << bits) - 1)));
+}
+
+// Samples of line y of a frame, each channel a distance from the one before.
+void put_line(Picture picture, const Frame &frame, int32_t y, size_t distance, uint8_t *to) {
+    const size_t size = frame.sample_size();
+    for (int32_t x = 0; x < frame.width; ++x, to += size) {
         const Pixel pixel = pixel_of(picture, x, y);
         for (size_t c = 0; c < pixel.size(); ++c) {
-            // The low bytes of a little endian word are the sample of either width.
-            const auto sample = static_cast<uint32_t>(std::lround(pixel[c] * top));
+            const uint32_t sample = sample_of(pixel[c], frame.bits);
             std::memcpy(to + c * distance, &sample, size);
         }
     }
@@ -152,20 +159,30 @@ const char *name_of(Picture picture) {
     return names[static_cast<size_t>(picture)];
 }
 
-Frame make_frame(Picture picture, int32_t bits) {
-    Frame frame{bits, {}};
+std::string name_of(const Size &size) {
+    return std::to_string(size.width) + "x" + std::to_string(size.height);
+}
+
+Frame make_frame(Picture picture, int32_t bits, const Size &size) {
+    Frame frame{size.width, size.height, bits, {}};
     const size_t row = frame.row_bytes();
-    frame.data.resize(row * Frame::height * Frame::channels);
-    for (int32_t y = 0; y < Frame::height; ++y)
-        put_line(picture, bits, y, row * Frame::height,
-                 frame.data.data() + static_cast<size_t>(y) * row);
+    const size_t plane = row * static_cast<size_t>(frame.height);
+    frame.data.resize(plane * Frame::channels);
+    // A second thread, because there are many frames to make.
+    const auto put_lines = [&](int32_t from, int32_t to) {
+        for (int32_t y = from; y < to; ++y)
+            put_line(picture, frame, y, plane, frame.data.data() + static_cast<size_t>(y) * row);
+    };
+    std::thread half(put_lines, 0, frame.height / 2);
+    put_lines(frame.height / 2, frame.height);
+    half.join();
     return frame;
 }
 
-std::vector<uint8_t> make_line(Picture picture, int32_t bits, int32_t y) {
-    const size_t row = Frame{bits, {}}.row_bytes();
-    std::vector<uint8_t> line(row * Frame::channels);
-    put_line(picture, bits, y, row, line.data());
+std::vector<uint8_t> make_line(Picture picture, int32_t bits, int32_t y, int32_t width) {
+    const Frame shape{width, 1, bits, {}};
+    std::vector<uint8_t> line(shape.row_bytes() * Frame::channels);
+    put_line(picture, shape, y, shape.row_bytes(), line.data());
     return line;
 }
 

@@ -27,8 +27,8 @@ namespace {
 
 using bench::Frame;
 
-constexpr int32_t width = Frame::width;
-constexpr int32_t height = Frame::height;
+constexpr int32_t width = bench::film.width;
+constexpr int32_t height = bench::film.height;
 constexpr int32_t num_lines = 16;
 constexpr ZOR_RESPONSE_CURVE screen = {1, 2.2F, 0, 0, 0, 0, 0, nullptr};
 

@@ -14,8 +14,8 @@
 
 namespace {
 
-constexpr int32_t width = bench::Frame::width;
-constexpr int32_t height = bench::Frame::height;
+constexpr int32_t width = bench::film.width;
+constexpr int32_t height = bench::film.height;
 constexpr int32_t channels = 3;
 
 // Three channels of floats, handed out row by row: what resampling costs, without casting.

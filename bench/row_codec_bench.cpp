@@ -67,7 +67,7 @@ public:
         });
         starts_.push_back(records_.size());
         records_.resize(records_.size() + codec_slack);
-        for (int32_t y = 0; y < Frame::height; ++y) {
+        for (int32_t y = 0; y < frame_.height; ++y) {
             decode_records(static_cast<size_t>(y) * Frame::channels);
             for (int32_t k = 0; k < Frame::channels; ++k)
                 if (std::memcmp(row_of(k), frame_.row(k, y), frame_.row_bytes()) != 0)
@@ -90,7 +90,7 @@ protected:
 
 private:
     void for_each_row(const std::function<void(const uint8_t *)> &visit) const {
-        for (int32_t y = 0; y < Frame::height; ++y)
+        for (int32_t y = 0; y < frame_.height; ++y)
             for (int32_t channel = 0; channel < Frame::channels; ++channel)
                 visit(frame_.row(channel, y));
     }
@@ -105,12 +105,12 @@ class Ours : public Coder {
 public:
     explicit Ours(const Frame &frame)
         : Coder(frame), codec_(*zor::mox::row_codec(ZOR_C_INTEGER, frame.bits)) {
-        prepare(codec_.max_encoded(Frame::width));
+        prepare(codec_.max_encoded(frame.width));
     }
 
 private:
     size_t encode_row(const uint8_t *row, uint8_t *record) override {
-        return codec_.encode(row, Frame::width, record);
+        return codec_.encode(row, frame_.width, record);
     }
     void decode_records(size_t first) override {
         for (int32_t k = 0; k < Frame::channels; k += most_rows) {
@@ -120,7 +120,7 @@ private:
                 const size_t at = first + static_cast<size_t>(k + i);
                 rows[i] = {record(at), record_size(at), row_of(k + i)};
             }
-            if (!codec_.decode(rows, count, Frame::width))
+            if (!codec_.decode(rows, count, frame_.width))
                 std::abort();
         }
     }
@@ -139,10 +139,11 @@ private:
         const auto size = static_cast<int>(frame_.row_bytes());
         const uint8_t *from = row;
         if (frame_.bits == 16) {
+            const auto width = static_cast<size_t>(frame_.width);
             from = sorted_.data();
-            for (size_t i = 0; i < Frame::width; ++i) {
+            for (size_t i = 0; i < width; ++i) {
                 sorted_[i] = row[2 * i + 1];
-                sorted_[Frame::width + i] = row[2 * i];
+                sorted_[width + i] = row[2 * i];
             }
         }
         return static_cast<size_t>(Imf::rleCompress(size, reinterpret_cast<const char *>(from),
@@ -162,9 +163,10 @@ private:
                                reinterpret_cast<char *>(to)) != room)
             std::abort();
         if (frame_.bits == 16) {
-            for (size_t i = 0; i < Frame::width; ++i) {
+            const auto width = static_cast<size_t>(frame_.width);
+            for (size_t i = 0; i < width; ++i) {
                 row[2 * i + 1] = sorted_[i];
-                row[2 * i] = sorted_[Frame::width + i];
+                row[2 * i] = sorted_[width + i];
             }
         }
     }
@@ -173,16 +175,16 @@ private:
 };
 
 struct Case {
-    Case(Picture picture, int32_t bits)
+    Case(Picture picture, int32_t bits, const bench::Size &size)
         : name(std::string(name_of(picture)) + ", " + std::to_string(bits) + " bits"),
-          frame(make_frame(picture, bits)),
+          frame(make_frame(picture, bits, size)),
           ours(frame),
           peer(frame),
           row(frame.row_bytes()) {}
 
     // A row of the frame to the row buffer: what decoding would be if it were nothing else.
     void copy() {
-        for (int32_t y = 0; y < Frame::height; ++y)
+        for (int32_t y = 0; y < frame.height; ++y)
             for (int32_t channel = 0; channel < Frame::channels; ++channel) {
                 std::memcpy(row.data(), frame.row(channel, y), row.size());
                 benchmark::ClobberMemory();
@@ -214,21 +216,26 @@ int main(int argc, char **argv) {
     benchmark::Initialize(&argc, argv);
     bench::Pairs pairs;
     std::vector<std::unique_ptr<Case>> cases;
-    for (const int32_t bits : {8, 16}) {
-        for (const Picture picture : bench::all_pictures) {
-            Case &c = *cases.emplace_back(std::make_unique<Case>(picture, bits));
-            const auto encode = [&c] { c.ours.encode(); };
-            const auto decode = [&c] { c.ours.decode(); };
-            const auto copy = [&c] { c.copy(); };
+    const auto add_case = [&](Picture picture, int32_t bits, const bench::Size &size) {
+        Case &c = *cases.emplace_back(std::make_unique<Case>(picture, bits, size));
+        const auto encode = [&c] { c.ours.encode(); };
+        const auto decode = [&c] { c.ours.decode(); };
+        const auto copy = [&c] { c.copy(); };
+        if (size.width == bench::film.width) {
             add_figure(c, "encode", encode);
             add_figure(c, "decode", decode);
-            const size_t bytes = c.frame.data.size();
-            pairs.add(c.name + ": encode", "OpenEXR RLE", bytes, encode, [&c] { c.peer.encode(); });
-            pairs.add(c.name + ": decode", "OpenEXR RLE", bytes, decode, [&c] { c.peer.decode(); });
-            pairs.add(c.name + ": encode", "memcpy", bytes, encode, copy);
-            pairs.add(c.name + ": decode", "memcpy", bytes, decode, copy);
         }
-    }
+        const size_t bytes = c.frame.data.size();
+        pairs.set_size(name_of(size));
+        pairs.add(c.name + ": encode", "OpenEXR RLE", bytes, encode, [&c] { c.peer.encode(); });
+        pairs.add(c.name + ": decode", "OpenEXR RLE", bytes, decode, [&c] { c.peer.decode(); });
+        pairs.add(c.name + ": encode", "memcpy", bytes, encode, copy);
+        pairs.add(c.name + ": decode", "memcpy", bytes, decode, copy);
+    };
+    for (const int32_t bits : {8, 16})
+        for (const Picture picture : bench::all_pictures)
+            for (const bench::Size &size : bench::all_sizes)
+                add_case(picture, bits, size);
     benchmark::RunSpecifiedBenchmarks();
     std::puts("");
     pairs.run(21);

@@ -14,13 +14,13 @@
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <thread>
-#include <unistd.h>
 #include <vector>
 
 #include <benchmark/benchmark.h>
 
 #include "frames.h"
 #include "paired.h"
+#include "scratch.h"
 
 namespace {
 
@@ -97,8 +97,8 @@ void compute(unsigned threads) {
 void measure_jobs(const fs::path &work) {
     // Frames enough to keep the command busy for about a second.
     constexpr std::pair<const char *, int> formats[] = {{"png", 12}, {"mox", 200}, {"pam", 100}};
-    constexpr int32_t width = Frame::width / 2;
-    constexpr int32_t height = Frame::height / 2;
+    constexpr int32_t width = bench::film.width / 2;
+    constexpr int32_t height = bench::film.height / 2;
     constexpr size_t bytes = size_t{width} * height * Frame::channels;
     bench::Pairs pairs;
     pairs.add(
@@ -141,11 +141,9 @@ void measure_memory(const fs::path &work) {
 } // namespace
 
 int main(int argc, char **argv) {
-    const fs::path parent = argc > 1 ? argv[1] : "/dev/shm";
-    const fs::path work = parent / ("zor-bench-" + std::to_string(getpid()));
-    fs::create_directory(work);
-    measure_memory(work);
-    measure_jobs(work);
-    fs::remove_all(work);
+    benchmark::Initialize(&argc, argv);
+    const bench::Scratch scratch(argc, argv);
+    measure_memory(scratch.path());
+    measure_jobs(scratch.path());
     return 0;
 }

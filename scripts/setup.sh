@@ -9,7 +9,7 @@ packages_for() {
     native)
         echo g++ cmake ninja-build make pkg-config googletest libcli11-dev nlohmann-json3-dev \
             libpng-dev libtiff-dev liblcms2-dev locales ;;
-    bench) echo libbenchmark-dev liblcms2-dev libtiff-dev libopenexr-dev libpng-dev valgrind ;;
+    bench) echo libbenchmark-dev liblcms2-dev libtiff-dev libopenexr-dev libpng-dev valgrind strace ;;
     fuzz) echo clang libclang-rt-14-dev g++-multilib ;;
     lint) echo clang-format clang-tidy clang-tools ;;
     linux32) echo g++-multilib ;;
