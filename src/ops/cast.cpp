@@ -25,13 +25,6 @@ void narrow(float *to, const void *from, int32_t width, double /*scale*/) {
         to[x] = static_cast<float>(samples[x]);
 }
 
-// Light for each byte.
-void look_up(float *to, const void *from, int32_t width, const float *table) {
-    const auto *samples = static_cast<const uint8_t *>(from);
-    for (int32_t x = 0; x < width; ++x)
-        to[x] = table[samples[x]];
-}
-
 struct FreeGammaTable {
     void operator()(float *table) const { ZOR_gamma_done(table); }
 };
@@ -45,6 +38,7 @@ struct Cast {
     std::array<Convert, num_groups> convert = {}; // null: floats, or no channels
     std::unique_ptr<float, FreeGammaTable> table; // for colours that are bytes; null: convert
     Channels floats;
+    const RowKernels *kernels = &row_kernels();
     Owned<void *> handed_out; // rows of floats, and of the layer below where those are floats
 
     void read(int y, void **&rows) const;
@@ -63,7 +57,8 @@ void Cast::read(int /*y*/, void **&rows) const {
                                  : 1.0;
         for (int32_t k = last; k >= first; --k) {
             if (g == COLOUR && table != nullptr)
-                look_up(samples<float>(floats.get(), k), rows[k], width, table.get());
+                kernels->look_up_floats(samples<float>(floats.get(), k), rows[k], width,
+                                        table.get());
             else if (convert[g] != nullptr)
                 convert[g](samples<float>(floats.get(), k), rows[k], width, scale);
             handed_out.get()[k] = convert[g] != nullptr ? floats.get()[k] : rows[k];

@@ -28,6 +28,12 @@ void look_up(uint8_t *row, int32_t count, const uint8_t *table) {
         row[x] = table[row[x]];
 }
 
+void look_up_floats(float *to, const void *from, int32_t count, const float *table) {
+    const auto *bytes = static_cast<const uint8_t *>(from);
+    for (int32_t x = 0; x < count; ++x)
+        to[x] = table[bytes[x]];
+}
+
 void narrow(void *row, int64_t count, int32_t shift) {
     choose_shift_row<uint16_t, uint8_t>(shift)(row, count, shift);
 }
@@ -59,8 +65,13 @@ void from_floats(void *to, const void *from, int32_t count, double largest) {
         integers[x] = round_unit<Integer>(floats[x], largest);
 }
 
-constexpr RowKernels portable_row_kernels = {
-    look_up, narrow, bytes_to_floats, words_to_floats, from_floats<uint8_t>, from_floats<uint16_t>};
+constexpr RowKernels portable_row_kernels = {look_up,
+                                             look_up_floats,
+                                             narrow,
+                                             bytes_to_floats,
+                                             words_to_floats,
+                                             from_floats<uint8_t>,
+                                             from_floats<uint16_t>};
 
 } // namespace
 

@@ -86,6 +86,25 @@ void look_up(uint8_t *row, int32_t count, const uint8_t *table) {
     });
 }
 
+// Bytes that are all equal, as in flat parts of pictures, are looked up once. Instructions that gather
+// are not for this: there are processors on which they take many times as long.
+void look_up_floats(float *to, const void *from, int32_t count, const float *table) {
+    in_blocks(to, static_cast<const uint8_t *>(from), count,
+              [table](float *floats, const uint8_t *bytes) {
+                  const Vec differing =
+                      _mm256_xor_si256(load(bytes), _mm256_set1_epi8(static_cast<char>(bytes[0])));
+                  if (_mm256_testz_si256(differing, differing) != 0) {
+                      for (int i = 0; i < 32; i += 8)
+                          _mm256_storeu_ps(floats + i, _mm256_set1_ps(table[bytes[0]]));
+                      return;
+                  }
+                  for (int i = 0; i < 32; i += 4)
+                      _mm_storeu_ps(floats + i,
+                                    _mm_setr_ps(table[bytes[i]], table[bytes[i + 1]],
+                                                table[bytes[i + 2]], table[bytes[i + 3]]));
+              });
+}
+
 // Integers --------------------------------------------------------------------------------------
 
 // Vectors are packed by halves; this puts the quarters back in order.
@@ -168,6 +187,7 @@ void floats_to_words(void *to, const void *from, int32_t count, double largest) 
 } // namespace
 
 constinit const RowKernels avx2_row_kernels = {
-    look_up, narrow, to_floats<uint8_t>, to_floats<uint16_t>, floats_to_bytes, floats_to_words};
+    look_up,         look_up_floats, narrow, to_floats<uint8_t>, to_floats<uint16_t>,
+    floats_to_bytes, floats_to_words};
 
 } // namespace zor

@@ -41,16 +41,28 @@ std::vector<Integer> all_of(bool shuffled) {
     return all;
 }
 
+// Also where neighbours are equal.
 void look_up(const RowKernels &kernels) {
     const std::vector<uint8_t> table = all_of<uint8_t>(true);
-    for (const bool shuffled : {false, true})
+    const std::vector<float> floats(table.begin(), table.end());
+    std::vector<uint8_t> flat(200, 200);
+    flat[70] = 3;
+    for (const auto &all : {all_of<uint8_t>(false), all_of<uint8_t>(true), flat}) {
+        const auto rule = [&](uint8_t byte) { return table[byte]; };
         expect_rule<uint8_t>(
-            all_of<uint8_t>(shuffled),
+            all,
             [&](uint8_t *to, const uint8_t *from, int32_t count) {
                 std::copy_n(from, count, to);
                 kernels.look_up(to, count, table.data());
             },
-            [&](uint8_t byte) { return table[byte]; });
+            rule);
+        expect_rule<float>(
+            all,
+            [&](float *to, const uint8_t *from, int32_t count) {
+                kernels.look_up_floats(to, from, count, floats.data());
+            },
+            rule);
+    }
 }
 
 void narrow(const RowKernels &kernels) {
