@@ -15,12 +15,12 @@ namespace {
 static_assert(std::endian::native == std::endian::little); // words are made of bytes here
 
 // Stored a word at a time.
-void look_up(uint8_t *row, int32_t count, const uint8_t *table) {
-    constexpr int32_t block = sizeof(size_t);
-    int32_t x = 0;
+void look_up(uint8_t *row, int64_t count, const uint8_t *table) {
+    constexpr int64_t block = sizeof(size_t);
+    int64_t x = 0;
     for (; x + block <= count; x += block) {
         size_t word = 0;
-        for (int32_t i = 0; i < block; ++i)
+        for (int64_t i = 0; i < block; ++i)
             word |= size_t{table[row[x + i]]} << 8 * i;
         std::memcpy(row + x, &word, sizeof word);
     }

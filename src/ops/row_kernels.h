@@ -18,7 +18,7 @@ struct RowKernels {
     using FromFloats = void (*)(void *to, const void *from, int32_t count, double largest);
 
     // Replaces bytes by their entries in a table of 256.
-    void (*look_up)(uint8_t *row, int32_t count, const uint8_t *table);
+    void (*look_up)(uint8_t *row, int64_t count, const uint8_t *table);
     void (*look_up_floats)(float *to, const void *from, int32_t count, const float *table);
 
     // Makes bytes, in its front, of a row of 16-bit samples shifted to the right by 0 to 15.

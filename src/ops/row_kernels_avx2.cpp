@@ -70,7 +70,7 @@ struct Pieces {
     }
 };
 
-void look_up(uint8_t *row, int32_t count, const uint8_t *table) {
+void look_up(uint8_t *row, int64_t count, const uint8_t *table) {
     const Pieces pieces(table);
     const Vec top = _mm256_set1_epi8(-128);
     in_blocks(row, row, count, [&](uint8_t *to, const uint8_t *from) {
