@@ -103,7 +103,7 @@ bool measure(const char *version, const RowCodec &codec, Picture picture, int32_
 } // namespace
 
 int main() {
-    using zor::Vectors;
+    using zor::mox::Vectors;
     bool good = true;
     for (const auto &[version, vectors] :
          {std::pair{"sse2", Vectors::sse2}, {"avx2", Vectors::avx2}})

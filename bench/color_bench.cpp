@@ -86,7 +86,7 @@ private:
     std::array<void *, colors> pointers_ = {};
 };
 
-// The same rows, with their colours interleaved or one after the other, through the peer's transform
+// The same rows, their colours interleaved or one after the other, through the peer's transform
 // between the same primaries and gammas.
 class Peer {
 public:

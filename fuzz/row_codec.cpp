@@ -15,7 +15,7 @@ using zor::mox::codec_slack;
 using zor::mox::EncodedRow;
 using zor::mox::most_rows;
 using zor::mox::RowCodec;
-using zor::Vectors;
+using zor::mox::Vectors;
 
 namespace {
 

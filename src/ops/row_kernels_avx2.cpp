@@ -2,6 +2,7 @@
 // them, and so without inline functions that other files might share.
 #include <immintrin.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
@@ -51,7 +52,7 @@ struct Pieces {
         }
     }
     static __m128i at(const uint8_t *table, int i) {
-        return _mm_loadu_si128(reinterpret_cast<const __m128i *>(table + 16 * i));
+        return _mm_loadu_si128(reinterpret_cast<const __m128i *>(table + ptrdiff_t{16} * i));
     }
 
     // Entries of bytes below 128, of 8 pieces from the first on; 0 for the others.

@@ -21,7 +21,7 @@ using zor::mox::EncodedRow;
 using zor::mox::most_rows;
 using zor::mox::row_codec;
 using zor::mox::RowCodec;
-using zor::Vectors;
+using zor::mox::Vectors;
 using Bytes = std::vector<uint8_t>;
 
 // The encoding rule, one run of equal bytes after the other.
