@@ -1,5 +1,5 @@
-// row_kernels_avx2.cpp - the row kernels with vectors of 32 bytes. Compiled for processors that have
-// them, and so without inline functions that other files might share.
+// row_kernels_avx2.cpp - the row kernels with vectors of 32 bytes. Compiled for processors that
+// have them, and so without inline functions that other files might share.
 #include <immintrin.h>
 
 #include <cstddef>
@@ -87,8 +87,8 @@ void look_up(uint8_t *row, int64_t count, const uint8_t *table) {
     });
 }
 
-// Bytes that are all equal, as in flat parts of pictures, are looked up once. Instructions that gather
-// are not for this: there are processors on which they take many times as long.
+// Bytes that are all equal, as in flat parts of pictures, are looked up once. Instructions that
+// gather are not for this: there are processors on which they take many times as long.
 void look_up_floats(float *to, const void *from, int32_t count, const float *table) {
     in_blocks(to, static_cast<const uint8_t *>(from), count,
               [table](float *floats, const uint8_t *bytes) {

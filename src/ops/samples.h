@@ -73,8 +73,8 @@ Sample to_sample(double value, double largest) {
     return truncate_to<Sample>((positive < largest ? positive : largest) + 0.5);
 }
 
-// A float as an integer sample: clamped to [0, 1], 0 for NaN, in the type that there is, of which more
-// fit in a register; times the largest sample and rounded.
+// A float as an integer sample: clamped to [0, 1], 0 for NaN, in the type that there is, of which
+// more fit in a register; times the largest sample and rounded.
 template<class Float>
 Float clamp_to_unit(Float value) {
     const Float positive = value > 0 ? value : 0;
