@@ -1,6 +1,6 @@
 // color_bench.cpp - correcting 8-bit colours, beside a colour management library and plain loops.
 //
-// Rows are planar as operators get them, and interleaved for the peer, which is faster with those;
+// Rows are planar as operators get them, and for the peer interleaved too, which it is faster with;
 // ours work in place on a copy of the row that both sides make, and the copy counts for both.
 #include <benchmark/benchmark.h>
 #include <lcms2.h>
@@ -86,19 +86,23 @@ private:
     std::array<void *, colors> pointers_ = {};
 };
 
-// The same rows, interleaved, through the peer's transform between the same primaries and gammas.
+// The same rows, their colours interleaved or one after the other, through the peer's transform
+// between the same primaries and gammas.
 class Peer {
 public:
-    explicit Peer(const Frame &frame) : row_(colors * size.width) {
-        interleaved_.reserve(frame_bytes);
+    Peer(const Frame &frame, bool planar) : row_(colors * size.width) {
+        lines_.resize(frame_bytes);
+        const size_t step = planar ? 1 : colors;
+        const size_t distance = planar ? size.width : 1; // of a pixel's colours
         for (int32_t y = 0; y < size.height; ++y)
             for (size_t x = 0; x < size.width; ++x)
-                for (int32_t k = 0; k < int32_t{colors}; ++k)
-                    interleaved_.push_back(frame.row(k, y)[x]);
+                for (size_t k = 0; k < colors; ++k)
+                    lines_[static_cast<size_t>(y) * row_.size() + x * step + k * distance] =
+                        frame.row(static_cast<int32_t>(k), y)[x];
         cmsHPROFILE from = profile(hdtv);
         cmsHPROFILE to = profile(wide);
-        transform_ =
-            cmsCreateTransform(from, TYPE_RGB_8, to, TYPE_RGB_8, INTENT_RELATIVE_COLORIMETRIC, 0);
+        const cmsUInt32Number format = planar ? TYPE_RGB_8_PLANAR : TYPE_RGB_8;
+        transform_ = cmsCreateTransform(from, format, to, format, INTENT_RELATIVE_COLORIMETRIC, 0);
         cmsCloseProfile(from);
         cmsCloseProfile(to);
     }
@@ -108,7 +112,7 @@ public:
 
     void read() {
         for (size_t y = 0; y < size.height; ++y) {
-            std::memcpy(row_.data(), interleaved_.data() + y * row_.size(), row_.size());
+            std::memcpy(row_.data(), lines_.data() + y * row_.size(), row_.size());
             cmsDoTransform(transform_, row_.data(), row_.data(), size.width);
             benchmark::ClobberMemory();
         }
@@ -128,7 +132,7 @@ private:
         return result;
     }
 
-    std::vector<uint8_t> interleaved_;
+    std::vector<uint8_t> lines_;
     std::vector<uint8_t> row_;
     cmsHTRANSFORM transform_;
 };
@@ -179,7 +183,8 @@ struct Case {
           transform(frame),
           gamma(frame),
           untouched(frame),
-          peer(frame),
+          peer(frame, false),
+          planar_peer(frame, true),
           plain(frame) {
         const ZOR_RESPONSE_CURVE screen = {1, 2.2F, 0, 0, 0, 0, 0, nullptr};
         const ZOR_RESPONSE_CURVE print = {1, 1.8F, 0, 0, 0, 0, 0, nullptr};
@@ -193,7 +198,7 @@ struct Case {
     std::string name;
     Frame frame;
     Source transform, gamma, untouched;
-    Peer peer;
+    Peer peer, planar_peer;
     Plain plain;
 };
 
@@ -219,6 +224,7 @@ int main(int argc, char **argv) {
                 c.name + ": " + what, against, frame_bytes, [&ours] { ours.read(); }, peer);
         };
         add("rgb transform", "lcms2, RGB_8", c.transform, [&c] { c.peer.read(); });
+        add("rgb transform", "lcms2, RGB_8_PLANAR", c.transform, [&c] { c.planar_peer.read(); });
         add("gamma", "plain loop", c.gamma, [&c] { c.plain.look_up(); });
         add("gamma", "memcpy", c.gamma, [&c] { c.plain.copy(); });
         add("no operator", "memcpy", c.untouched, [&c] { c.plain.copy(); });

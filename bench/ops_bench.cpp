@@ -18,6 +18,7 @@
 
 #include "core/handle.h"
 #include "frames.h"
+#include "hot_rows.h"
 #include "paired.h"
 #include "zor/driver.h"
 #include "zor/ops.h"
@@ -256,6 +257,7 @@ void add_displays(Bench &b) {
 int main(int argc, char **argv) {
     benchmark::Initialize(&argc, argv);
     Bench b;
+    bench::add_hot_rows(&b.pairs);
     add_row_operators(b);
     ZOR_color_matrix_set(3, nullptr);
     add_displays(b);

@@ -256,53 +256,41 @@ void ask() {
     ZOR_is_file_type(name, nullptr, text, &tried);
 }
 
-void operate(ZOR_IMAGE *&image) {
-    void **rows = nullptr;
-    const int32_t y = choices->roll(10) - 1;
-    switch (choices->roll(14)) {
-    case 0: // rows of any length are no good for writing from
+using Call = void (*)(ZOR_IMAGE *&image, int32_t y);
+const Call calls[] = {
+    [](ZOR_IMAGE *&image, int32_t y) {
+        void **rows = nullptr; // of any length: no good for writing from
         if (image->mode == ZOR_MODE_READ)
             ZOR_scan_read(image, y, &rows);
-        break;
-    case 1:
-        ZOR_direct_scan_read(image, y, 1, 2, 3, 4);
-        break;
-    case 2:
-        ZOR_get_raster(image, 1, 2, 3, 4, 5);
-        break;
-    case 3:
-        ZOR_get_region(image, 1, 2, 3, 4, 5);
-        break;
-    case 4:
-        ZOR_set_frame(image, y);
-        break;
-    case 5:
-        ZOR_get_frame(image, y);
-        break;
-    case 6:
-        ZOR_playback_stop(image, y);
-        break;
-    case 7: {
+    },
+    [](ZOR_IMAGE *&image, int32_t y) { ZOR_direct_scan_read(image, y, 1, 2, 3, 4); },
+    [](ZOR_IMAGE *&image, int32_t) { ZOR_get_raster(image, 1, 2, 3, 4, 5); },
+    [](ZOR_IMAGE *&image, int32_t) { ZOR_get_region(image, 1, 2, 3, 4, 5); },
+    [](ZOR_IMAGE *&image, int32_t y) { ZOR_set_frame(image, y); },
+    [](ZOR_IMAGE *&image, int32_t y) { ZOR_get_frame(image, y); },
+    [](ZOR_IMAGE *&image, int32_t y) { ZOR_playback_stop(image, y); },
+    [](ZOR_IMAGE *&image, int32_t y) {
         const ZOR_IMAGE_DESC *desc = ZOR_image_desc(image, 0);
         if (desc != nullptr && int64_t{desc->win_top} - desc->win_bottom < 100)
             ZOR_seek(&image, desc->win_bottom + y);
-        break;
-    }
-    case 8:
+    },
+    [](ZOR_IMAGE *&image, int32_t) {
         ZOR_chan_free(image, ZOR_chan_alloc(image, choices->roll(3)));
-        break;
-    case 9: {
+    },
+    [](ZOR_IMAGE *&image, int32_t) {
         ZOR_INFO info;
         if (ZOR_info_from_image(&info, image) == 0)
             ZOR_info_cleanup(&info, 1);
-        break;
-    }
-    case 10:
-        choices->pick(operators).undo(image);
-        break;
-    default:
+    },
+    [](ZOR_IMAGE *&image, int32_t) { choices->pick(operators).undo(image); }};
+
+void operate(ZOR_IMAGE *&image) {
+    const int32_t y = choices->roll(10) - 1;
+    const auto call = static_cast<size_t>(choices->roll(14));
+    if (call < std::size(calls))
+        calls[call](image, y);
+    else
         choices->pick(operators).push(image, *choices);
-    }
 }
 
 // Those whose driver cannot close them: they stay, and are freed when the library is down.

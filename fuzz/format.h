@@ -1,9 +1,7 @@
 // format.h - the library with one format, whose module is part of the program.
 #pragma once
 
-#include <cstdlib>
-#include <string>
-
+#include "support/info.h"
 #include "watch.h"
 #include "zor/driver.h"
 
@@ -27,16 +25,10 @@ bool start_format() {
 }
 
 // A request for a file of that name as it stands.
-struct Request : ZOR_INFO {
-    Request(const std::string &path, const char *format) : ZOR_INFO() {
-        ZOR_info_init(this);
-        file_name = STR_save(path.c_str());
-        key = STR_save(format);
+struct Request : Info {
+    Request(const std::string &path, const char *format) : Info(path.c_str(), format) {
         complete_path = 1;
     }
-    ~Request() { ZOR_info_cleanup(this, 1); }
-    Request(const Request &) = delete;
-    Request &operator=(const Request &) = delete;
 };
 
 // A status is 0 or a failure that was reported, and left in zor__err.

@@ -8,8 +8,6 @@
 #include "format.h"
 #include "samples.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
-
 namespace {
 
 constexpr char key[] = FUZZ_KEY;

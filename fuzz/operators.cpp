@@ -9,8 +9,6 @@
 #include "samples.h"
 #include "zor/clr.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
-
 namespace {
 
 constexpr char key[] = "rows";

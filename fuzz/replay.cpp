@@ -1,15 +1,12 @@
 // replay.cpp - runs a fuzz target on saved inputs, all files of the directories given, and on as
 // many random ones as a number among them says.
-#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <random>
 #include <vector>
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
+#include "support/files.h"
+#include "watch.h"
 
 int main(int argc, char **argv) {
     int count = 0;
@@ -24,8 +21,7 @@ int main(int argc, char **argv) {
         if (!std::filesystem::is_directory(argv[i]))
             continue;
         for (const auto &entry : std::filesystem::directory_iterator(argv[i])) {
-            std::ifstream stream(entry.path(), std::ios::binary);
-            const std::vector<char> bytes(std::istreambuf_iterator<char>(stream), {});
+            const std::string bytes = read_file(entry.path());
             // Of exactly their size, so that a read behind the end is seen.
             const std::vector<uint8_t> input(bytes.begin(), bytes.end());
             LLVMFuzzerTestOneInput(input.data(), input.size());

@@ -1,26 +1,31 @@
-// system.h - what fuzz targets ask of the operating system; system_posix.cpp and system_win32.cpp.
-// What does not work there ends the program.
+// system.h - where fuzz targets put their inputs. What does not work there ends the program.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
-#include <string>
 
-// What a block that malloc gave takes up.
-size_t block_size(void *block);
-
-// The running program, as the loader of modules knows it.
-void *this_program();
+#include "support/home.h"
 
 // Takes the home directory away, so that nobody's configuration is read.
-void leave_home();
+inline void leave_home() { set_variable("HOME", nullptr); }
 
-// Sets a variable of the environment, "NAME=value" of at most 1000 characters; always the same one.
-void set_variable(const char *assignment);
+// Puts an input into a file. Returns its name.
+inline const std::string &put_into(const std::string &name, const uint8_t *data, size_t size) {
+    std::ofstream file(name, std::ios::binary);
+    file.write(reinterpret_cast<const char *>(data), static_cast<std::streamsize>(size));
+    if (!file.flush())
+        std::abort();
+    return name;
+}
 
-// Puts an input into the configuration file of a home directory made for it, which goes when the
-// program ends.
-void put_configuration(const uint8_t *data, size_t size);
+// The configuration file of a home directory made for it, which goes when the program ends.
+inline void put_configuration(const uint8_t *data, size_t size) {
+    static const Home home;
+    put_into(home.file, data, size);
+}
 
-// Puts an input into a file, in memory where there is such a place. Returns its name.
-std::string put_file(const uint8_t *data, size_t size);
+// A file of any format.
+inline const std::string &put_file(const uint8_t *data, size_t size) {
+    static const TempDir directory;
+    static const std::string name = (directory.path / "input").string();
+    return put_into(name, data, size);
+}

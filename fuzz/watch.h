@@ -1,44 +1,26 @@
 // watch.h - what fuzz targets look at beside crashes: memory taken, and reports.
 #pragma once
 
-#include <algorithm>
-#include <cstddef>
-#include <cstdint>
 #include <cstdio>
-#include <cstdlib>
+#include <utility>
 
-#include "err/memory.h"
+#include "support/memory_watch.h"
 #include "system.h"
 #include "zor/err.h"
 
+// The target: what is run with each input.
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
+
 namespace watch {
-
-// Bytes the library has now, and the most it had since somebody set it.
-inline size_t used;
-inline size_t peak;
-
-// No block is larger: a machine with little memory. As much as there is, unless somebody sets it.
-inline size_t largest = PTRDIFF_MAX;
 
 inline bool reported; // set by every report of an error
 
-inline void *count(void *block) {
-    used += block_size(block);
-    peak = std::max(peak, used);
-    return block;
-}
-
+// The first call counts.
 inline void start() {
-    zor::set_allocator(
-        {[](size_t size) -> void * { return size <= largest ? count(std::malloc(size)) : nullptr; },
-         [](void *block, size_t size) {
-             used -= block_size(block);
-             return count(std::realloc(block, size));
-         },
-         [](void *block) {
-             used -= block_size(block);
-             std::free(block);
-         }});
+    static bool started;
+    if (std::exchange(started, true))
+        return;
+    start_counting();
     const auto note = [](const char *, int severity, const char *, ERR_OBJECT *, void *) {
         reported = reported || severity >= ERR_ERROR;
         return 0;

@@ -1,8 +1,8 @@
 // cast.cpp - all channels as 32-bit floats.
 #include <array>
-#include <bit>
 
 #include "ops/operator.h"
+#include "ops/row_kernels.h"
 #include "ops/samples.h"
 
 namespace zor {
@@ -11,41 +11,18 @@ namespace {
 
 // Converts one row.
 //   scale  1 / the largest value of a sample
-//   table  light for each byte, or null
-using Convert = void (*)(float *to, const void *from, int32_t width, double scale,
-                         const float *table);
+using Convert = RowKernels::ToFloats;
 
-template<class Sample>
-void divide(float *to, const void *from, int32_t width, double scale, const float * /*table*/) {
-    const auto *samples = static_cast<const Sample *>(from);
+void divide_words(float *to, const void *from, int32_t width, double scale) {
+    const auto *samples = static_cast<const uint32_t *>(from);
     for (int32_t x = 0; x < width; ++x)
         to[x] = static_cast<float>(static_cast<double>(samples[x]) * scale);
 }
 
-// The same for bytes, to the last bit, in floats. The scale is a sum whose larger part has 16 bits:
-// products with it are exact, and those with the smaller one too small for their rounding to count.
-void divide_bytes(float *to, const void *from, int32_t width, double scale,
-                  const float * /*table*/) {
-    const auto *samples = static_cast<const uint8_t *>(from);
-    const auto bits = std::bit_cast<uint32_t>(static_cast<float>(scale));
-    const auto large = std::bit_cast<float>(bits & 0xFFFFFF00U);
-    const auto small = static_cast<float>(scale - static_cast<double>(large));
-    for (int32_t x = 0; x < width; ++x) {
-        const auto sample = static_cast<float>(samples[x]);
-        to[x] = sample * large + sample * small;
-    }
-}
-
-void narrow(float *to, const void *from, int32_t width, double /*scale*/, const float * /*table*/) {
+void narrow(float *to, const void *from, int32_t width, double /*scale*/) {
     const auto *samples = static_cast<const double *>(from);
     for (int32_t x = 0; x < width; ++x)
         to[x] = static_cast<float>(samples[x]);
-}
-
-void look_up(float *to, const void *from, int32_t width, double /*scale*/, const float *table) {
-    const auto *samples = static_cast<const uint8_t *>(from);
-    for (int32_t x = 0; x < width; ++x)
-        to[x] = table[samples[x]];
 }
 
 struct FreeGammaTable {
@@ -59,8 +36,9 @@ struct Cast {
     std::array<ZOR_CHANNELS, num_groups> groups = {};
     int32_t width = 0;
     std::array<Convert, num_groups> convert = {}; // null: floats, or no channels
-    std::unique_ptr<float, FreeGammaTable> table;
+    std::unique_ptr<float, FreeGammaTable> table; // for colours that are bytes; null: convert
     Channels floats;
+    const RowKernels *kernels = &row_kernels();
     Owned<void *> handed_out; // rows of floats, and of the layer below where those are floats
 
     void read(int y, void **&rows) const;
@@ -78,8 +56,11 @@ void Cast::read(int /*y*/, void **&rows) const {
                                  ? 1.0 / max_value[static_cast<size_t>(groups[g].bits)]
                                  : 1.0;
         for (int32_t k = last; k >= first; --k) {
-            if (convert[g] != nullptr)
-                convert[g](samples<float>(floats.get(), k), rows[k], width, scale, table.get());
+            if (g == COLOUR && table != nullptr)
+                kernels->look_up_floats(samples<float>(floats.get(), k), rows[k], width,
+                                        table.get());
+            else if (convert[g] != nullptr)
+                convert[g](samples<float>(floats.get(), k), rows[k], width, scale);
             handed_out.get()[k] = convert[g] != nullptr ? floats.get()[k] : rows[k];
         }
         first = last + 1;
@@ -95,9 +76,11 @@ Convert choose_convert(const ZOR_CHANNELS &group) {
         return &narrow;
     return choose_by_sample(group, []<class Sample>(Sample) -> Convert {
         if constexpr (sizeof(Sample) == 1)
-            return &divide_bytes;
+            return row_kernels().bytes_to_floats;
+        else if constexpr (sizeof(Sample) == 2)
+            return row_kernels().words_to_floats;
         else
-            return &divide<Sample>;
+            return &divide_words;
     });
 }
 
@@ -119,7 +102,6 @@ bool prepare(Cast &cast, const ZOR_IMAGE_DESC &desc) {
     // Wider colours keep the values they have, although the gamma becomes 1 for them too.
     if (cast.convert[COLOUR] != nullptr && is_integer(desc.image) && desc.image.bits == 8 &&
         desc.curve.gamma != 1.0F) {
-        cast.convert[COLOUR] = &look_up;
         cast.table.reset(ZOR_gamma_btof(static_cast<double>(desc.curve.gamma)));
         if (cast.table == nullptr)
             return false;

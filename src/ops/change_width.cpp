@@ -1,10 +1,11 @@
 // change_width.cpp - integers of another width, by a shift.
 #include <algorithm>
 #include <array>
-#include <cstring>
 
 #include "ops/operator.h"
+#include "ops/row_kernels.h"
 #include "ops/samples.h"
+#include "ops/shift_row.h"
 
 namespace zor {
 
@@ -13,30 +14,6 @@ namespace {
 // Converts a row in place, from its front; samples shrink or keep their size.
 //   shift  to the right; to the left when negative
 using Convert = void (*)(void *row, int64_t count, int32_t shift);
-
-// A few samples go to registers before they are stored, since the row's two types must not meet in
-// the loop that is vectorised.
-//   known  the shift, where that makes a faster loop; 0: any
-template<class From, class To, int known>
-void shift_row(void *row, int64_t count, int32_t shift) {
-    constexpr int64_t step = 32;
-    const auto *from = static_cast<const From *>(row);
-    auto *to = static_cast<char *>(row);
-    const int right = known != 0 ? known : std::max(shift, 0);
-    const int left = known != 0 ? 0 : std::max(-shift, 0);
-    const auto convert = [=](uint32_t sample) { return static_cast<To>(sample >> right << left); };
-    int64_t x = 0;
-    for (; x + step <= count; x += step) {
-        To converted[step];
-        for (int64_t i = 0; i < step; ++i)
-            converted[i] = convert(from[x + i]);
-        std::memcpy(to + x * static_cast<int64_t>(sizeof(To)), converted, sizeof converted);
-    }
-    for (; x < count; ++x) {
-        const To converted = convert(from[x]);
-        std::memcpy(to + x * static_cast<int64_t>(sizeof(To)), &converted, sizeof converted);
-    }
-}
 
 struct ChangeWidth {
     static constexpr Tag tag = Tag::change_width;
@@ -67,9 +44,11 @@ struct ChangeWidth {
 Convert choose_convert(const ZOR_CHANNELS &from, const ZOR_CHANNELS &to, int32_t shift) {
     return choose_by_sample(from, [&]<class From>(From) -> Convert {
         return choose_by_sample(to, [&]<class To>(To) -> Convert {
-            if constexpr (std::is_integral_v<From> && std::is_integral_v<To> &&
-                          sizeof(To) <= sizeof(From))
-                return shift == 8 ? &shift_row<From, To, 8> : &shift_row<From, To, 0>;
+            if constexpr (sizeof(From) == 2 && sizeof(To) == 1)
+                return row_kernels().narrow;
+            else if constexpr (std::is_integral_v<From> && std::is_integral_v<To> &&
+                               sizeof(To) <= sizeof(From))
+                return choose_shift_row<From, To>(shift);
             else
                 return nullptr;
         });

@@ -1,10 +1,10 @@
 // gamma.cpp - 8-bit colours from the image's response curve to another.
-#include <bit>
-#include <cstring>
+#include <algorithm>
 
 #include "curve/tables.h"
 #include "ops/color_check.h"
 #include "ops/operator.h"
+#include "ops/row_kernels.h"
 #include "ops/samples.h"
 
 namespace zor {
@@ -12,22 +12,6 @@ namespace zor {
 namespace {
 
 constexpr char gamma_name[] = "gamma correction operator";
-
-static_assert(std::endian::native == std::endian::little); // words are made of bytes here
-
-// Bytes in place, stored a word at a time.
-void correct(uint8_t *row, int32_t count, const uint8_t *table) {
-    constexpr int32_t block = sizeof(size_t);
-    int32_t x = 0;
-    for (; x + block <= count; x += block) {
-        size_t word = 0;
-        for (int32_t i = 0; i < block; ++i)
-            word |= size_t{table[row[x + i]]} << 8 * i;
-        std::memcpy(row + x, &word, sizeof word);
-    }
-    for (; x < count; ++x)
-        row[x] = table[row[x]];
-}
 
 // Light to bytes in the front of the same row. Bytes never overtake the samples they come from.
 //   last  entry of the table, for light beyond it
@@ -58,6 +42,7 @@ struct Gamma {
     Owned<uint8_t> for_bytes; // 256 entries of each of its channels where it has fewer; else null
     ZOR_RESPONSE_CURVE curve = {}; // of the image before
     Store store = nullptr;
+    const RowKernels *kernels = &row_kernels();
 
     void read(int y, void **&rows) const;
     void **write(int y, void **rows) const;
@@ -74,7 +59,7 @@ struct Gamma {
 
 void Gamma::read(int /*y*/, void **&rows) const {
     for (int32_t k = channels - 1; k >= 0; --k)
-        correct(samples<uint8_t>(rows, k) + part.offset, part.count, table_for(k));
+        kernels->look_up(samples<uint8_t>(rows, k) + part.offset, part.count, table_for(k));
 }
 
 void **Gamma::write(int y, void **rows) const {

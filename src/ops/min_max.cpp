@@ -60,9 +60,10 @@ ZOR_IMAGE *ZOR__min_max(ZOR_IMAGE *image, const ZOR_RANGE *const ranges[3]) {
             continue;
         const double low = ranges[g]->low;
         const double largest = largest_value(groups[g]);
-        record->groups[g].params = {low * largest, ranges[g]->high - low, largest};
-        record->groups[g].work = choose_by_sample(
-            groups[g], []<class Sample>(Sample) -> MinMax::Work { return &stretch_row<Sample>; });
+        record->set_work(g, groups[g], {low * largest, ranges[g]->high - low, largest},
+                         choose_by_sample(groups[g], []<class Sample>(Sample) -> MinMax::Work {
+                             return &stretch_row<Sample>;
+                         }));
     }
     return install(image, std::move(record));
 }

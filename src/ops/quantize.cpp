@@ -7,6 +7,7 @@
 
 #include "ops/operator.h"
 #include "ops/power_table.h"
+#include "ops/row_kernels.h"
 #include "ops/samples.h"
 #include "zor/fmt.h"
 
@@ -26,60 +27,60 @@ struct Encode {
 
 // Converts one row.
 //   largest  value of the integers
-//   encode   makes codes of light, or null
-using Convert = void (*)(void *to, const void *from, int32_t width, double largest,
-                         const Encode *encode);
-
-// 0 for NaN. In the type that there is, of which more fit in a register.
-template<class Float>
-Float clamp_to_unit(Float value) {
-    const Float positive = value > 0 ? value : 0;
-    return positive < 1 ? positive : 1;
-}
+using Convert = RowKernels::FromFloats;
+using EncodeRow = void (*)(void *to, const void *from, int32_t width, double largest,
+                           const Encode &encode);
 
 template<class Float, class Integer>
-void round_row(void *to, const void *from, int32_t width, double largest,
-               const Encode * /*encode*/) {
+void round_row(void *to, const void *from, int32_t width, double largest) {
     const auto *floats = static_cast<const Float *>(from);
     auto *integers = static_cast<Integer *>(to);
     for (int32_t x = 0; x < width; ++x)
-        integers[x] =
-            truncate_to<Integer>(static_cast<double>(clamp_to_unit(floats[x])) * largest + 0.5);
+        integers[x] = round_unit<Integer>(floats[x], largest);
 }
 
 template<class Float, class Integer>
-void encode_row(void *to, const void *from, int32_t width, double largest, const Encode *encode) {
+void encode_row(void *to, const void *from, int32_t width, double largest, const Encode &encode) {
     const auto *floats = static_cast<const Float *>(from);
     auto *integers = static_cast<Integer *>(to);
     for (int32_t x = 0; x < width; ++x) {
         const auto light = static_cast<float>(clamp_to_unit(floats[x]));
-        integers[x] = to_sample<Integer>((*encode)(light), largest);
+        integers[x] = to_sample<Integer>(encode(light), largest);
     }
 }
 
 // The other way, for writing.
 template<class Float, class Integer>
-void divide_row(void *to, const void *from, int32_t width, double largest,
-                const Encode * /*encode*/) {
+void divide_row(void *to, const void *from, int32_t width, double largest) {
     const auto *integers = static_cast<const Integer *>(from);
     auto *floats = static_cast<Float *>(to);
     for (int32_t x = 0; x < width; ++x)
         floats[x] = static_cast<Float>(static_cast<double>(integers[x]) / largest);
 }
 
-enum class Way { round, encode, divide };
+template<class Float, class Integer>
+Convert choose_round() {
+    if constexpr (std::is_same_v<Float, float> && sizeof(Integer) == 1)
+        return row_kernels().floats_to_bytes;
+    else if constexpr (std::is_same_v<Float, float> && sizeof(Integer) == 2)
+        return row_kernels().floats_to_words;
+    else
+        return &round_row<Float, Integer>;
+}
 
-Convert choose_convert(const ZOR_CHANNELS &floats, const ZOR_CHANNELS &integers, Way way) {
-    return choose_by_sample(floats, [&]<class Float>(Float) -> Convert {
-        return choose_by_sample(integers, [&]<class Integer>(Integer) -> Convert {
-            if constexpr (std::is_floating_point_v<Float> && std::is_integral_v<Integer>) {
-                if (way == Way::divide)
-                    return &divide_row<Float, Integer>;
-                return way == Way::encode ? &encode_row<Float, Integer>
-                                          : &round_row<Float, Integer>;
-            } else {
-                return nullptr;
-            }
+struct RowFunctions {
+    Convert round, divide;
+    EncodeRow encode;
+};
+
+RowFunctions choose_functions(const ZOR_CHANNELS &floats, const ZOR_CHANNELS &integers) {
+    return choose_by_sample(floats, [&]<class Float>(Float) {
+        return choose_by_sample(integers, []<class Integer>(Integer) -> RowFunctions {
+            if constexpr (std::is_floating_point_v<Float> && std::is_integral_v<Integer>)
+                return {choose_round<Float, Integer>(), &divide_row<Float, Integer>,
+                        &encode_row<Float, Integer>};
+            else
+                return {};
         });
     });
 }
@@ -92,7 +93,8 @@ struct Quantize {
     int32_t width = 0;
     std::array<Convert, num_groups> convert = {}; // null: as it is
     std::array<double, num_groups> largest = {};  // values of the integers
-    Owned<Encode> encode;                         // for colours, or null
+    EncodeRow encode_row = nullptr;               // instead of convert, for colours; or null
+    Owned<Encode> encode;                         // what it needs
     Channels converted;
     Owned<void *> handed_on; // rows of converted, and those that stay as they are
 
@@ -112,8 +114,10 @@ void **Quantize::convert_rows(void *const *rows) const {
     for (size_t g = 0; g < num_groups; ++g) {
         const int32_t end = first + groups[g].count;
         for (int32_t k = first; k < end; ++k) {
-            if (convert[g] != nullptr)
-                convert[g](converted.get()[k], rows[k], width, largest[g], encode.get());
+            if (g == COLOUR && encode_row != nullptr)
+                encode_row(converted.get()[k], rows[k], width, largest[g], *encode);
+            else if (convert[g] != nullptr)
+                convert[g](converted.get()[k], rows[k], width, largest[g]);
             handed_on.get()[k] = convert[g] != nullptr ? converted.get()[k] : rows[k];
         }
         first = end;
@@ -147,10 +151,10 @@ bool prepare(Quantize &record, const ZOR_IMAGE &image, const ZOR_IMAGE_DESC &see
     for (size_t g = 0; g < num_groups; ++g) {
         if (!is_converted(record.groups[g], targets[g]))
             continue;
-        const Way way = !reads(image)             ? Way::divide
-                        : encoding && g == COLOUR ? Way::encode
-                                                  : Way::round;
-        record.convert[g] = choose_convert(record.groups[g], integers[g], way);
+        const RowFunctions functions = choose_functions(record.groups[g], integers[g]);
+        record.convert[g] = reads(image) ? functions.round : functions.divide;
+        if (encoding && g == COLOUR)
+            record.encode_row = functions.encode;
         record.largest[g] = largest_value(integers[g]);
     }
     if (encoding) {

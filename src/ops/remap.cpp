@@ -79,8 +79,8 @@ ZOR_IMAGE *ZOR__remap(ZOR_IMAGE *image, const ZOR_RANGE *const ranges[3]) {
     // One line more than the active window has: pictures look as they always did.
     record->last_line = part.top < std::numeric_limits<int32_t>::max() ? part.top + 1 : part.top;
     for (size_t g = 0; g < num_groups; ++g) {
-        record->groups[g].params = wanted[g];
-        record->groups[g].work = ranges[g] != nullptr ? choose_work(groups[g]) : nullptr;
+        if (ranges[g] != nullptr)
+            record->set_work(g, groups[g], wanted[g], choose_work(groups[g]));
     }
     return install(image, std::move(record));
 }

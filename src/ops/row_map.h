@@ -2,14 +2,16 @@
 //
 //     using Halve = RowMap<Tag::scale, HalveParams>;
 //     RecordPtr<Halve> record = new_row_map<Halve>(desc);
-//     record->groups[COLOUR].work = &halve_row<uint8_t>;    // null: the group stays as it is
+//     record->set_work(COLOUR, desc.image, params, &halve_row<uint8_t>); // else it stays as it is
 //     return install(image, std::move(record));
 #pragma once
 
 #include <array>
 #include <cstdint>
+#include <numeric>
 
 #include "ops/operator.h"
+#include "ops/row_kernels.h"
 #include "ops/samples.h"
 
 namespace zor {
@@ -23,8 +25,10 @@ struct RowMap {
     struct GroupMap {
         Params params;
         int32_t num_channels;
-        Work work;
+        Work work;       // null: the group stays as it is
         int32_t per_row; // channels interleaved in a row
+        bool by_table;   // of what the work makes of each byte, which is faster
+        std::array<uint8_t, 256> table;
     };
 
     OperatorHead head;
@@ -32,6 +36,19 @@ struct RowMap {
     int32_t count, offset;         // pixels of a row that are mapped
     int32_t first_line, last_line; // lines that are
     std::array<GroupMap, num_groups> groups;
+
+    const RowKernels *kernels;
+
+    void set_work(size_t g, const ZOR_CHANNELS &channels, const Params &params, Work work) {
+        GroupMap &group = groups[g];
+        group.params = params;
+        group.work = work;
+        group.by_table = work != nullptr && is_integer(channels) && channels.bits <= 8;
+        if (!group.by_table)
+            return;
+        std::iota(group.table.begin(), group.table.end(), uint8_t{0});
+        work(group.table.data(), 0, int64_t{256}, params);
+    }
 
     void read(int y, void **&rows) const { map(y, rows); }
     void **write(int y, void **rows) const {
@@ -49,8 +66,13 @@ private:
             const int32_t end = first + group.num_channels;
             const int64_t per_row = group.per_row;
             if (group.work != nullptr) {
-                for (int32_t k = first; k < end; k += group.per_row)
-                    group.work(rows[k], offset * per_row, count * per_row, group.params);
+                for (int32_t k = first; k < end; k += group.per_row) {
+                    if (group.by_table)
+                        kernels->look_up(samples<uint8_t>(rows, k) + offset * per_row,
+                                         count * per_row, group.table.data());
+                    else
+                        group.work(rows[k], offset * per_row, count * per_row, group.params);
+                }
             }
             first = end;
         }
@@ -63,6 +85,7 @@ RecordPtr<Map> new_row_map(const ZOR_IMAGE_DESC &desc) {
     RecordPtr<Map> map = new_record<Map>();
     if (map == nullptr)
         return map;
+    map->kernels = &row_kernels();
     map->win_left = desc.win_left;
     map->win_right = desc.win_right;
     map->win_bottom = map->first_line = desc.win_bottom;

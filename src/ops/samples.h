@@ -73,6 +73,18 @@ Sample to_sample(double value, double largest) {
     return truncate_to<Sample>((positive < largest ? positive : largest) + 0.5);
 }
 
+// A float as an integer sample: clamped to [0, 1], 0 for NaN, in the type that there is, of which
+// more fit in a register; times the largest sample and rounded.
+template<class Float>
+Float clamp_to_unit(Float value) {
+    const Float positive = value > 0 ? value : 0;
+    return positive < 1 ? positive : 1;
+}
+template<class Integer, class Float>
+Integer round_unit(Float value, double largest) {
+    return truncate_to<Integer>(static_cast<double>(clamp_to_unit(value)) * largest + 0.5);
+}
+
 // The active window as rows see it: so many samples from an offset on, in so many lines.
 struct ActivePart {
     int32_t bottom, top;

@@ -52,9 +52,10 @@ ZOR_IMAGE *ZOR__scale(ZOR_IMAGE *image, const float factors[3]) {
     for (size_t g = 0; g < num_groups; ++g) {
         if (factors[g] == 1.0F)
             continue;
-        record->groups[g].params = {factors[g], largest_value(groups[g])};
-        record->groups[g].work = choose_by_sample(
-            groups[g], []<class Sample>(Sample) -> Scale::Work { return &scale_row<Sample>; });
+        record->set_work(g, groups[g], {factors[g], largest_value(groups[g])},
+                         choose_by_sample(groups[g], []<class Sample>(Sample) -> Scale::Work {
+                             return &scale_row<Sample>;
+                         }));
     }
     return install(image, std::move(record));
 }

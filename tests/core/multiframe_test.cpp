@@ -30,9 +30,9 @@ protected:
     std::string path(const char *name) {
         return (directory.path / (std::string(name) + ".reel")).string();
     }
-    ZOR_IMAGE *open(const char *name, ZOR_CAP_SETTING **settings = nullptr) {
+    ZOR_IMAGE *open(const char *name, ZOR_CAP_SETTING **with = nullptr) {
         Info info(path(name).c_str());
-        info.cap_settings = settings;
+        info.cap_settings = with;
         return info.open("r");
     }
     // Whether the file was opened for it.
@@ -47,6 +47,8 @@ protected:
         std::filesystem::last_write_time(path(name), time + std::chrono::seconds(10));
     }
 
+    ZOR_CAP_SETTING chosen = {0, 0, {1}};
+    ZOR_CAP_SETTING *settings[2] = {&chosen, nullptr};
     const TempDir directory;
     Library library{"reel", "tape"};
     TapeState &reel = *library.variable<TapeState>(0, "tape_state");
@@ -106,19 +108,17 @@ TEST_F(MultiFrame, ShareOneHandle) {
 }
 
 TEST_F(MultiFrame, TellRequestsApart) {
-    ZOR_CAP_SETTING chosen = {0, 0, {1}};
     ZOR_CAP_SETTING more = {1, 0, {0}};
-    ZOR_CAP_SETTING *one[] = {&chosen, nullptr};
     ZOR_CAP_SETTING *both[] = {&chosen, &more, nullptr};
     Info info(path("a").c_str(), "reel");
     info.complete_path = 1;
-    ZOR_IMAGE *images[] = {open("a"), open("a", one), open("a", both), info.open("r")};
+    ZOR_IMAGE *images[] = {open("a"), open("a", settings), open("a", both), info.open("r")};
     EXPECT_EQ(reel.opens, 4);
     for (ZOR_IMAGE *image : images)
         ZOR_close(image);
     info.complete_path = 0;
     EXPECT_EQ(info.open("r"), images[0]) << "the key is the one that was found";
-    EXPECT_EQ(open("a", one), images[1]);
+    EXPECT_EQ(open("a", settings), images[1]);
     chosen.value.number = 2; // the list is the application's again: the handle has a copy
     EXPECT_EQ(images[1]->cap_settings[0]->value.number, 1);
     info.key[0] = 'x';
@@ -147,8 +147,6 @@ TEST_F(MultiFrame, AreOpenedAfreshWhenTheFileChanged) {
 }
 
 TEST_F(MultiFrame, AreReopenedForASeek) {
-    ZOR_CAP_SETTING chosen = {0, 0, {1}};
-    ZOR_CAP_SETTING *settings[] = {&chosen, nullptr};
     ZOR_IMAGE *image = open("a", settings);
     const auto rewind = [&image] { return ZOR_seek(&image, tape_bottom) + ZOR_seek(&image, -1); };
     void **rows;

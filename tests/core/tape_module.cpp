@@ -1,8 +1,8 @@
 // tape_module.cpp - a driver for tests: lines come strictly in file order, and each holds its own
 // number. The file's name picks what it is like: "rising" for that order, "below" for lines from -5
-// to 5, "refused" for a failing open, "huge" and "empty" for windows that cannot be, "plays" for
-// frames and playback, "stuck" for no close function. The module is built a second time as "reel",
-// whose files hold frames: the lines of those named "any" come in any order.
+// to 5, "refused" for a failing open, "plays" for frames and playback, "stuck" for no close.
+// The module is built a second time as "reel", whose files hold frames: the lines of those named
+// "any" come in any order.
 #include <cstring>
 
 #include <zor/driver.h>
@@ -82,10 +82,6 @@ int imageReadOpen(ZOR_IMAGE *image) {
     desc->orientation = is_named(image, "rising") ? ZOR_ORIENTATION_RISING : 0;
     if (imageWriteOpen(image) == 0)
         return 0;
-    if (is_named(image, "huge"))
-        desc->win_top = INT32_MAX;
-    if (is_named(image, "empty"))
-        desc->win_right = -1;
     image->num_frames = TAPE_FRAMES;
     if (is_named(image, "stuck"))
         image->close = nullptr;

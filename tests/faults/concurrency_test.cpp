@@ -6,9 +6,9 @@
 #include <thread>
 
 #include "loader/loader.h"
-#include "platform/platform.h"
 #include "support/driver_test.h"
 #include "support/files.h"
+#include "support/library_lock.h"
 #include "zor/ops.h"
 #include "zor/str.h"
 
@@ -27,19 +27,12 @@ protected:
     static int move(ZOR_IMAGE *image) {
         if (image == nullptr)
             return -1;
-        const ZOR_IMAGE_DESC &desc = *ZOR_image_desc(image, 0);
         int status = 0;
-        for (int i = 0; i < height && status == 0; ++i) {
-            const int y = (desc.orientation & ZOR_ORIENTATION_RISING) != 0 ? i : height - 1 - i;
-            Rows expected(desc, y, false);
-            void **rows = nullptr;
-            const bool writing = image->mode == ZOR_MODE_WRITE;
-            status = writing ? ZOR_scan_write(image, y, expected.pointers.data())
-                             : ZOR_scan_read(image, y, &rows);
-            if (!writing && status == 0) {
-                EXPECT_EQ(std::memcmp(rows[2], expected.pointers[2], expected.bytes[2].size()), 0);
-            }
-        }
+        for (const int y : lines(image->images[0]))
+            if (status == 0 && image->mode == ZOR_MODE_WRITE)
+                status = DriverTest::write(image, 0, y);
+            else if (status == 0)
+                status = reads_back(image, 0, y) ? 0 : ZOR_E_READ;
         const int closed = ZOR_close(image);
         return status != 0 ? status : closed;
     }
@@ -92,13 +85,7 @@ TEST_F(Concurrency, HandlersRunWithoutTheLibrarysLock) {
     ERR_dcl_handler(
         nullptr,
         [](const char *, int, const char *, ERR_OBJECT *, void *) {
-            std::thread([] {
-                auto *mutex = zor::platform::library_mutex();
-                const bool is_free = zor::platform::mutex_try_lock(mutex);
-                EXPECT_TRUE(is_free);
-                if (is_free)
-                    zor::platform::mutex_unlock(mutex);
-            }).join();
+            EXPECT_TRUE(library_lock_is_free());
             ++calls;
             return 1;
         },

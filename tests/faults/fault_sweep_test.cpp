@@ -8,14 +8,13 @@
 #include <functional>
 #include <set>
 #include <span>
-#include <thread>
 
 #include "faults/streams.h"
 #include "loader/loader.h"
-#include "platform/platform.h"
 #include "support/driver_test.h"
 #include "support/fault.h"
 #include "support/home.h"
+#include "support/library_lock.h"
 #include "zor/clr.h"
 #include "zor/convert_image.h"
 #include "zor/fmt.h"
@@ -27,6 +26,11 @@ struct Outcome {
     int status;
     std::string made; // what came of it, when all is said to be well; a hash when it is long
 
+    // The first failure counts.
+    bool then(int next) {
+        status = status == 0 ? next : status;
+        return status == 0;
+    }
     void add(const std::string &more) {
         made += more.size() < 100 ? more : std::to_string(std::hash<std::string>()(more)) + " ";
     }
@@ -84,14 +88,7 @@ protected:
             EXPECT_FALSE(log.reports.empty());
         }
         EXPECT_EQ(watch.live(), 0);
-        // Another thread finds the library's lock free.
-        std::thread([] {
-            auto *mutex = zor::platform::library_mutex();
-            const bool is_free = zor::platform::mutex_try_lock(mutex);
-            EXPECT_TRUE(is_free);
-            if (is_free)
-                zor::platform::mutex_unlock(mutex);
-        }).join();
+        EXPECT_TRUE(library_lock_is_free());
     }
 
     // A request, complete before anything fails.
@@ -107,10 +104,6 @@ protected:
         }
     };
 
-    static int line(const ZOR_IMAGE *image, int i) {
-        return (image->images[0].orientation & ZOR_ORIENTATION_RISING) != 0 ? i : height - 1 - i;
-    }
-
     // Writes all frames or sub-images of a picture. Closing must not say that a lost file is fine,
     // and what is refused leaves none.
     Outcome write(Picture &picture, int frames, const std::string &file) {
@@ -119,19 +112,16 @@ protected:
         EXPECT_TRUE(image != nullptr || !std::filesystem::exists(file));
         if (image == nullptr)
             return {zor__err, ""};
-        int status = 0;
-        for (int frame = 0; frame < std::max(frames, 1) && status == 0; ++frame) {
-            status = frames > 0 ? ZOR_set_frame(image, frame + 1) : 0;
+        Outcome outcome = {0, ""};
+        for (int frame = 0; frame < std::max(frames, 1) && outcome.status == 0; ++frame) {
+            outcome.then(frames > 0 ? ZOR_set_frame(image, frame + 1) : 0);
             for (int k = 0; k < image->num_images; ++k)
-                for (int i = 0; i < height && status == 0; ++i) {
-                    const int y = line(image, i);
-                    status = image->scan(image->data[k], y,
-                                         Rows(image->images[k], y, false).pointers.data());
-                }
+                for (const int y : lines(image->images[k]))
+                    outcome.then(outcome.status == 0 ? DriverTest::write(image, k, y) : 0);
         }
         const int closed = ZOR_close(image);
-        EXPECT_TRUE(status == 0 || closed < 0) << "closing told of nothing";
-        Outcome outcome = {status != 0 ? status : closed, ""};
+        EXPECT_TRUE(outcome.status == 0 || closed < 0) << "closing told of nothing";
+        outcome.then(closed);
         outcome.add(file.empty() ? "" : without_elapsed(read_file(file)));
         return outcome;
     }
@@ -144,38 +134,33 @@ protected:
         return bytes;
     }
 
+    // Reads them, the first line of each twice.
     Outcome read(Picture &picture, int frames) {
         ZOR_IMAGE *image = picture.open("r");
         if (image == nullptr)
             return {zor__err, ""};
         Outcome outcome = {0, ""};
         for (int frame = 0; frame < std::max(frames, 1) && outcome.status == 0; ++frame) {
-            outcome.status = frames > 0 ? ZOR_set_frame(image, frame + 1) : 0;
+            outcome.then(frames > 0 ? ZOR_set_frame(image, frame + 1) : 0);
             for (int k = 0; k < image->num_images; ++k)
-                for (int i = 0; i <= height && outcome.status == 0; ++i) { // the first line again
-                    const int y = line(image, i % height);
-                    if (i == height && k == 0)
-                        outcome.status = ZOR_seek(&image, y);
-                    void **rows = nullptr;
+                for (int i = 0; i <= height && outcome.status == 0; ++i) {
+                    const int y = lines(image->images[k])[static_cast<size_t>(i % height)];
+                    outcome.then(i == height && k == 0 ? ZOR_seek(&image, y) : 0);
                     if (image == nullptr)
                         return outcome;
-                    if (outcome.status == 0)
-                        outcome.status = k == 0 ? ZOR_scan_read(image, y, &rows)
-                                                : image->scan(image->data[k], y,
-                                                              reinterpret_cast<void **>(&rows));
+                    void **rows = nullptr;
+                    if (outcome.status != 0 || !outcome.then(DriverTest::read(image, k, y, rows)))
+                        break;
                     const ZOR_IMAGE_DESC &desc = image->images[k];
-                    const int colours = desc.image.count;
-                    for (int c = 0; c < colours + desc.matte.count && outcome.status == 0; ++c)
+                    for (int c = 0; c < desc.image.count + desc.matte.count; ++c)
                         outcome.add({static_cast<char *>(rows[c]), width});
                 }
         }
         ZOR_INFO copy;
-        if (outcome.status == 0)
-            outcome.status = ZOR_info_from_image(&copy, image);
-        if (outcome.status == 0)
+        if (outcome.status == 0 && outcome.then(ZOR_info_from_image(&copy, image)))
             ZOR_info_cleanup(&copy, 1);
-        const int closed = ZOR_close(image);
-        return {outcome.status != 0 ? outcome.status : closed, outcome.made};
+        outcome.then(ZOR_close(image));
+        return outcome;
     }
 
     const Home home_;
@@ -224,8 +209,10 @@ TEST_F(FaultSweep, WholeFramesByThreads) {
     std::string samples(size_t{4} * wide * high, '\0');
     const auto move = [&](const char *mode) {
         ZOR_IMAGE *image = picture.open(mode);
-        Outcome outcome = {image != nullptr ? 0 : zor__err, ""};
-        for (int k = 0; image != nullptr && k < 2 && outcome.status == 0; ++k) {
+        if (image == nullptr)
+            return Outcome{zor__err, ""};
+        Outcome outcome = {0, ""};
+        for (int k = 0; k < 2 && outcome.status == 0; ++k) {
             ZOR_PLANE planes[4] = {};
             for (size_t c = 0; c < 4; ++c)
                 planes[c].samples = samples.data() + c * wide * high;
@@ -233,19 +220,17 @@ TEST_F(FaultSweep, WholeFramesByThreads) {
             if (*mode == 'r')
                 samples.assign(samples.size(), 'x');
             const std::string before = samples;
-            outcome.status =
-                *mode == 'r' ? ZOR_raster_read(image, &raster) : ZOR_raster_write(image, &raster);
+            outcome.then((*mode == 'r' ? ZOR_raster_read : ZOR_raster_write)(image, &raster));
             EXPECT_TRUE(outcome.status != ZOR_E_MEMORY || samples == before);
             outcome.add(samples);
         }
-        const int closed = image != nullptr ? ZOR_close(image) : 0;
-        return Outcome{outcome.status != 0 ? outcome.status : closed, outcome.made};
+        outcome.then(ZOR_close(image));
+        return outcome;
     };
     const auto writing = [&] {
         for (size_t i = 0; i < samples.size(); ++i)
             samples[i] = static_cast<char>(i * i / 900);
-        const Outcome outcome = move("w");
-        return Outcome{outcome.status, outcome.status == 0 ? without_elapsed(read_file(file)) : ""};
+        return Outcome{move("w").status, without_elapsed(read_file(file))};
     };
     sweep(writing);
     ASSERT_EQ(writing().status, 0);

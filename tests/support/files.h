@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <random>
 #include <string>
 
 #include "support/system.h"
@@ -24,7 +25,10 @@ struct TempDir {
         const std::filesystem::path memory = "/dev/shm";
         const bool has_memory = std::filesystem::is_directory(memory);
         const auto place = has_memory ? memory : std::filesystem::temp_directory_path();
-        path = make_directory((place / "zor-test-").string());
+        std::random_device random;
+        do
+            path = place / ("zor-test-" + std::to_string(random()));
+        while (!std::filesystem::create_directory(path));
     }
     ~TempDir() { std::filesystem::remove_all(path); }
     TempDir(TempDir &&) = delete;

@@ -1,6 +1,7 @@
 // system.h - what tests ask of the operating system; system_posix.cpp and system_win32.cpp.
 #pragma once
 
+#include <cstddef>
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -8,8 +9,8 @@
 // Sets an environment variable of this process; null removes it.
 void set_variable(const char *name, const char *value);
 
-// Makes an empty directory whose path starts with that prefix.
-std::string make_directory(const std::string &prefix);
+// What a block that malloc gave takes up; 0 for none.
+size_t block_size(void *block);
 
 // Turns the standard output to an open file for a scope.
 class Redirected {

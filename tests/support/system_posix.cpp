@@ -1,22 +1,32 @@
 // system_posix.cpp - system.h for POSIX systems.
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <malloc.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
+#include <map>
+#include <memory>
 
 #include "support/system.h"
 
+// The environment keeps what it is given, and setenv every value there ever was.
 void set_variable(const char *name, const char *value) {
-    value != nullptr ? setenv(name, value, 1) : unsetenv(name);
+    static auto &kept = *new std::map<std::string, std::unique_ptr<char[]>>;
+    if (value == nullptr) {
+        unsetenv(name);
+        return;
+    }
+    const std::string assignment = std::string(name) + '=' + value;
+    auto next = std::make_unique<char[]>(assignment.size() + 1);
+    assignment.copy(next.get(), assignment.size());
+    putenv(next.get());
+    kept[name] = std::move(next);
 }
 
-std::string make_directory(const std::string &prefix) {
-    std::string name = prefix + "XXXXXX";
-    return mkdtemp(name.data()) != nullptr ? name : "";
-}
+size_t block_size(void *block) { return malloc_usable_size(block); }
 
 Redirected::Redirected(std::FILE *target) {
     std::fflush(stdout);

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <io.h>
+#include <malloc.h>
 
 #include "support/system.h"
 #include <windows.h>
@@ -13,13 +14,7 @@ void set_variable(const char *name, const char *value) {
     SetEnvironmentVariableA(name, value);
 }
 
-std::string make_directory(const std::string &prefix) {
-    for (unsigned i = 0;; ++i) {
-        std::string name = prefix + std::to_string(GetCurrentProcessId() * 1000 + i);
-        if (std::filesystem::create_directory(name))
-            return name;
-    }
-}
+size_t block_size(void *block) { return block != nullptr ? _msize(block) : 0; }
 
 Redirected::Redirected(std::FILE *target) {
     std::fflush(stdout);

@@ -37,20 +37,17 @@ constexpr RowCodec floats = {Size, encode_floats<Size>, decode_floats<Size>, siz
 
 // The codings of integers of 1, 2 and 4 bytes. Null where the processor could not run them.
 const RowCodec *integers_for(Vectors vectors) {
+    if (!has_vectors(vectors))
+        return nullptr;
     switch (vectors) {
 #ifdef ZOR_X86_VECTORS
     case Vectors::avx2:
-        return __builtin_cpu_supports("avx2") != 0 && __builtin_cpu_supports("bmi") != 0 &&
-                       __builtin_cpu_supports("bmi2") != 0 && __builtin_cpu_supports("popcnt") != 0
-                   ? avx2_integers
-                   : nullptr;
+        return avx2_integers;
     case Vectors::sse2:
-        return sse2_integers; // the library is built for processors that have them
+        return sse2_integers;
 #endif
-    case Vectors::portable:
-        return portable_integers;
     default:
-        return nullptr;
+        return portable_integers;
     }
 }
 

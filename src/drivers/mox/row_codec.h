@@ -9,6 +9,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "base/base/processor.h"
+
 namespace zor::mox {
 
 // Decoders may read this far past the end of a record and write this far past the end of a row;
@@ -45,10 +47,10 @@ struct RowCodec {
 // combination that does not exist.
 const RowCodec *row_codec(int32_t type, int32_t bits);
 
-// The versions there are. All of them give the same bytes and refuse the same records.
-enum class Vectors : uint8_t { portable, sse2, avx2 };
+using zor::Vectors; // of the versions there are
 
-// The same in a certain version; null also where the build or the processor does not have it.
+// The same in a certain version; null also where the build or the processor does not have it. All of
+// them give the same bytes and refuse the same records.
 const RowCodec *row_codec(int32_t type, int32_t bits, Vectors vectors);
 
 } // namespace zor::mox

@@ -4,15 +4,12 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cstdlib>
-#include <cstring>
 #include <string>
 #include <vector>
 
-#include "err/memory.h"
 #include "support/driver_test.h"
 #include "support/files.h"
+#include "support/memory_watch.h"
 #include "zor/driver.h"
 
 extern "C" const char *imageKey; // of the module in this executable
@@ -31,49 +28,11 @@ inline void put_text(std::string &file, size_t at, const std::string &text) {
     file.replace(at, text.size() + 1, text + '\0');
 }
 
-// The library's memory in bytes, now and at most since that was last set. Each block begins with its
-// size.
-struct MemoryWatch {
-    static constexpr size_t head = 16;
-    inline static size_t live, most;
-
-    static void *reallocate(void *block, size_t size) {
-        char *start = block != nullptr ? static_cast<char *>(block) - head : nullptr;
-        const size_t before = size_of(start);
-        start = static_cast<char *>(std::realloc(start, size + head));
-        if (start == nullptr)
-            return nullptr;
-        std::memcpy(start, &size, sizeof size);
-        live += size - before;
-        most = std::max(most, live);
-        return start + head;
-    }
-    static void release(void *block) {
-        if (block == nullptr)
-            return;
-        char *start = static_cast<char *>(block) - head;
-        live -= size_of(start);
-        std::free(start);
-    }
-    static void begin() { // for good: some blocks outlive the library
-        zor::set_allocator(
-            {[](size_t size) { return reallocate(nullptr, size); }, reallocate, release});
-    }
-
-private:
-    static size_t size_of(const char *start) {
-        size_t size = 0;
-        if (start != nullptr)
-            std::memcpy(&size, start, sizeof size);
-        return size;
-    }
-};
-
 class MoxTest : public DriverTest {
 protected:
     static void SetUpTestSuite() {
         delivered_ = 0;
-        MemoryWatch::begin();
+        watch::start_counting();
         ASSERT_EQ(ZOR_init(nullptr, next_module), 0);
     }
     static void TearDownTestSuite() { ZOR_exit(); }
@@ -88,30 +47,6 @@ protected:
         ZOR_IMAGE *image = open_bytes(bytes);
         expect(failure, image == nullptr ? zor__err : 0);
         ZOR_close(image);
-    }
-
-    // Scans of any sub-image, as operators see them. Rows that were read are scribbled on, as
-    // operators may do.
-    static int write(ZOR_IMAGE *image, int k, int y) {
-        return image->scan(image->data[k], y, Rows(image->images[k], y, false).pointers.data());
-    }
-    static int read(ZOR_IMAGE *image, int k, int y) {
-        void **rows;
-        return image->scan(image->data[k], y, reinterpret_cast<void **>(&rows));
-    }
-    static bool reads_back(ZOR_IMAGE *image, int k, int y) {
-        void **rows = nullptr;
-        bool equal = image->scan(image->data[k], y, reinterpret_cast<void **>(&rows)) == 0;
-        for (const auto &row : Rows(image->images[k], y, true).bytes) {
-            equal = equal && std::memcmp(*rows, row.data(), row.size()) == 0;
-            if (equal)
-                std::memset(*rows++, 0xAA, row.size());
-        }
-        return equal;
-    }
-    static void write_all(ZOR_IMAGE *image, int k) {
-        for (int y = image->images[k].win_bottom; y <= image->images[k].win_top; ++y)
-            ASSERT_EQ(write(image, k, y), 0);
     }
 
     const TempDir place_;

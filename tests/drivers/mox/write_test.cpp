@@ -1,6 +1,5 @@
 // write_test.cpp - MOX files as they are written, and read back.
 #include <algorithm>
-#include <numeric>
 #include <random>
 
 #include "drivers/mox/driver.h"
@@ -37,41 +36,6 @@ TEST_F(WriteTest, CopiesAreEqualByteForByte) {
     EXPECT_EQ(ZOR_close(copy), 0);
     EXPECT_EQ(read_file(file + ".copy"), small_file());
     ZOR_close(image);
-}
-
-// All storages, in files large enough to be read in several blocks.
-TEST_F(WriteTest, ReadsBackWhatItWroteInAnyOrder) {
-    std::mt19937 random(1);
-    for (const auto &[type, bits] :
-         {std::pair(1, 1), {1, 8}, {1, 9}, {1, 16}, {1, 17}, {1, 32}, {2, 32}, {3, 64}})
-        for (const int margin : {0, 5}) {
-            Request request(file);
-            ZOR_IMAGE_DESC &desc = request.add(1500, 130);
-            desc.image = {2, type, bits};
-            desc.matte = {1, ZOR_C_INTEGER, 33 - std::min(bits, 32)};
-            desc.aux = {1, 4 - type, type == 3 ? 8 : 32 * (3 - type)};
-            desc.win_left = desc.win_bottom = margin;
-            desc.act_left = desc.act_bottom = 2 * margin;
-            desc.act_right -= margin;
-            desc.act_top -= margin;
-            ZOR_IMAGE *image = request.open("w");
-            ASSERT_NE(image, nullptr) << log.text();
-            ASSERT_NO_FATAL_FAILURE(write_all(image, 0));
-            ASSERT_EQ(ZOR_close(image), 0);
-
-            image = request.open("r");
-            ASSERT_NE(image, nullptr) << log.text();
-            EXPECT_EQ(image->images[0].image.bits, bits);
-            std::vector<int> order(static_cast<size_t>(130 - margin));
-            std::iota(order.begin(), order.end(), margin);
-            for (int pass = 0; pass < 3; ++pass) {
-                for (const int y : order)
-                    EXPECT_TRUE(reads_back(image, 0, y)) << type << " " << bits << " row " << y;
-                pass == 0 ? std::reverse(order.begin(), order.end())
-                          : std::shuffle(order.begin(), order.end(), random);
-            }
-            ZOR_close(image);
-        }
 }
 
 // Sub-images take their rows in any mixture. The last one has none: it comes at the end, with a

@@ -1,14 +1,14 @@
 // pipe_test.cpp - images on the standard output: every byte of the stream.
+#include <cerrno>
+
 #include "core/registry.h"
 #include "support/driver_test.h"
 #include "support/system.h"
 
 namespace {
 
-class PipeTest : public DriverTest {
+class PipeTest : public BuiltInDriverTest {
 protected:
-    static void SetUpTestSuite() { ASSERT_EQ(ZOR_init(nullptr, nullptr), 0); }
-    static void TearDownTestSuite() { ZOR_exit(); }
     ~PipeTest() override { std::fclose(file_); }
 
     // What arrived in the file that stands for the reader.
@@ -19,9 +19,6 @@ protected:
         return bytes;
     }
 
-    static int write(ZOR_IMAGE *image, int y) {
-        return ZOR_scan_write(image, y, Rows(image->images[0], y, false).pointers.data());
-    }
     // The bytes of a scanline.
     static std::string samples(ZOR_IMAGE_DESC desc, int y) {
         desc.win_left = desc.act_left, desc.win_right = desc.act_right; // the samples' places count
@@ -58,16 +55,16 @@ TEST_F(PipeTest, TheStreamIsALineOfTextAndTheActiveSamples) {
         expected.append("before").append(text_line_end);
         for (int y = -2; y <= 2; ++y) {
             for (const int wrong : {y - 1, y + 1})
-                expect({ZOR_E_SCANLINE, ZOR_MSG_BAD_SCANLINE}, write(image, wrong));
+                expect({ZOR_E_SCANLINE, ZOR_MSG_BAD_SCANLINE}, write(image, 0, wrong));
             ASSERT_EQ(stream(), expected) << "nothing comes of lines out of order";
-            ASSERT_EQ(write(image, y), 0);
+            ASSERT_EQ(write(image, 0, y), 0);
             if (y == -2)
                 expected.append("ZORPIPE 1 12 3").append(tail);
             if (y >= desc.act_bottom && y <= desc.act_top)
                 expected += samples(desc, y);
             ASSERT_EQ(stream(), expected) << y << ": each line arrives at once";
         }
-        expect({ZOR_E_SCANLINE, ZOR_MSG_BAD_SCANLINE}, write(image, 3));
+        expect({ZOR_E_SCANLINE, ZOR_MSG_BAD_SCANLINE}, write(image, 0, 3));
         EXPECT_EQ(ZOR_close(image), 0);
         std::printf("after\n"); // the stream stays open, in the mode it was in
         std::fflush(stdout);
@@ -94,6 +91,25 @@ TEST_F(PipeTest, TheStreamsModeComesBackWithTheLastFileThatIsClosed) {
     std::fflush(stdout);
     const std::string end = text_line_end;
     EXPECT_EQ(stream(), end + "\n\n" + end + "\n\n" + end);
+}
+
+// In a child process, because what could not be written stays in the standard output.
+TEST_F(PipeTest, ABrokenStreamIsToldAtOnceAndForGood) {
+    if (*full_device == '\0')
+        GTEST_SKIP() << "no such device";
+    const auto breaks = [&] {
+        const Redirected to_device(std::fopen(full_device, "w"));
+        Request request("x.pipe");
+        request.add(4, 3);
+        ZOR_IMAGE *image = request.open("w");
+        for (int i = 0; i < 2; ++i)
+            expect({ZOR_E_WRITE, ZOR_MSG_CANNOT_WRITE_LINE}, write(image, 0, 0));
+        EXPECT_EQ(ZOR_close(image), ZOR_E_WRITE);
+        EXPECT_EQ(log.text(),
+                  std::string("Cannot write to x.pipe; ") + std::strerror(ENOSPC) + "\n");
+        std::_Exit(HasFailure() ? 1 : 0);
+    };
+    EXPECT_EXIT(breaks(), testing::ExitedWithCode(0), "");
 }
 
 TEST_F(PipeTest, OneImageIsWrittenAndNoneRead) {
