@@ -3,7 +3,7 @@
 #   scripts/faults.sh BUILD_FOLDER
 set -eu
 
-programs='base clr curve fault_sweep fmt name ops str'
+programs='base clr curve err fault_sweep fmt mox name ops str'
 log=$1/faults.log
 if ! ctest --test-dir "$1" --verbose --no-tests=error -R "^($(echo "$programs" | tr " " "|"))_test\$" >"$log" 2>&1; then
     grep -E 'Failure|FAILED|ERROR:|Test.*(Failed|Timeout)' "$log" | head -50

@@ -107,12 +107,13 @@ enum { ZOR_MODE_READ = 4, ZOR_MODE_WRITE = 8 };
  */
 
 /* Opens the file that the handle names, for the handle's mode. Windows must not be empty, nor wider
- * or higher than 31 bits tell, and the active one lies inside; -1 should not be the number of a
- * line in a file of rising order that is read in sequence, because it stands for "none yet". Counts
- * of channels are not negative, and all together no more than 31 bits tell. On
- * success it has filled in the descriptions (reading), installed scan and close and a non-null data
- * slot 0, and stored the path it opened in file_name (zor__open_file does). Returns 1, or 0 on
- * failure. */
+ * or higher than 31 bits tell, no right or top side is INT32_MAX, and the active one lies inside; -1
+ * should not be the number of a line in a file of rising order that is read in sequence, because it
+ * stands for "none yet". Counts of channels are not negative, and all together no more than 2^24. A
+ * file that is written has one image at least. On success it has filled in the descriptions
+ * (reading), installed scan and close and a non-null data slot 0, and stored the path it opened in
+ * file_name (zor__open_file does). Returns 1, or 0 on failure. What cannot be is refused and the
+ * close function called, num_images being within num_slots by then. */
 typedef int (*ZOR_OPEN_FUNCTION)(ZOR_IMAGE *image);
 
 /* Ends the file and frees everything, the handle last (zor__free_obj). Returns 0 or a negative

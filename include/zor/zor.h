@@ -176,14 +176,15 @@ ZOR_API int32_t ZOR_sample_size(int32_t type, int32_t bits);
  * ZOR_scan_write, so the handle must be of the right mode.
  *   rows  receives the address of an array with one row for each channel: rows[0][k] in the example
  *         above is channel k's row. The rows belong to the handle, may be changed, and are valid
- *         until its next scan call. Null after a failure, in most cases
+ *         until its next scan call. Null after a failure, in most cases. Must not be null itself
  * Returns 0 or a negative status, zor__err being set likewise: ZOR_MSG_BAD_SCANLINE,
  * ZOR_MSG_CANNOT_READ, ZOR_MSG_CANNOT_DECODE; ZOR_E_UNSUPPORTED without a report when the image is
  * not open for scanlines. */
 ZOR_API int ZOR_scan_read(ZOR_IMAGE *image, int32_t y, void ***rows);
 
 /* Writes scanline y.
- *   rows  one row for each channel, full window width; the library may use them as scratch space
+ *   rows  one row for each channel, full window width; the library may use them as scratch space.
+ *         Neither the array nor a row may be null
  * Returns 0 or a negative status. Data is buffered: a full disk may show only later, at the latest
  * when the image is closed. */
 ZOR_API int ZOR_scan_write(ZOR_IMAGE *image, int32_t y, void **rows);

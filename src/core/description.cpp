@@ -1,6 +1,7 @@
 // description.cpp - image descriptions: copying, completing, freeing.
 #include "core/description.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "core/channels.h"
@@ -84,6 +85,17 @@ bool has_sound_windows(const ZOR_IMAGE_DESC &desc) {
 
 namespace {
 
+// Slots and descriptions are made together. A file that is read may turn out to have no image. A
+// wrong count is put right, for whoever frees what there is.
+bool has_sound_images(ZOR_IMAGE *image, bool reads) {
+    if (image->images == nullptr)
+        image->num_images = 0;
+    if (image->num_images >= (reads ? 0 : 1) && image->num_images <= image->num_slots)
+        return true;
+    image->num_images = image->images != nullptr ? std::max(image->num_slots, 0) : 0;
+    return false;
+}
+
 // What is counted in channels, or made room for by them, must stay far from overflowing.
 bool has_sound_count(const ZOR_IMAGE_DESC &desc) {
     constexpr int64_t most_channels = int64_t{1} << 24;
@@ -93,11 +105,9 @@ bool has_sound_count(const ZOR_IMAGE_DESC &desc) {
 } // namespace
 
 int32_t check_descriptions(ZOR_IMAGE *image) {
-    if (image->images == nullptr)
-        image->num_images = 0;
-    if (image->num_images < 0 || image->num_images > image->num_slots)
-        return zor__fail(ZOR_E_UNSUPPORTED, ZOR_MSG_CANNOT_HANDLE, image->key);
     const bool reads = (image->mode & ZOR_MODE_READ) != 0;
+    if (!has_sound_images(image, reads))
+        return zor__fail(ZOR_E_UNSUPPORTED, ZOR_MSG_CANNOT_HANDLE, image->key);
     for (int32_t i = 0; i < image->num_images; ++i) {
         ZOR_IMAGE_DESC *desc = &image->images[i];
         if (!has_sound_windows(*desc))
@@ -113,8 +123,6 @@ int32_t check_descriptions(ZOR_IMAGE *image) {
 }
 
 void clear_descriptions(ZOR_IMAGE *image) {
-    if (image->num_images < 0 || image->num_images > image->num_slots)
-        image->num_images = image->num_slots; // both were made together
     for (int32_t i = 0; i < image->num_images; ++i) {
         ZOR_IMAGE_DESC *desc = &image->images[i];
         desc->win_left = desc->win_right = desc->win_bottom = desc->win_top = 0;

@@ -1,6 +1,7 @@
 // handle.cpp - image handles: what they are made of, and looking into them.
 #include "core/handle.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 
@@ -92,7 +93,8 @@ void zor__free_obj(ZOR_IMAGE *image) {
         ERR_free(image->*text.of_image);
     ERR_free(image->open_name);
     zor::free_settings(image->own_settings);
-    for (int32_t i = 0; i < ZOR_image_count(image); ++i) {
+    const int32_t count = std::min(ZOR_image_count(image), image->num_slots); // made together
+    for (int32_t i = 0; i < count; ++i) {
         zor::free_description_texts(&image->images[i]);
         ZOR_response_curve_done(&image->images[i].curve);
     }

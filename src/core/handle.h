@@ -62,9 +62,14 @@ ZOR_IMAGE *new_handle(int32_t mode);
 // what the description tells of then.
 inline bool has_operators(const ZOR_IMAGE &image) { return image.driver_state != nullptr; }
 
+// The state in a data slot; null when the driver left none, and then no function is called with it.
+inline void *slot_state(const ZOR_IMAGE &image, int32_t slot = 0) {
+    return image.data != nullptr ? image.data[slot] : nullptr;
+}
+
 // What a driver's functions get, scan apart: what it left in slot 0, where operators put their own.
 inline void *driver_state(const ZOR_IMAGE &image) {
-    return image.driver_state != nullptr ? image.driver_state : image.data[0];
+    return image.driver_state != nullptr ? image.driver_state : slot_state(image);
 }
 
 // Frees a handle that no driver has opened, lock included. Null is ignored.

@@ -116,10 +116,11 @@ int ZOR_info_from_image(ZOR_INFO *info, const ZOR_IMAGE *image) {
     zor::copy_shared_words(info, *image);
     info->first_frame = image->first_frame;
 
-    if (good && image->num_images > 0) {
-        info->images = zor::allocate<ZOR_IMAGE_DESC>(image->num_images);
+    const int32_t count = ZOR_image_count(image);
+    if (good && count > 0) {
+        info->images = zor::allocate<ZOR_IMAGE_DESC>(count);
         good = info->images != nullptr;
-        for (int32_t i = 0; good && i < image->num_images; ++i) {
+        for (int32_t i = 0; good && i < count; ++i) {
             good = zor::copy_description(&info->images[i], image->images[i]);
             info->num_images += good ? 1 : 0;
         }

@@ -59,26 +59,31 @@ KeptFile *take_out(int32_t i) {
     return file;
 }
 
-// Closes the handle for real. Whoever used it last has been told that all is well, and what the
-// present caller wants has nothing to do with it: a failure is reported but leaves no status.
-void evict(int32_t i) {
-    KeptFile *file = take_out(i);
+// Closes for real the handle of an entry that was taken out. Whoever used it last has been told that
+// all is well, and what the present caller wants has nothing to do with it: a failure is reported
+// but leaves no status.
+void close_file(KeptFile *file) {
     const int32_t before = status();
     ZOR_close_do_it(file->image);
     set_status(before);
     free_entry(file);
 }
 
+void evict(int32_t i) { close_file(take_out(i)); }
+
+// Takes out the unused entry that is oldest; null when there is none.
+KeptFile *take_unused() {
+    for (int32_t i = 0; i < cache.count(); ++i)
+        if (cache.files()[i]->uses == 0)
+            return take_out(i);
+    return nullptr;
+}
+
 // Evicts unused entries, oldest first, at most so many.
 void evict_unused(int64_t most) {
-    for (int32_t i = 0; i < cache.count() && most > 0;) {
-        if (cache.files()[i]->uses != 0) {
-            ++i;
-            continue;
-        }
-        evict(i);
-        --most;
-    }
+    KeptFile *file = nullptr;
+    for (; most > 0 && (file = take_unused()) != nullptr; --most)
+        close_file(file);
 }
 
 // Drops all entries without closing their handles, and the room for them.
@@ -141,8 +146,12 @@ bool multiframe_withdraw(const ZOR_IMAGE *image) {
 }
 
 void multiframe_shut() {
-    const Lock lock(library_mutex());
-    evict_unused(cache.count());
+    const auto next = [] {
+        const Lock lock(library_mutex());
+        return take_unused();
+    };
+    while (KeptFile *file = next())
+        close_file(file); // what is reported comes when the lock is free
     ZOR_multiframe_init();
 }
 

@@ -37,8 +37,9 @@ int forward(ZOR_IMAGE *image, Function ZOR_IMAGE::*function, Moves moves, Refusa
         return zor::set_status(ZOR_E_UNSUPPORTED);
     // Operators have settled for the description of the frame they were pushed on.
     const bool stays = moves == Moves::yes && zor::has_operators(*image);
-    if (image->*function != nullptr && image->num_frames > 0 && !stays) {
-        const int result = (image->*function)(zor::driver_state(*image), words...);
+    void *state = zor::driver_state(*image);
+    if (image->*function != nullptr && image->num_frames > 0 && state != nullptr && !stays) {
+        const int result = (image->*function)(state, words...);
         return moves == Moves::yes ? settle_frame(image, result) : result;
     }
     const auto text = [](const char *given) { return given != nullptr ? given : ""; };

@@ -112,13 +112,14 @@ int move(ZOR_IMAGE *image, ZOR_RASTER *raster, int32_t mode) {
     CheckedRaster checked;
     if (const int32_t status = check_raster(*image, *raster, &checked); status != 0)
         return status;
-    void *state = image->data[checked.raster.sub_image];
+    void *state = slot_state(*image, checked.raster.sub_image);
     if (state == nullptr)
         return set_status(ZOR_E_UNSUPPORTED);
     const int result = driver(state, &checked.raster);
     image->last_scanline = -1;
-    raster->lines_done = checked.raster.lines_done;
-    return result;
+    const int32_t lines = checked.raster.top - checked.raster.bottom + 1;
+    raster->lines_done = std::clamp(checked.raster.lines_done, 0, lines);
+    return std::min(result, 0);
 }
 
 } // namespace

@@ -19,11 +19,12 @@ int transfer(ZOR_IMAGE *image, Function ZOR_IMAGE::*function, int32_t y, Call ca
     if (image == nullptr)
         return zor::set_status(ZOR_E_UNSUPPORTED);
     const Lock lock(static_cast<Mutex *>(image->lock));
-    if (image->*function == nullptr || image->data[0] == nullptr)
+    void *state = zor::slot_state(*image);
+    if (image->*function == nullptr || state == nullptr)
         return zor::set_status(ZOR_E_UNSUPPORTED);
     if (!std::is_same_v<Function, ZOR_SCAN_FUNCTION> && zor::has_operators(*image))
         return zor::set_status(ZOR_E_UNSUPPORTED);
-    const int result = call(image->*function, image->data[0]);
+    const int result = call(image->*function, state);
     if (result == 0)
         image->last_scanline = y;
     return result;
@@ -43,13 +44,14 @@ int raster(ZOR_IMAGE *image, ZOR_RASTER_FUNCTION ZOR_IMAGE::*function, Words... 
     if (image == nullptr)
         return zor::set_status(ZOR_E_UNSUPPORTED);
     Lock lock(static_cast<Mutex *>(image->lock));
-    if (image->*function == nullptr || zor::has_operators(*image)) {
+    void *state = zor::slot_state(*image);
+    if (image->*function == nullptr || state == nullptr || zor::has_operators(*image)) {
         lock.unlock();
         const auto text = [](const char *given) { return given != nullptr ? given : ""; };
         ERR_report_cat(zor__msg_cat, ZOR_MSG_NO_RASTER, text(image->file_name), text(image->key));
         return ZOR_E_UNSUPPORTED;
     }
-    const int result = (image->*function)(image->data[0], words...);
+    const int result = (image->*function)(state, words...);
     image->last_scanline = -1;
     return result;
 }

@@ -103,7 +103,8 @@ int ZOR_seek(ZOR_IMAGE **variable, int32_t target) {
         return zor::set_status(ZOR_E_UNSUPPORTED);
     if (image->seek != nullptr) {
         const zor::platform::Lock lock(static_cast<zor::platform::Mutex *>(image->lock));
-        return image->seek(zor::driver_state(*image), target);
+        void *state = zor::driver_state(*image);
+        return state != nullptr ? image->seek(state, target) : zor::set_status(ZOR_E_UNSUPPORTED);
     }
     constexpr int32_t random_read = ZOR_ACCESS_READ | ZOR_ACCESS_RANDOM_READ;
     if (image->format != nullptr && (image->format->access & random_read) == random_read)

@@ -81,10 +81,10 @@ public:
     bool push(Step step, Operator *push_operator, const Arguments &...arguments) {
         constexpr int32_t untouched = 1;
         const int32_t status_before = status();
-        const void *before = image_->data[0];
+        const void *before = slot_state(*image_);
         set_status(untouched);
         push_operator(image_, arguments...);
-        record_->done[step] = image_->data[0] != before ? 1 : 0;
+        record_->done[step] = slot_state(*image_) != before ? 1 : 0;
         const bool failed = status() == ZOR_E_MEMORY;
         if (status() == untouched)
             set_status(status_before);

@@ -34,6 +34,7 @@
 #include <utility>
 
 #include "base/base/owned.h"
+#include "core/handle.h"
 #include "err/status.h"
 #include "zor/driver.h"
 #include "zor/ops.h"
@@ -192,7 +193,7 @@ int close_operator(ZOR_IMAGE *image) {
 
 // Whether there is a driver that operators can stand on. Reported where there is not.
 inline bool takes_operators(const ZOR_IMAGE &image) {
-    if (image.scan != nullptr && image.close != nullptr && image.data[0] != nullptr)
+    if (image.scan != nullptr && image.close != nullptr && slot_state(image) != nullptr)
         return true;
     zor__fail(ZOR_E_UNSUPPORTED, ZOR_MSG_CANNOT_HANDLE, image.key != nullptr ? image.key : "");
     return false;
@@ -215,7 +216,7 @@ ZOR_IMAGE *install_with(ZOR_IMAGE *image, RecordPtr<Record> record, ZOR_SCAN_FUN
 
 template<class Record>
 int undo(ZOR_IMAGE *image) {
-    if (image == nullptr || image->data[0] == nullptr)
+    if (image == nullptr || slot_state(*image) == nullptr)
         return 1;
     // Slot 0 may hold a driver's state, which has no tag: the close function tells.
     if (image->close != &close_operator<Record>)

@@ -192,10 +192,10 @@ ZOR_IMAGE *ZOR__resize(ZOR_IMAGE *image, int32_t width, int32_t height, int32_t 
         zor__fail(ZOR_E_UNSUPPORTED, ZOR_MSG_CANNOT_HANDLE, display_name);
         return image;
     }
-    const void *below = image->data[0];
+    const void *below = slot_state(*image);
     const bool was_float = is_all_float(desc);
     ZOR__cast(image);
-    const bool has_cast = image->data[0] != below;
+    const bool has_cast = slot_state(*image) != below;
     if ((was_float || has_cast) && !push(image, across, down, has_cast) && has_cast)
         ZOR__cast_undo(image);
     return image;

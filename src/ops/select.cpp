@@ -35,7 +35,7 @@ struct Select {
 ZOR_IMAGE *ZOR__select(ZOR_IMAGE *image, int32_t index) {
     using namespace zor;
     if (image == nullptr || image->num_images < 2 || index < 0 || index >= image->num_images ||
-        image->data[index] == nullptr)
+        slot_state(*image, index) == nullptr)
         return image;
     // Operators already there are about the first image, and know no other's data.
     if (index != 0 && image->driver_state != nullptr) {

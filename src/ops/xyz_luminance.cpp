@@ -47,11 +47,11 @@ ZOR_IMAGE *ZOR__xyz_luminance(ZOR_IMAGE *image, const ZOR_RESPONSE_CURVE *curve)
         return image;
     if (ZOR_color_matrix_set(3, image->primaries) != 0)
         return image;
-    void *const below = image->data[0];
+    const void *const below = slot_state(*image);
     ZOR__gamma(image, curve);
     const auto give_up = [&] {
         set_status(ZOR_E_MEMORY);
-        if (image->data[0] != below)
+        if (slot_state(*image) != below)
             ZOR__gamma_undo(image);
         return image;
     };

@@ -1,6 +1,7 @@
 // number_test.cpp - numbers as text.
 #include <cfloat>
 #include <climits>
+#include <clocale>
 #include <cmath>
 #include <gtest/gtest.h>
 
@@ -45,7 +46,10 @@ TEST(Number, PrintsLikePrintfAndStaysInTheBuffer) {
         for (const auto &[width, decimals] : {std::pair{7, 4}, {0, 0}, {40, 64}})
             for (const size_t size : {512U, 16U, 1U}) {
                 char wanted[512];
+                const std::string locale = std::setlocale(LC_NUMERIC, nullptr);
+                std::setlocale(LC_NUMERIC, "C");
                 std::snprintf(wanted, sizeof wanted, "%*.*f", width, decimals, value);
+                std::setlocale(LC_NUMERIC, locale.c_str());
                 std::vector<char> buffer(size);
                 const size_t n = zor::print_fixed(buffer.data(), size, value, width, decimals);
                 EXPECT_EQ(buffer.data(), std::string(wanted).substr(0, size - 1));

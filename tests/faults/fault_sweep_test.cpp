@@ -197,8 +197,16 @@ TEST_F(FaultSweep, FilesOfEachFormat) {
 // Only memory fails in reading: threads read below the streams.
 TEST_F(FaultSweep, WholeFramesByThreads) {
     const std::string file = path("whole.mox");
+    constexpr int wide = 2000, high = 40; // worth several threads
     Picture picture(file, "mox", 2);
-    std::string samples(size_t{4} * width * height, '\0');
+    for (int k = 0; k < 2; ++k) {
+        ZOR_IMAGE_DESC &desc = picture.info.images[k];
+        desc.win_right = desc.act_right = wide - 1;
+        desc.win_top = high - 1;
+        desc.act_bottom = 2;
+        desc.act_top = high - 2;
+    }
+    std::string samples(size_t{4} * wide * high, '\0');
     const auto move = [&](const char *mode) {
         ZOR_IMAGE *image = picture.open(mode);
         if (image == nullptr)
@@ -207,9 +215,13 @@ TEST_F(FaultSweep, WholeFramesByThreads) {
         for (int k = 0; k < 2 && outcome.status == 0; ++k) {
             ZOR_PLANE planes[4] = {};
             for (size_t c = 0; c < 4; ++c)
-                planes[c].samples = samples.data() + c * width * height;
-            ZOR_RASTER raster = {k, 0, width - 1, 0, height - 1, 2, 4, planes, 0};
+                planes[c].samples = samples.data() + c * wide * high;
+            ZOR_RASTER raster = {k, 0, wide - 1, 0, high - 1, 2, 4, planes, 0};
+            if (*mode == 'r')
+                samples.assign(samples.size(), 'x');
+            const std::string before = samples;
             outcome.then((*mode == 'r' ? ZOR_raster_read : ZOR_raster_write)(image, &raster));
+            EXPECT_TRUE(outcome.status != ZOR_E_MEMORY || samples == before);
             outcome.add(samples);
         }
         outcome.then(ZOR_close(image));

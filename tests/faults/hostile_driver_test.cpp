@@ -96,7 +96,7 @@ TEST_F(HostileDriver, DescriptionsThatCannotBeAreRefused) {
         {window(0, 7, 0, INT32_MIN), request},
         {[](ZOR_IMAGE &image) { image.images[0].act_right = 8; }, request},
         {[](ZOR_IMAGE &image) { image.num_images = -1; }, request},
-        {[](ZOR_IMAGE &image) { image.num_images = 2; }, request},
+        {[](ZOR_IMAGE &image) { image.num_images = 5; }, request},
         {colours({INT32_MAX, ZOR_C_INTEGER, 8}), request},
         {colours({-1, ZOR_C_INTEGER, 8}), type},
         {colours({3, 9, 8}), type},
@@ -116,17 +116,7 @@ TEST_F(HostileDriver, DescriptionsThatCannotBeAreRefused) {
     for (const char *mode : {"r", "w"})
         for (const auto &[with, failure] : cases) {
             SCOPED_TRACE(refused);
-            ZOR_IMAGE *image = open(
-                [&](ZOR_IMAGE &handle) {
-                    with(handle);
-                    // What was made is left alone by whoever cannot tell how many there are.
-                    if (handle.num_images != 1)
-                        handle.close = [](ZOR_IMAGE *broken) {
-                            broken->num_images = 1;
-                            return close_image(broken);
-                        };
-                },
-                mode);
+            ZOR_IMAGE *image = open(with, mode);
             expect(failure, image == nullptr ? zor__err : 0);
             EXPECT_EQ(closed, ++refused);
 
@@ -157,7 +147,6 @@ TEST_F(HostileDriver, FunctionsAreMissingAndAnswersAreOdd) {
         EXPECT_EQ(open([](ZOR_IMAGE &) {}, "w"), nullptr);
     }
     answer = 77;
-    void **rows = nullptr;
     ZOR_IMAGE *image = open([](ZOR_IMAGE &handle) {
         handle.num_frames = -1;
         handle.images[0].orientation = -1;
@@ -167,9 +156,7 @@ TEST_F(HostileDriver, FunctionsAreMissingAndAnswersAreOdd) {
     ASSERT_NE(image, nullptr) << log.text();
     EXPECT_EQ(ZOR_set_frame(image, 1), ZOR_E_UNSUPPORTED);
     EXPECT_EQ(ZOR_close(image), 0);
-    image = open([](ZOR_IMAGE &handle) { handle.data[0] = nullptr; });
-    EXPECT_EQ(ZOR_scan_read(image, 0, &rows), ZOR_E_UNSUPPORTED);
-    EXPECT_EQ(ZOR_close(image), 0);
+    EXPECT_EQ(open([](ZOR_IMAGE &handle) { handle.num_images = 0; }, "w"), nullptr);
     for (const char *mode : {"r", "w"}) { // nobody can close it
         image = open([](ZOR_IMAGE &handle) { handle.close = nullptr; }, mode);
         EXPECT_EQ(ZOR_close(image), ZOR_E_UNSUPPORTED);
@@ -185,6 +172,77 @@ TEST_F(HostileDriver, FunctionsAreMissingAndAnswersAreOdd) {
         handle.close = [](ZOR_IMAGE *opened) { return close_image(opened) - 99; };
     });
     EXPECT_EQ(ZOR_close(image), -99) << "is for the application to know";
+}
+
+template<class... Words>
+int take(void *state, Words...) {
+    return *static_cast<int *>(state);
+}
+
+// No function gets a state that is not there.
+TEST_F(HostileDriver, StatesThatAreNotThere) {
+    int (*const calls[])(ZOR_IMAGE *) = {
+        [](ZOR_IMAGE *image) {
+            void **rows;
+            return ZOR_scan_read(image, 0, &rows);
+        },
+        [](ZOR_IMAGE *image) { return ZOR_direct_scan_read(image, 0, 0, 0, 0, 0); },
+        [](ZOR_IMAGE *image) { return ZOR_get_raster(image, 0, 0, 7, 0, 3); },
+        [](ZOR_IMAGE *image) { return ZOR_get_region(image, 0, 0, 7, 0, 3); },
+        [](ZOR_IMAGE *image) {
+            ZOR_PLANE planes[3] = {};
+            ZOR_RASTER raster = {0, 0, 7, 0, 3, 1, 3, planes, 0};
+            return ZOR_raster_read(image, &raster);
+        },
+        [](ZOR_IMAGE *image) { return ZOR_seek(&image, 0); },
+        [](ZOR_IMAGE *image) { return ZOR_get_frame(image, 1); },
+        [](ZOR_IMAGE *image) { return ZOR_set_frame(image, 1); },
+        [](ZOR_IMAGE *image) { return ZOR_playback_bind(image, 0, 0); },
+        [](ZOR_IMAGE *image) { return ZOR_playback_goto(image, 0); },
+        [](ZOR_IMAGE *image) { return ZOR_playback_play(image, 0, 0, 0, 0, 0); },
+        [](ZOR_IMAGE *image) { return ZOR_playback_params(image, 0, 0, 0, 0, 0, 0, 0, 0); },
+        [](ZOR_IMAGE *image) { return ZOR_playback_stop(image, 0); },
+        [](ZOR_IMAGE *image) { return ZOR__cast(image), zor__err; }};
+    for (const bool has_slot : {true, false}) {
+        ZOR_IMAGE *image = open([=](ZOR_IMAGE &handle) {
+            handle.data[0] = nullptr;
+            handle.data = has_slot ? handle.data : nullptr;
+            handle.num_frames = 2;
+            handle.direct_scan = take;
+            handle.raster = handle.region = take;
+            zor__offer_rasters(&handle, take);
+            handle.seek = take;
+            handle.get_frame = handle.set_frame = handle.playback_goto = take;
+            handle.playback_bind = take;
+            handle.playback_play = take;
+            handle.playback_params = take;
+            handle.playback_stop = take;
+        });
+        ASSERT_NE(image, nullptr) << log.text();
+        for (size_t i = 0; i < std::size(calls); ++i)
+            EXPECT_EQ(calls[i](image), ZOR_E_UNSUPPORTED) << i;
+        EXPECT_EQ(ZOR_close(image), 0);
+    }
+}
+
+// What a driver says of whole frames is cut to what can be.
+TEST_F(HostileDriver, WholeFramesThatCannotBe) {
+    static std::pair<int, int32_t> said;
+    ZOR_IMAGE *image = open([](ZOR_IMAGE &handle) {
+        zor__offer_rasters(&handle, [](void *, ZOR_RASTER *raster) {
+            return raster->lines_done = said.second, said.first;
+        });
+    });
+    const std::pair<int, int32_t> cases[][2] = {
+        {{3, -77}, {0, 0}}, {{-5, 99}, {-5, 4}}, {{-5, 2}, {-5, 2}}};
+    for (const auto &[saying, told] : cases) {
+        said = saying;
+        ZOR_PLANE planes[3] = {};
+        ZOR_RASTER raster = {0, 0, 7, 0, 3, 1, 3, planes, 0};
+        EXPECT_EQ(ZOR_raster_read(image, &raster), told.first);
+        EXPECT_EQ(raster.lines_done, told.second);
+    }
+    EXPECT_EQ(ZOR_close(image), 0);
 }
 
 // Scan functions, and what an application gets of them, plainly and through operators.

@@ -3,7 +3,6 @@
 // A file is believed nothing. In particular it cannot make the reader take much more memory than it
 // has bytes itself: see charge().
 #include <algorithm>
-#include <cfloat>
 #include <cstring>
 #include <ctime>
 
@@ -47,10 +46,6 @@ bool replace_text(char **field, const char *text) {
 bool is_sound_gamma(const char *text) {
     const char *number = STR_skip_space(text);
     return *number == '\0' || STR_is_real(number) != 0;
-}
-
-float to_float(double value) {
-    return static_cast<float>(std::clamp<double>(value, -FLT_MAX, FLT_MAX));
 }
 
 // The number in a text; 0 for none, and for one that is too small for a float.
@@ -241,10 +236,10 @@ bool make_channels(ZOR_IMAGE *image, int32_t index, ReadImage *sub) {
     const auto width = static_cast<uint64_t>(row_width(*sub));
     uint64_t size = 0;
     for (const ChannelGroup &group : sub->groups)
-        if (group.count > 0) // a row with what lies between it and the next, and its pointer
-            size +=
-                static_cast<uint64_t>(group.count) *
-                (width * static_cast<uint64_t>(group.codec->sample_size) + 128 + sizeof(void *));
+        if (group.count > 0) // a row with what lies between it and the next, its pointer, its plane
+            size += static_cast<uint64_t>(group.count) *
+                    (width * static_cast<uint64_t>(group.codec->sample_size) + 128 +
+                     sizeof(void *) + sizeof(ZOR_PLANE));
     if (!charge(sub->reader, size))
         return false;
     sub->channels = ZOR_chan_alloc(image, index);
@@ -315,16 +310,53 @@ bool read_header(ReadStream *stream, int64_t position, bool mob, Header *header)
     return true;
 }
 
+// The positions that links have led to, hashed. 0 marks a free slot: no link leads there.
+struct Positions {
+    Owned<int32_t> slots;
+    uint32_t room = 0; // a power of two, at least twice the count
+    uint32_t count = 0;
+};
+
+// Adds a position. False when it was there.
+bool add_position(Positions *met, int32_t position) {
+    uint32_t i = static_cast<uint32_t>(position) * 2654435769U >> 8;
+    for (;; ++i) {
+        int32_t *slot = met->slots.get() + (i & (met->room - 1));
+        if (*slot == position)
+            return false;
+        if (*slot == 0) {
+            *slot = position;
+            ++met->count;
+            return true;
+        }
+    }
+}
+
+// Makes room for one more. False when memory ran out, or would: reported.
+bool grow_positions(Reader *reader, Positions *met) {
+    if (met->room >= 2 * (met->count + 1))
+        return true;
+    Positions grown;
+    grown.room = std::max(met->room * 2, 64U);
+    if (!charge(reader, grown.room * sizeof(int32_t)))
+        return false;
+    grown.slots.reset(allocate<int32_t>(grown.room));
+    if (grown.slots == nullptr)
+        return set_status(ZOR_E_MEMORY) == 0;
+    std::fill_n(grown.slots.get(), grown.room, 0);
+    for (uint32_t i = 0; i < met->room; ++i)
+        if (const int32_t position = met->slots.get()[i]; position != 0)
+            add_position(&grown, position);
+    *met = std::move(grown);
+    return true;
+}
+
 // Follows the chain of headers; each becomes a sub-image. A chain that comes back to a place has no
-// end. Only a link that leads backward can, and there is none in most files.
+// end.
 bool read_chain(ZOR_IMAGE *image, Reader *reader) {
     const bool mob = is_mob(*image);
-    const Owned<int32_t> positions(allocate<int32_t>(max_sub_images)); // of the headers met
-    if (positions == nullptr)
-        return set_status(ZOR_E_MEMORY) == 0;
-    int32_t *const first = positions.get();
+    Positions met;
     int32_t position = 0;
-    int32_t highest = 0;
     for (int32_t index = 0; index < max_sub_images; ++index) {
         Header header;
         if (!read_header(&reader->stream, position, mob, &header))
@@ -334,12 +366,12 @@ bool read_chain(ZOR_IMAGE *image, Reader *reader) {
             return false;
         if (header.next == 0)
             return true;
-        first[index] = position;
-        highest = std::max(highest, position);
         position = header.next;
-        int32_t *const end = first + index + 1;
-        if (position < static_cast<int32_t>(header_size) ||
-            (position <= highest && std::find(first, end, position) != end))
+        if (position < static_cast<int32_t>(header_size))
+            return fail_type(*image);
+        if (!grow_positions(reader, &met))
+            return false;
+        if (!add_position(&met, position))
             return fail_type(*image);
     }
     return fail_type(*image);
@@ -381,9 +413,8 @@ int open_reader(ZOR_IMAGE *image) {
     *reader = {};
     reader->image = image;
     constexpr uint64_t handle = 4096; // and the texts that go with it
-    constexpr uint64_t chain = max_sub_images * sizeof(int32_t);
     if (!open_reading(&reader->stream, file) ||
-        !charge(reader, handle + chain + sizeof *reader + most_memory(reader->stream)) ||
+        !charge(reader, handle + sizeof *reader + most_memory(reader->stream)) ||
         !read_chain(image, reader)) {
         free_reader(image, reader);
         file_calls().close(image, file);

@@ -311,19 +311,20 @@ int32_t read_planes(const ReadImage &sub, const ZOR_RASTER &asked, ZOR_WORD chan
 
 int read_raster(void *state, ZOR_RASTER *raster) {
     const auto &sub = *static_cast<const ReadImage *>(state);
+    const int32_t first = std::max(raster->bottom, sub.act_bottom);
+    const int32_t end = std::min(raster->top, sub.act_top) + 1;
+    const int32_t status = first < end ? read_active(sub, raster, first, end) : 0;
+    if (status == ZOR_E_MEMORY && raster->lines_done == 0)
+        return status; // and the planes are as they were
     PlaneTarget target(sub, *raster, nullptr, false);
     for (int32_t y = raster->bottom; y <= raster->top; ++y)
         if (y < sub.act_bottom || y > sub.act_top) {
             target.start(y);
             target.clear();
         }
-    const int32_t first = std::max(raster->bottom, sub.act_bottom);
-    const int32_t end = std::min(raster->top, sub.act_top) + 1;
-    if (first < end)
-        if (const int32_t status = read_active(sub, raster, first, end); status != 0)
-            return status;
-    raster->lines_done = raster->top - raster->bottom + 1;
-    return 0;
+    if (status == 0)
+        raster->lines_done = raster->top - raster->bottom + 1;
+    return status;
 }
 
 int read_window(void *state, ZOR_WORD channels, ZOR_WORD left, ZOR_WORD right, ZOR_WORD bottom,

@@ -4,6 +4,7 @@
 
 #include "drivers/mox/mox_files.h"
 #include "drivers/mox/stream.h"
+#include "support/fault.h"
 
 namespace {
 
@@ -15,7 +16,10 @@ public:
         number_ = number;
         zor::mox::set_file_calls(&calls_);
     }
-    ~FailingCalls() { zor::mox::set_file_calls(&zor::mox::system_file_calls); }
+    ~FailingCalls() {
+        zor::mox::set_file_calls(&zor::mox::system_file_calls);
+        fault_points.count += left_ <= 0 ? 1 : 0;
+    }
     FailingCalls(const FailingCalls &) = delete;
     FailingCalls &operator=(const FailingCalls &) = delete;
     [[nodiscard]] int left() const { return left_; }
