@@ -1,9 +1,11 @@
 // write_raster.cpp - whole frames written by several threads.
 //
-// The threads take turns in claiming some lines and encode them, each into memory of its own. Then
-// they write them to the file, in the order of the lines: who is done early waits for a turn. What
-// goes wrong is noted, and reported by the calling thread at the end. One thread alone, and all
-// where lines are too long for a chunk, write scanlines by way of the stream's block.
+// The threads take turns in claiming some lines, a chunk, and encode them. Chunks go to the file in
+// the order of their lines: who has encoded the one whose turn it is writes it, and all behind it
+// that are done by then, while the others go on encoding. They wait only when so many chunks are
+// done that there is no memory for a further one. What goes wrong is noted, and reported by the
+// calling thread at the end. One thread alone, and all where lines are too long for a chunk, write
+// scanlines by way of the stream's block.
 #include <algorithm>
 #include <mutex>
 
@@ -19,12 +21,12 @@ namespace zor::mox {
 
 namespace {
 
-// The most that the lines of a chunk may be coded to: most pictures take a fraction of it. At first
-// the threads are done at about the same time, and what they wait for each other then is lost.
-constexpr int64_t most_chunk = int64_t{512} * 1024; // unless a line takes more
+// The most that the lines of a chunk may be coded to: most pictures take a fraction of it.
+constexpr int64_t most_chunk = int64_t{1024} * 1024; // unless a line takes more
 constexpr int64_t least_chunk = int64_t{256} * 1024;
 constexpr int64_t most_line = int64_t{2048} * 1024;
 constexpr int64_t least_work = int64_t{128} * 1024; // bytes that are worth a thread
+constexpr int chunks_per_thread = 2;                // one that waits to be written, one in work
 
 // Bytes of a row of any channel.
 size_t row_room(const WriteImage &sub) {
@@ -96,6 +98,16 @@ int64_t most_of_line(const WriteImage &sub) {
     return size;
 }
 
+// Some lines and what they are coded to.
+struct Chunk {
+    int32_t first, end;
+    const char *obstacle; // why the lines end before the chunk does
+    size_t size;
+    uint32_t *starts; // of the lines within the bytes
+    uint8_t *bytes;
+    bool coded; // and not written yet
+};
+
 // What the threads share.
 struct WriteJob {
     WriteImage &sub;
@@ -104,24 +116,20 @@ struct WriteJob {
     int num_threads;
     int64_t line; // bytes that a line may take
     int32_t most_lines = 0;
-    size_t share = 0;        // bytes of memory for each thread
-    Owned<uint8_t> memory{}; // of all threads
+    uint8_t *rows = nullptr; // memory for the source of each thread
+    Owned<Chunk> chunks{};   // claimed, coded and written in turn, again and again
+    int num_chunks = 0;
 
     platform::Monitor monitor{}; // of all that follows
     int32_t next = sub.next;     // line to be claimed
-    int32_t written = sub.next;  // line whose turn it is
+    int64_t num_claimed = 0;     // chunks
+    int64_t num_written = 0;
+    bool writing = false; // somebody is
     int num_started = 0;
     bool failed = false;
     const char *reason = nullptr; // null: the stream knows it
-};
 
-// Some lines and what they are coded to.
-struct Chunk {
-    int32_t first, end;
-    const char *obstacle; // why the lines end before the chunk does
-    size_t size;
-    uint32_t *starts; // of the lines within the bytes
-    uint8_t *bytes;
+    [[nodiscard]] Chunk &chunk(int64_t number) const { return chunks.get()[number % num_chunks]; }
 };
 
 // How many lines the next chunk has: fewer and fewer, so that the threads end at about the same
@@ -133,15 +141,18 @@ int32_t chunk_lines(const WriteJob &job) {
     return std::min(left, std::clamp(left / (2 * job.num_threads), least, most));
 }
 
-// False when there are no lines left, or no use in going on.
-bool claim(WriteJob &job, Chunk *chunk) {
+// Null when there are no lines left, or no use in going on.
+Chunk *claim(WriteJob &job) {
     const std::lock_guard lock(job.monitor);
+    while (!job.failed && job.next < job.end && job.num_claimed - job.num_written == job.num_chunks)
+        job.monitor.wait();
     if (job.failed || job.next >= job.end)
-        return false;
-    chunk->first = job.next;
+        return nullptr;
+    Chunk &chunk = job.chunk(job.num_claimed++);
+    chunk.first = job.next;
     job.next += std::min(chunk_lines(job), job.most_lines);
-    chunk->end = job.next;
-    return true;
+    chunk.end = job.next;
+    return &chunk;
 }
 
 // Encodes a line behind the others. False when one of its records cannot be described.
@@ -194,58 +205,67 @@ bool write_chunk(WriteJob &job, Chunk *chunk) {
     return chunk->obstacle == nullptr;
 }
 
-// Waits until all lines before the chunk have been written, then writes it.
+// Hands over a chunk that has been encoded. Writes what is due, unless another thread is about it
+// already, which then goes on with this one.
 void write_in_turn(WriteJob &job, Chunk *chunk) {
-    const int32_t end = chunk->end; // a failure may lower it
-    {
-        const std::lock_guard lock(job.monitor);
-        while (!job.failed && job.written != chunk->first)
-            job.monitor.wait();
-        if (job.failed)
-            return;
-    }
-    // Nobody else is between these two locks: it is the turn of this chunk alone.
-    const bool good = write_chunk(job, chunk);
-    {
-        const std::lock_guard lock(job.monitor);
+    std::unique_lock lock(job.monitor);
+    chunk->coded = true;
+    if (job.writing)
+        return;
+    job.writing = true;
+    while (!job.failed && job.chunk(job.num_written).coded) {
+        Chunk &due = job.chunk(job.num_written);
+        lock.unlock();
+        const bool good = write_chunk(job, &due);
+        lock.lock();
+        due.coded = false;
+        ++job.num_written;
         job.failed = !good;
-        job.written = end;
+        job.monitor.wake_all();
     }
-    job.monitor.wake_all();
+    job.writing = false;
 }
+
+constexpr size_t round_up(size_t size) { return (size + 63) / 64 * 64; }
+
+size_t source_memory(const WriteImage &sub) { return round_up(PlaneSource::memory(sub)); }
 
 // What each thread does.
 void write_chunks(void *data) {
     auto &job = *static_cast<WriteJob *>(data);
-    uint8_t *memory = job.memory.get();
+    uint8_t *rows = job.rows;
     {
         const std::lock_guard lock(job.monitor);
-        memory += job.share * static_cast<size_t>(job.num_started++);
+        rows += source_memory(job.sub) * static_cast<size_t>(job.num_started++);
     }
-    Chunk chunk = {};
-    chunk.starts = reinterpret_cast<uint32_t *>(memory);
-    memory += static_cast<size_t>(job.most_lines) * sizeof(uint32_t);
-    PlaneSource source(job.sub, job.raster, memory);
-    chunk.bytes = memory + PlaneSource::memory(job.sub);
-    while (claim(job, &chunk)) {
-        encode(job.sub, source, &chunk);
-        write_in_turn(job, &chunk);
+    PlaneSource source(job.sub, job.raster, rows);
+    while (Chunk *chunk = claim(job)) {
+        encode(job.sub, source, chunk);
+        write_in_turn(job, chunk);
     }
 }
-
-constexpr size_t round_up(size_t size) { return (size + 63) / 64 * 64; }
 
 // Writes the active lines from the next one up to an end as chunks. Returns 0 or a negative status,
 // reported.
 int32_t write_by_chunks(WriteImage *sub, const ZOR_RASTER &raster, int32_t end, int num_threads) {
     WriteJob job = {*sub, raster, end, num_threads, most_of_line(*sub)};
     job.most_lines = chunk_lines(job); // the first chunk is the largest
-    const auto lines = static_cast<size_t>(job.most_lines);
-    job.share = round_up(lines * (sizeof(uint32_t) + static_cast<size_t>(job.line)) +
-                         PlaneSource::memory(*sub) + codec_slack);
-    job.memory.reset(allocate<uint8_t>(num_threads * static_cast<int64_t>(job.share)));
-    if (job.memory == nullptr)
+    job.num_chunks = chunks_per_thread * num_threads;
+    const size_t starts = round_up(static_cast<size_t>(job.most_lines) * sizeof(uint32_t));
+    const size_t coded =
+        round_up(static_cast<size_t>(job.most_lines) * static_cast<size_t>(job.line) + codec_slack);
+    const Owned<uint8_t> memory(
+        allocate<uint8_t>(num_threads * static_cast<int64_t>(source_memory(*sub)) +
+                          job.num_chunks * static_cast<int64_t>(starts + coded)));
+    if (memory == nullptr)
         return set_status(ZOR_E_MEMORY);
+    job.chunks.reset(allocate<Chunk>(job.num_chunks));
+    if (job.chunks == nullptr)
+        return set_status(ZOR_E_MEMORY);
+    job.rows = memory.get();
+    uint8_t *next = job.rows + num_threads * static_cast<ptrdiff_t>(source_memory(*sub));
+    for (int64_t i = 0; i < job.num_chunks; ++i, next += starts + coded)
+        job.chunk(i) = {0, 0, nullptr, 0, reinterpret_cast<uint32_t *>(next), next + starts, false};
     if (!flush(&sub->writer->stream))
         return fail_write(*sub, sub->next);
     platform::run_on_threads(num_threads, write_chunks, &job);
