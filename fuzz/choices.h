@@ -1,6 +1,7 @@
 // choices.h - takes what a target does from the front of an input; all zeros when that is used up.
 #pragma once
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 
@@ -17,7 +18,7 @@ public:
     T bits() {
         uint8_t bytes[sizeof(T)] = {};
         const size_t taken = size_ < sizeof bytes ? size_ : sizeof bytes;
-        std::memcpy(bytes, data_, taken);
+        std::copy_n(data_, taken, bytes); // there may be none, at null
         drop(taken);
         T value;
         std::memcpy(&value, bytes, sizeof value);
@@ -26,9 +27,10 @@ public:
 
     // Up to a NUL, or so many characters.
     std::string text(size_t most) {
-        const size_t length = strnlen(reinterpret_cast<const char *>(data_), std::min(most, size_));
-        std::string result(reinterpret_cast<const char *>(data_), length);
-        drop(length + (length < std::min(most, size_) ? 1 : 0));
+        const uint8_t *const end = data_ + std::min(most, size_);
+        const uint8_t *const nul = std::find(data_, end, 0);
+        std::string result(data_, nul);
+        drop(result.size() + (nul != end ? 1 : 0));
         return result;
     }
 
