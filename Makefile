@@ -99,7 +99,7 @@ fuzz fuzz32:
 
 install:
 	scripts/setup.sh native
-	$(call build,native,-DCMAKE_INSTALL_PREFIX=$(PREFIX))
+	$(call build,native,-DZOR_BUILD_TESTS=OFF -DCMAKE_INSTALL_PREFIX=$(PREFIX))
 	cmake --install build/native
 
 clean:

@@ -5,8 +5,8 @@
 //
 // Files are written from rows of a frame and read into row buffers; opening and closing count. The
 // peers store the same samples, channel by channel: one with byte packets, floats without, in the
-// fastest of its three ways of moving them, the other with its run-length coding, two pictures of 16
-// bits only, since it has no samples of 8 and takes long.
+// fastest of its three ways of moving them, the other with its run-length coding, two pictures of
+// 16 bits only, since it has no samples of 8 and takes long.
 #include <OpenEXR/ImfChannelList.h>
 #include <OpenEXR/ImfFrameBuffer.h>
 #include <OpenEXR/ImfHeader.h>

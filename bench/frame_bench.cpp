@@ -2,8 +2,8 @@
 //
 //     bench_frame [DIRECTORY]     for the files; /dev/shm without it
 //
-// Opening and closing count. On both sides reading ends with the samples in a frame of the caller's.
-// The first pair tells what a second thread is worth on this machine at the moment.
+// Opening and closing count. On both sides reading ends with the samples in a frame of the
+// caller's. The first pair tells what a second thread is worth on this machine at the moment.
 #include <benchmark/benchmark.h>
 
 #include <cstdio>

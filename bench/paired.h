@@ -1,9 +1,9 @@
 // paired.h - compares two ways of doing the same work, fairly.
 //
-// The two sides of a pair run in turn, round after round, so that what disturbs the machine disturbs
-// both; the figure to look at is the median of the ratios of the rounds. In a round the faster side
-// runs as often as it takes to keep both busy for about as long, or it would mostly be measured with
-// the caches that the slower one left behind.
+// The two sides of a pair run in turn, round after round, so that what disturbs the machine
+// disturbs both; the figure to look at is the median of the ratios of the rounds. In a round the
+// faster side runs as often as it takes to keep both busy for about as long, or it would mostly be
+// measured with the caches that the slower one left behind.
 //
 //     bench::Pairs pairs;
 //     pairs.add("copy, 4 KiB", "memmove", 4096, [&] { ... }, [&] { ... });

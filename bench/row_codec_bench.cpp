@@ -1,8 +1,9 @@
 // row_codec_bench.cpp - the row codec beside another run-length codec and beside copying the bytes.
 //
 // Work is done row by row as the driver does it: rows come from a frame in memory and records go to
-// one buffer, and the other way round. The peer's codec knows bytes only. It gets the rows of 16-bit
-// pictures with their bytes sorted into planes, and the sorting counts: its files need it as well.
+// one buffer, and the other way round. The peer's codec knows bytes only. It gets the rows of
+// 16-bit pictures with their bytes sorted into planes, and the sorting counts: its files need it as
+// well.
 #include <OpenEXR/ImfNamespace.h>
 #include <benchmark/benchmark.h>
 

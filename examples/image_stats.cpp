@@ -3,8 +3,8 @@
 //
 //     image_stats FILE [KEY]
 //
-// KEY is the file's format, such as "png"; without it the extension tells, and where that is not known
-// the formats are asked which of them recognises the file.
+// KEY is the file's format, such as "png"; without it the extension tells, and where that is not
+// known the formats are asked which of them recognises the file.
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>

@@ -1,11 +1,11 @@
-// render_frame.cpp - renders a frame of a little animation and writes it through the library: spheres
-// that go round over a chequered ground, as 8-bit rgb, with a matte of the spheres and the distance
-// of what is seen as a float channel.
+// render_frame.cpp - renders a frame of a little animation and writes it through the library:
+// spheres that go round over a chequered ground, as 8-bit rgb, with a matte of the spheres and the
+// distance of what is seen as a float channel.
 //
 //     render_frame FILE FRAME [WIDTH HEIGHT]
 //
-// FILE's extension names the format, which has to have room for all that: a .mox file does. Frames 1
-// to 48 make a loop.
+// FILE's extension names the format, which has to have room for all that: a .mox file does. Frames
+// 1 to 48 make a loop.
 #include <algorithm>
 #include <array>
 #include <cmath>

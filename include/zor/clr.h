@@ -60,7 +60,8 @@ typedef struct CLR_SAMPLES {
  * of 0. */
 ZOR_API int CLR_init(void *catalogue);
 
-/* Ends the database, and closes the configuration file for the format defaults too. Returns 0. */
+/* Ends the database, and closes the configuration file for the format defaults too. Not while other
+ * threads use images or the database. Returns 0. */
 ZOR_API int CLR_exit(void);
 
 /* The sample space with n bins, or null. 1 to 10 are built in. */

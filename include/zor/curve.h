@@ -55,14 +55,14 @@ ZOR_API int ZOR_gamma_done(void *table);
  */
 
 /* Tabulates a curve whose gamma, num_channels, num_elements, type and depth are filled in, for
- * input values that stand for [0, 1]; what it had as tables is forgotten. Kind becomes 2. Returns 0;
- * -1 without a report for counts, a type or a depth that tables cannot have; -1 with ZOR_E_MEMORY
- * when memory ran out. */
+ * input values that stand for [0, 1]; what it had as tables is forgotten. Kind becomes 2. Returns
+ * 0; -1 without a report for counts, a type or a depth that tables cannot have; -1 with
+ * ZOR_E_MEMORY when memory ran out. */
 ZOR_API int ZOR_response_curve_init(ZOR_RESPONSE_CURVE *curve);
 
-/* Copies a curve, with tables of its own where it has any; copy is another record. Returns 0; -1 for
- * a depth or type that tables cannot have (ZOR_MSG_CURVE_DEPTH, ZOR_MSG_CURVE_TYPE) or for tables
- * without entries, zor__err being left alone; -1 and ZOR_E_MEMORY when memory ran out. */
+/* Copies a curve, with tables of its own where it has any; copy is another record. Returns 0; -1
+ * for a depth or type that tables cannot have (ZOR_MSG_CURVE_DEPTH, ZOR_MSG_CURVE_TYPE) or for
+ * tables without entries, zor__err being left alone; -1 and ZOR_E_MEMORY when memory ran out. */
 ZOR_API int ZOR_response_curve_copy(ZOR_RESPONSE_CURVE *copy, const ZOR_RESPONSE_CURVE *curve);
 
 /* Composes two curves into a tabulated one: result(i) = first(second(i)). In this a power function

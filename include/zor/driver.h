@@ -107,8 +107,8 @@ enum { ZOR_MODE_READ = 4, ZOR_MODE_WRITE = 8 };
  */
 
 /* Opens the file that the handle names, for the handle's mode. Windows must not be empty, nor wider
- * or higher than 31 bits tell, no right or top side is INT32_MAX, and the active one lies inside; -1
- * should not be the number of a line in a file of rising order that is read in sequence, because it
+ * or higher than 31 bits tell, no right or top side is INT32_MAX, and the active one lies inside; in
+ * a file of rising order that is read in sequence no line should have the number -1, because it
  * stands for "none yet". Counts of channels are not negative, and all together no more than 2^24. A
  * file that is written has one image at least. On success it has filled in the descriptions
  * (reading), installed scan and close and a non-null data slot 0, and stored the path it opened in
@@ -276,8 +276,8 @@ ZOR_API int zor__build_handle(ZOR_IMAGE *image, int32_t num_images);
 ZOR_API void zor__describe(ZOR_IMAGE_DESC *desc, int32_t width, int32_t height,
                            int32_t num_channels, int32_t bits);
 
-/* Offers whole frames for the handle, beside scanlines: for open functions, of readers that can read
- * lines in any order. The handle must be one that the library made. */
+/* Offers whole frames for the handle, beside scanlines: for open functions, of readers that can
+ * read lines in any order. The handle must be one that the library made. */
 ZOR_API void zor__offer_rasters(ZOR_IMAGE *image, ZOR_MOVE_FUNCTION move);
 
 /* Frees a handle with all that belongs to it: texts, descriptions, slots and channel buffers. The

@@ -122,9 +122,9 @@ typedef struct ZOR_RANGE {
 ZOR_API ZOR_IMAGE *ZOR__cast(ZOR_IMAGE *image);
 ZOR_API int ZOR__cast_undo(ZOR_IMAGE *image);
 
-/* Float and double groups become integers of the wanted width: v is clamped to [0, 1] and rounded to
- * v * (2^bits - 1); NaN gives 0. The channels must be planar. When writing, the caller hands in the
- * integers, and the layer below gets v.
+/* Float and double groups become integers of the wanted width: v is clamped to [0, 1] and rounded
+ * to v * (2^bits - 1); NaN gives 0. The channels must be planar. When writing, the caller hands in
+ * the integers, and the layer below gets v.
  *   targets  for each group the wanted integers, or null: as it is. Integer groups stay as they are
  *   encode   null; or, reading, a power function: colours are light, or of the gamma that the
  *            description states, and are encoded to this gamma before they are rounded, which the
@@ -145,8 +145,8 @@ ZOR_API ZOR_IMAGE *ZOR__change_width(ZOR_IMAGE *image, const ZOR_TARGET *const t
 ZOR_API int ZOR__change_width_undo(ZOR_IMAGE *image);
 
 /* Groups of 32-bit floats are mapped from their range to [0, 1], and clamped to it, in the active
- * window and the line above it. Channels must be planar, and every group that has a range must be of
- * that type; otherwise nothing is pushed.
+ * window and the line above it. Channels must be planar, and every group that has a range must be
+ * of that type; otherwise nothing is pushed.
  *   ranges  for each group its range, or null: as it is */
 ZOR_API ZOR_IMAGE *ZOR__remap(ZOR_IMAGE *image, const ZOR_RANGE *const ranges[3]);
 ZOR_API int ZOR__remap_undo(ZOR_IMAGE *image);
@@ -166,9 +166,9 @@ ZOR_API int ZOR__scale_undo(ZOR_IMAGE *image);
 
 /* Colour --------------------------------------------------------------------------------------- */
 
-/* Float and double colours are brought into [0, matte] of their pixel, in the active window: "rgb" of
- * three channels by moving them toward their mean, others by clamping each component. Without a matte
- * of the same type nothing is pushed. */
+/* Float and double colours are brought into [0, matte] of their pixel, in the active window: "rgb"
+ * of three channels by moving them toward their mean, others by clamping each component. Without a
+ * matte of the same type nothing is pushed. */
 ZOR_API ZOR_IMAGE *ZOR__clip(ZOR_IMAGE *image);
 ZOR_API int ZOR__clip_undo(ZOR_IMAGE *image);
 
@@ -193,7 +193,7 @@ ZOR_API int ZOR__clip_undo(ZOR_IMAGE *image);
  *     ZOR_IMAGE *image = ZOR_open(info, "w");
  *     const ZOR_RESPONSE_CURVE light = {1, 1.0f, 0, 0, 0, 0, 0, NULL};
  *     ZOR__gamma(image, &light);
- *     if (ZOR_image_desc(image, 0)->image.bits == 12)                // pushed: hand in 16-bit words
+ *     if (ZOR_image_desc(image, 0)->image.bits == 12)            // pushed: hand in 16-bit words
  *         ZOR_scan_write(image, y, rows);
  *
  * Equal gammas push nothing, and then it is bytes that are to be handed in. The caller's rows are

@@ -159,8 +159,8 @@ ZOR_API int ZOR_close_do_it(ZOR_IMAGE *image);
 ZOR_API int32_t ZOR_image_count(const ZOR_IMAGE *image);
 ZOR_API const ZOR_IMAGE_DESC *ZOR_image_desc(const ZOR_IMAGE *image, int32_t index);
 
-/* Number of frames in a file that is read, see "Files of several frames"; 0 for a format whose files
- * hold but one picture. */
+/* Number of frames in a file that is read, see "Files of several frames"; 0 for a format whose
+ * files hold but one picture. */
 ZOR_API int32_t ZOR_image_num_frames(const ZOR_IMAGE *image);
 
 /* The format the image is opened with. */
@@ -225,6 +225,7 @@ ZOR_API int ZOR_get_region(ZOR_IMAGE *image, ZOR_WORD channels, ZOR_WORD left, Z
  *     ZOR_RASTER raster = {0};
  *     raster.right = width - 1;
  *     raster.top = height - 1;
+ *     raster.num_threads = 2;                           // 0: one for each processor
  *     raster.num_planes = 4;
  *     raster.planes = planes;
  *     if (ZOR_raster_read(image, &raster) == ZOR_E_UNSUPPORTED)
@@ -232,7 +233,8 @@ ZOR_API int ZOR_get_region(ZOR_IMAGE *image, ZOR_WORD channels, ZOR_WORD left, Z
  *
  * Each plane says where its channel lies: {samples, 0, 0} is a plane of its own without gaps,
  * column_step sets pixels apart, and a negative row_step with the samples of the last line puts the
- * bottom line last. Samples are those that scanlines would have.
+ * bottom line last. Samples are those that scanlines would have. Planes that are read into must not
+ * overlap.
  *
  * Both return 0 or a negative status, zor__err being set likewise:
  *   - ZOR_E_UNSUPPORTED, without a report, when the driver has no such access for this file, when
@@ -244,9 +246,10 @@ ZOR_API int ZOR_get_region(ZOR_IMAGE *image, ZOR_WORD channels, ZOR_WORD left, Z
  *     it is the lowest of them. lines_done tells how many lines below it are good.
  *
  * The handle's lock is held throughout, as for scanlines. Other threads than the calling one touch
- * the planes and the file only: they report nothing, ask no memory of the allocator, take no signals
- * but those of faults of their own, and are gone when the call returns. Where the system grants
- * fewer threads than asked for, those have to do; the result is the same for any number of them.
+ * the planes and the file only: they report nothing, ask no memory of the allocator, take no
+ * signals but those of faults of their own, and are gone when the call returns. Where the system
+ * grants fewer threads than asked for, those have to do; the result is the same for any number of
+ * them.
  */
 
 /* Reads lines, in any order of calls. A plane whose samples are null is left out: its channel is

@@ -31,8 +31,8 @@ void on_warning(png_structp png, const char *message) {
     driver::warn(*codec->image, codec->trouble, message);
 }
 
-// Where libpng lacks memory for something that it deems unimportant it goes on, more or less in step
-// with the file. The next transfer ends that.
+// Where libpng lacks memory for something that it deems unimportant it goes on, more or less in
+// step with the file. The next transfer ends that.
 void stop_without_memory(png_structp png, const Codec &codec) {
     if (codec.trouble.cause == Cause::memory)
         png_error(png, "");

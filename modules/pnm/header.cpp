@@ -112,8 +112,8 @@ Line read_word(Lexer &lexer, int *c) {
     return word;
 }
 
-// Adds the rest of a line, without the blanks around it, to a text. Several such lines are joined by
-// a blank.
+// Adds the rest of a line, without the blanks around it, to a text. Several such lines are joined
+// by a blank.
 void read_rest(Lexer &lexer, int *c, Line *text) {
     bool gap = text->length > 0;
     for (; *c != '\n' && *c != EOF; *c = lexer.next()) {

@@ -1,5 +1,5 @@
-// rows.h - rows as they are in files, and as the library hands them around: a channel each, integers
-// in full range.
+// rows.h - rows as they are in files, and as the library hands them around: a channel each,
+// integers in full range.
 #pragma once
 
 #include <cstdint>

@@ -1,5 +1,5 @@
-// driver_support.h - what driver modules written in C++ share: records of the checked allocator, file
-// sizes, line numbers.
+// driver_support.h - what driver modules written in C++ share: records of the checked allocator,
+// file sizes, line numbers.
 #pragma once
 
 #include <atomic>
@@ -70,9 +70,9 @@ inline int64_t file_size(FILE *file) {
     return fseeko(file, static_cast<off_t>(position), SEEK_SET) == 0 && size > 0 ? size : -1;
 }
 
-// What a file may take in memory. A damaged header can ask for any amount, but a sound picture larger
-// than the slack is never more than so many times as large as its file. Where the file has no size,
-// -1, a picture may be as large as a row.
+// What a file may take in memory. A damaged header can ask for any amount, but a sound picture
+// larger than the slack is never more than so many times as large as its file. Where the file has
+// no size, -1, a picture may be as large as a row.
 inline int64_t memory_limit(int64_t file_size, int64_t largest_ratio) {
     constexpr int64_t most = PTRDIFF_MAX / 2;
     constexpr int64_t slack = int64_t{64} << 20;
@@ -96,8 +96,8 @@ unsigned char is_file(void *name, void *stream, Test test) {
     return recognised ? 1 : 0;
 }
 
-// Where scanline y stands in a file of height lines, counted from 0 for the first; -1 when it is not
-// in the picture. Lines rise from the window's bottom or fall from its top.
+// Where scanline y stands in a file of height lines, counted from 0 for the first; -1 when it is
+// not in the picture. Lines rise from the window's bottom or fall from its top.
 inline int32_t line_index(int32_t y, int32_t bottom, int32_t height, bool rising) {
     const int64_t index = rising ? int64_t{y} - bottom : int64_t{bottom} + height - 1 - y;
     return index >= 0 && index < height ? static_cast<int32_t>(index) : -1;

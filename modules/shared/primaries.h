@@ -22,10 +22,10 @@ inline void set_primary(ZOR_IMAGE *image, size_t which, double x, double y) {
     to[2] = static_cast<float>(1.0 - x - y);
 }
 
-// Whether the handle's primaries are worth writing. Colours that no light has make readers complain.
-// Those of a record that nobody has touched are no statement about the picture, and a reader finds
-// them again without being told. They may have been through the text of another file, so the last
-// digits do not count.
+// Whether the handle's primaries are worth writing. Colours that no light has make readers
+// complain. Those of a record that nobody has touched are no statement about the picture, and a
+// reader finds them again without being told. They may have been through the text of another file,
+// so the last digits do not count.
 inline bool states_primaries(const ZOR_IMAGE &image) {
     const float *p = image.primaries;
     for (int i = 0; i < 12; i += 3)

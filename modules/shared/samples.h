@@ -26,9 +26,9 @@ void scatter(const void *row, int32_t count, uint8_t *bytes, size_t step, Change
     }
 }
 
-// Brings an integer sample from one width to another, both 1 to 32 bits. Narrower samples are widened
-// by repeating their bits, so that shifting them back gives the same samples; wider ones are scaled
-// down. Samples that do not fit their width count as the largest.
+// Brings an integer sample from one width to another, both 1 to 32 bits. Narrower samples are
+// widened by repeating their bits, so that shifting them back gives the same samples; wider ones
+// are scaled down. Samples that do not fit their width count as the largest.
 inline uint32_t change_width(uint32_t value, int32_t from, int32_t to) {
     const auto largest = static_cast<uint32_t>((uint64_t{1} << from) - 1);
     value = std::min(value, largest);
@@ -70,8 +70,8 @@ inline void scatter_integers(const void *row, int32_t count, int32_t from, int32
     });
 }
 
-// The smallest of the widths 1, 2, 4, 8, 16 and 32 that files use which holds so many bits. Only one
-// channel alone has less than whole bytes.
+// The smallest of the widths 1, 2, 4, 8, 16 and 32 that files use which holds so many bits. Only
+// one channel alone has less than whole bytes.
 inline int32_t file_width(int32_t bits, int32_t channels) {
     int32_t width = channels == 1 ? 1 : 8;
     while (width < bits)

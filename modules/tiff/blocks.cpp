@@ -1,6 +1,6 @@
-// blocks.cpp - decoding. Blocks are decoded whole, so that the lines in one can be had in any order.
-// A page that is one large strip is too much to hold when its lines are wanted in their order
-// anyway: they are decoded one by one until one is out of order.
+// blocks.cpp - decoding. Blocks are decoded whole, so that the lines in one can be had in any
+// order. A page that is one large strip is too much to hold when its lines are wanted in their
+// order anyway: they are decoded one by one until one is out of order.
 #include "blocks.h"
 
 #include "shared/driver_support.h"

@@ -15,8 +15,8 @@ void read_gamma(const Codec &codec, int32_t bits, ZOR_RESPONSE_CURVE *curve);
 // Width to height of the current page's pixels; 1 when it says nothing sensible.
 double pixel_aspect(const Codec &codec);
 
-// Put them into the page that is written. False when libtiff would not have them; the codec knows when
-// memory ran out.
+// Put them into the page that is written. False when libtiff would not have them; the codec knows
+// when memory ran out.
 bool write_gamma(Codec &codec, int32_t bits);
 bool write_primaries(Codec &codec);
 bool write_pixel_aspect(Codec &codec);

@@ -1,5 +1,5 @@
-// directories.cpp - following the list of pages. libtiff could, but only page by page from the first
-// one each time; going to a page at once takes knowing where it is.
+// directories.cpp - following the list of pages. libtiff could, but only page by page from the
+// first one each time; going to a page at once takes knowing where it is.
 #include "directories.h"
 
 using driver::Cause;
@@ -36,8 +36,8 @@ bool read_number(Codec &codec, const Layout &layout, int64_t position, int size,
     return true;
 }
 
-// Finds the directory behind one. False when this one is not all there. A file that is cut off right
-// behind the last entry still has the page.
+// Finds the directory behind one. False when this one is not all there. A file that is cut off
+// right behind the last entry still has the page.
 bool find_next(Codec &codec, const Layout &layout, int64_t at, uint64_t *next) {
     uint64_t entries = 0;
     if (!read_number(codec, layout, at, layout.count, &entries) ||

@@ -11,8 +11,8 @@ struct Directories {
     int32_t room;
 };
 
-// Follows the list of pages. One that is damaged further on, or bites its own tail, ends there with a
-// warning. Returns 0 or, for a file without a page, a negative status, reported.
+// Follows the list of pages. One that is damaged further on, or bites its own tail, ends there with
+// a warning. Returns 0 or, for a file without a page, a negative status, reported.
 int32_t list_directories(Codec &codec, Directories *list);
 
 } // namespace tiffio

@@ -1,4 +1,5 @@
-// module.cpp - the symbols of one module. Compiled once for each extension: TIFF_KEY, TIFF_EXTENSION.
+// module.cpp - the symbols of one module. Compiled once for each extension: TIFF_KEY,
+// TIFF_EXTENSION.
 #include <tiff.h>
 
 #include "open.h"

@@ -35,8 +35,8 @@ inline int32_t channels(const Page &page) {
     return page.samples + (page.palette[0] != nullptr ? 2 : 0);
 }
 
-// Makes the page whose directory is there libtiff's current one, and finds out about it. Returns 0 or
-// a negative status, reported.
+// Makes the page whose directory is there libtiff's current one, and finds out about it. Returns 0
+// or a negative status, reported.
 int32_t enter_page(Codec &codec, int64_t directory, Page *page);
 
 // The page's description. Texts are left null, and the curve when the page does not tell it.

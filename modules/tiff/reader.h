@@ -37,8 +37,8 @@ inline int64_t frame_of(const Reader &reader, int32_t page) {
     return int64_t{reader.codec.image->first_frame} + page;
 }
 
-// Makes a page the current one, which then is what the handle's description tells of. The page before
-// stays when that fails. Returns 0 or a negative status, reported.
+// Makes a page the current one, which then is what the handle's description tells of. The page
+// before stays when that fails. Returns 0 or a negative status, reported.
 int32_t show_page(Reader &reader, int32_t page);
 
 // Installs the functions for frames and playback.

@@ -20,8 +20,8 @@ constexpr Place places[] = {
     {TIFFTAG_DATETIME, &ZOR_IMAGE::date},
 };
 
-// The two ways of writing a date that are converted into one another; what stands behind the seconds
-// is not looked at.
+// The two ways of writing a date that are converted into one another; what stands behind the
+// seconds is not looked at.
 constexpr char file_form[] = "0000:00:00 00:00:00";
 constexpr char iso_form[] = "0000-00-00T00:00:00";
 

@@ -58,8 +58,8 @@ uint32_t lines_per_strip(const Writer &writer) {
     return static_cast<uint32_t>(std::min<int64_t>(lines, writer.height));
 }
 
-// Positions of 32 bits do for 4 GiB. The schemes make a picture without any regularity up to half as
-// large again.
+// Positions of 32 bits do for 4 GiB. The schemes make a picture without any regularity up to half
+// as large again.
 bool needs_long_positions(const Writer &writer) {
     const double pages = std::max(1, writer.codec.image->frame_count);
     const double page = static_cast<double>(line_bytes(writer.packing)) * writer.height + 65536.0;

@@ -59,9 +59,9 @@ KeptFile *take_out(int32_t i) {
     return file;
 }
 
-// Closes for real the handle of an entry that was taken out. Whoever used it last has been told that
-// all is well, and what the present caller wants has nothing to do with it: a failure is reported
-// but leaves no status.
+// Closes for real the handle of an entry that was taken out. Whoever used it last has been told
+// that all is well, and what the present caller wants has nothing to do with it: a failure is
+// reported but leaves no status.
 void close_file(KeptFile *file) {
     const int32_t before = status();
     ZOR_close_do_it(file->image);

@@ -7,7 +7,8 @@
 namespace zor {
 
 // Takes a handle that is about to be closed and opened again out of the cache, under the library's
-// lock, so that closing it is final. Returns false, and leaves it there, when others use it as well.
+// lock, so that closing it is final. Returns false, and leaves it there, when others use it as
+// well.
 bool multiframe_withdraw(const ZOR_IMAGE *image);
 
 // Closes what nobody uses, forgets the rest and turns the cache off. The library's lock is free

@@ -99,6 +99,14 @@ int32_t check_raster(const ZOR_IMAGE &image, const ZOR_RASTER &asked, void *cons
 
 namespace {
 
+// A driver told of success with lines left.
+int32_t fail_line(int32_t mode, int32_t bottom, const ZOR_RASTER &raster) {
+    constexpr char reason[] = "the driver left it out";
+    const int32_t y = bottom + raster.lines_done;
+    return mode == ZOR_MODE_READ ? zor__fail(ZOR_E_READ, ZOR_MSG_CANNOT_READ, y, reason)
+                                 : zor__fail(ZOR_E_WRITE, ZOR_MSG_CANNOT_WRITE_LINE, y, reason);
+}
+
 int move(ZOR_IMAGE *image, ZOR_RASTER *raster, int32_t mode) {
     if (image == nullptr)
         return set_status(ZOR_E_UNSUPPORTED);
@@ -119,7 +127,9 @@ int move(ZOR_IMAGE *image, ZOR_RASTER *raster, int32_t mode) {
     image->last_scanline = -1;
     const int32_t lines = checked.raster.top - checked.raster.bottom + 1;
     raster->lines_done = std::clamp(checked.raster.lines_done, 0, lines);
-    return std::min(result, 0);
+    if (result < 0)
+        return result;
+    return raster->lines_done == lines ? 0 : fail_line(mode, checked.raster.bottom, *raster);
 }
 
 } // namespace

@@ -12,8 +12,8 @@ namespace zor {
 
 namespace {
 
-// Set by ZOR_color_matrix_set until the next one or a reset; guarded by the library's lock, which is not
-// held while anything is reported.
+// Set by ZOR_color_matrix_set until the next one or a reset; guarded by the library's lock, which
+// is not held while anything is reported.
 struct Floats {
     std::array<float, 9> to_xyz = {1, 0, 0, 0, 1, 0, 0, 0, 1};
     std::array<float, 9> from_xyz = {1, 0, 0, 0, 1, 0, 0, 0, 1};

@@ -31,8 +31,8 @@ bool white_point(const float *primaries, Triple *white);
 // From rgb to X, Y, Z; false when primaries and white do not define it.
 bool rgb_to_xyz(const float *primaries, Matrix *to_xyz);
 
-// The matrices that are set, and what ZOR_color_matrix_set does, with a copy of what was set: another
-// thread may set others at any time.
+// The matrices that are set, and what ZOR_color_matrix_set does, with a copy of what was set:
+// another thread may set others at any time.
 struct ColorMatrices {
     Matrix to_xyz, from_xyz;
 };

@@ -212,9 +212,9 @@ Outcome push_correction(Pushing &pushing, const Request &request, const ZOR_IMAG
     return Outcome::stop;
 }
 
-// All of it. An outcome of stop leaves what was pushed by then. The corrections get the matrices that
-// were set here, whatever other threads do with those of the process: no lock is held while operators
-// are pushed, since they report.
+// All of it. An outcome of stop leaves what was pushed by then. The corrections get the matrices
+// that were set here, whatever other threads do with those of the process: no lock is held while
+// operators are pushed, since they report.
 Outcome push_all(ZOR_IMAGE *image, Display &record, const Request &request) {
     Pushing pushing(image, &record);
     Outcome outcome = push_samples(pushing, request);

@@ -159,8 +159,9 @@ int pass_scan(void *state, int y, void **rows);
 
 // Push and undo ---------------------------------------------------------------------------------
 
-// Puts a record on top of a handle's stack, under scan and close functions of its own. A handle that
-// its driver left without them, or without a state, is refused: there is nothing to go on top of.
+// Puts a record on top of a handle's stack, under scan and close functions of its own. A handle
+// that its driver left without them, or without a state, is refused: there is nothing to go on top
+// of.
 template<class Record>
 ZOR_IMAGE *install_with(ZOR_IMAGE *image, RecordPtr<Record> record, ZOR_SCAN_FUNCTION scan);
 

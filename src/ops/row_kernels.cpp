@@ -38,8 +38,8 @@ void narrow(void *row, int64_t count, int32_t shift) {
     choose_shift_row<uint16_t, uint8_t>(shift)(row, count, shift);
 }
 
-// To the last bit, in floats. The scale is a sum whose larger part has 16 bits: products with it are
-// exact, and those with the smaller one too small for their rounding to count.
+// To the last bit, in floats. The scale is a sum whose larger part has 16 bits: products with it
+// are exact, and those with the smaller one too small for their rounding to count.
 void bytes_to_floats(float *to, const void *from, int32_t count, double scale) {
     const auto *samples = static_cast<const uint8_t *>(from);
     const auto bits = std::bit_cast<uint32_t>(static_cast<float>(scale));

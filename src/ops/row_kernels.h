@@ -1,5 +1,5 @@
 // row_kernels.h - the loops over rows that take most of the operators' time, in versions for
-// different processors that all give the same bits.
+// different processors that all give the same bits, as long as floats round to the nearest.
 #pragma once
 
 #include <cstdint>

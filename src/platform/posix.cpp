@@ -105,7 +105,8 @@ void run_on_threads(int count, void (*work)(void *data), void *data) {
     pthread_t threads[most_threads];
     int started = 0;
     if (count > 1) {
-        // The application's signals are for its own threads, but for those of a thread's own faults.
+        // The application's signals are for its own threads, but for those of a thread's own
+        // faults.
         sigset_t all;
         sigset_t before;
         sigfillset(&all);

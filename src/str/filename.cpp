@@ -112,8 +112,8 @@ intptr_t STR_filename_host(char *destination, const char *name) {
     return reinterpret_cast<intptr_t>(destination);
 }
 
-// Every "." goes, also one that kept a component with a ':' from being taken for a host: "./a:b" has
-// always become "a:b".
+// Every "." goes, also one that kept a component with a ':' from being taken for a host: "./a:b"
+// has always become "a:b".
 char *STR_filename_clean(char *name) {
     if (name == nullptr)
         return nullptr;

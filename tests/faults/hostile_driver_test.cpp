@@ -225,7 +225,7 @@ TEST_F(HostileDriver, StatesThatAreNotThere) {
     }
 }
 
-// What a driver says of whole frames is cut to what can be.
+// What a driver says of whole frames is cut to what can be, and lines that it left out are missed.
 TEST_F(HostileDriver, WholeFramesThatCannotBe) {
     static std::pair<int, int32_t> said;
     ZOR_IMAGE *image = open([](ZOR_IMAGE &handle) {
@@ -233,8 +233,11 @@ TEST_F(HostileDriver, WholeFramesThatCannotBe) {
             return raster->lines_done = said.second, said.first;
         });
     });
-    const std::pair<int, int32_t> cases[][2] = {
-        {{3, -77}, {0, 0}}, {{-5, 99}, {-5, 4}}, {{-5, 2}, {-5, 2}}};
+    const std::pair<int, int32_t> cases[][2] = {{{3, -77}, {ZOR_E_READ, 0}},
+                                                {{0, 3}, {ZOR_E_READ, 3}},
+                                                {{3, 4}, {0, 4}},
+                                                {{-5, 99}, {-5, 4}},
+                                                {{-5, 2}, {-5, 2}}};
     for (const auto &[saying, told] : cases) {
         said = saying;
         ZOR_PLANE planes[3] = {};

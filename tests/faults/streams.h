@@ -1,6 +1,6 @@
-// streams.h - files of which calls to the system fail on purpose. Programs of these tests are linked
-// so that their fopen, the library's and the tool's among them, ends here; modules get their files
-// from the library. What fails is below the buffers of stdio, as it is in life.
+// streams.h - files of which calls to the system fail on purpose. Programs of these tests are
+// linked so that their fopen, the library's and the tool's among them, ends here; modules get their
+// files from the library. What fails is below the buffers of stdio, as it is in life.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,5 @@
-// fault_test.cpp - where all the modules have to fail: channels that do not fit, missing lines, pipes.
+// fault_test.cpp - where all the modules have to fail: channels that do not fit, missing lines,
+// pipes.
 #include <gmock/gmock.h>
 
 #include "modules/picture.h"

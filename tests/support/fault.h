@@ -3,8 +3,8 @@
 //     for_each_failing_allocation([](Fault &) { ...one scenario, start to end... });
 //
 // runs the scenario again and again, the first, second, third... allocation failing each time, and
-// then also all allocations from there on, until a run gets by without the failure. The program says
-// in the end how many points were tried.
+// then also all allocations from there on, until a run gets by without the failure. The program
+// says in the end how many points were tried.
 #pragma once
 
 #include <cstdio>
@@ -68,8 +68,8 @@ private:
     long live_ = 0;
 };
 
-// Runs a scenario with each of its allocations failing in turn, and then with the later ones failing
-// too, unless they are "single". Returns how many there were.
+// Runs a scenario with each of its allocations failing in turn, and then with the later ones
+// failing too, unless they are "single". Returns how many there were.
 enum class Failing { single, and_later };
 template<class Scenario>
 long for_each_failing_allocation(Scenario scenario, Failing failing = Failing::and_later) {

@@ -9,7 +9,8 @@
 #include <windows.h>
 
 void set_variable(const char *name, const char *value) {
-    // Both environments: that of the C runtime and that of the process, which an empty value leaves.
+    // Both environments: that of the C runtime and that of the process, which an empty value
+    // leaves.
     _putenv_s(name, value != nullptr ? value : "");
     SetEnvironmentVariableA(name, value);
 }

@@ -1,5 +1,5 @@
-/* option_module.c - a format of options alone: what it writes is a list of the settings it was given.
- * One of its names is a text of the message catalogue's, and one option is not to be had. */
+/* option_module.c - a format of options alone: what it writes is a list of the settings it was
+ * given. One of its names is a text of the message catalogue's, and one option is not to be had. */
 #include <zor/driver.h>
 
 ZOR_MODULE("option", ".option", "Options", 0);

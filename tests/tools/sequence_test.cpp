@@ -122,7 +122,7 @@ TEST_F(Sequences, TellEachFramesOwnFailure) {
 
     const Run stopping = run("zor convert s.#.pam p.#.ppm --jobs 1");
     EXPECT_EQ(stopping.code, 1);
-    EXPECT_THAT(stopping.err, HasSubstr("1 frames converted, 1 failed, 4 not converted"));
+    EXPECT_THAT(stopping.err, HasSubstr("1 frame converted, 1 failed, 4 not converted"));
     EXPECT_FALSE(fs::exists("p.3.ppm"));
 
     // What all frames lose is said once.

@@ -15,8 +15,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// The modules that ZOR_init is asking for. The enumerator takes no argument of the application's, so
-// this has to live here; it means something during Loader::start only.
+// The modules that ZOR_init is asking for. The enumerator takes no argument of the application's,
+// so this has to live here; it means something during Loader::start only.
 struct {
     std::vector<Module> *modules;
     size_t next;
@@ -127,7 +127,8 @@ int Loader::start(void *catalogue) {
 }
 
 // Two ways out of the registry earn no report: a module may decline to start, and of two with one
-// key the later one counts. The registry shares a module's own texts, which tells whose entry it is.
+// key the later one counts. The registry shares a module's own texts, which tells whose entry it
+// is.
 void Loader::note_the_dropped() {
     for (Module &module : modules_) {
         if (module.handle == nullptr || !module.in_use())

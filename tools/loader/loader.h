@@ -24,14 +24,15 @@ struct Module {
     [[nodiscard]] bool in_use() const { return refusal.empty(); }
 };
 
-// Where to look for modules: the directories wanted, if any; else those that the environment variable
-// ZOR_MODULES lists as PATH lists its own; else those beside the running program that exist.
+// Where to look for modules: the directories wanted, if any; else those that the environment
+// variable ZOR_MODULES lists as PATH lists its own; else those beside the running program that
+// exist.
 std::vector<std::string> module_directories(const std::vector<std::string> &wanted = {});
 
 class Loader {
 public:
-    // Loads every module file of the directories, in the order of the directories, then of the names.
-    // Of several files with one name the first counts.
+    // Loads every module file of the directories, in the order of the directories, then of the
+    // names. Of several files with one name the first counts.
     explicit Loader(const std::vector<std::string> &directories);
 
     // Ends the library and unloads the modules.
@@ -39,9 +40,9 @@ public:
     Loader(const Loader &) = delete;
     Loader &operator=(const Loader &) = delete;
 
-    // Starts the library with the modules. Directories that could not be read and modules that could
-    // not be loaded or are not fit for use are reported; modules() says why. Returns what ZOR_init
-    // returned.
+    // Starts the library with the modules. Directories that could not be read and modules that
+    // could not be loaded or are not fit for use are reported; modules() says why. Returns what
+    // ZOR_init returned.
     int start(void *catalogue = nullptr);
 
     [[nodiscard]] const std::vector<Module> &modules() const { return modules_; }

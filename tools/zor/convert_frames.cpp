@@ -168,7 +168,8 @@ void Run::work() {
 }
 
 std::string Run::summary() const {
-    std::string text = std::to_string(counted(Status::done)) + " frames converted";
+    std::string text = std::to_string(counted(Status::done)) +
+                       (counted(Status::done) == 1 ? " frame converted" : " frames converted");
     const auto add = [&](uint64_t count, const char *what) {
         if (count > 0)
             add_to_list(text, std::to_string(count) + " " + what);

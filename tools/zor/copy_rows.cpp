@@ -1,9 +1,11 @@
-// copy_rows.cpp - rows go straight over where both ends can agree on an order and there is but one
-// thread; otherwise the whole picture is held in memory, and moved in one piece where that can be
-// done: there threads share the work, and it can be turned around.
+// copy_rows.cpp - rows go straight over where both ends can agree on an order; otherwise the whole
+// picture is held in memory and turned around, and then written in one piece where that can be
+// done.
 #include "copy_rows.h"
 
+#include <algorithm>
 #include <cstring>
+#include <memory>
 #include <new>
 
 #include "interrupt.h"
@@ -11,9 +13,6 @@
 namespace zor {
 
 namespace {
-
-// Larger pictures are not held in memory for the sake of speed.
-constexpr uint64_t most_held = uint64_t{1} << 30;
 
 bool rises(const ZOR_IMAGE_DESC &desc) { return (desc.orientation & ZOR_ORIENTATION_RISING) != 0; }
 
@@ -32,33 +31,28 @@ public:
           width_(int64_t{in_.win_right} - in_.win_left + 1),
           rows_(channels.size() + 1) {}
 
-    // Bytes of the picture in memory.
-    [[nodiscard]] uint64_t picture_bytes() const;
-
     ExitCode straight();
-    ExitCode held();
+    ExitCode turned();
 
 private:
-    // A picture in memory: lines from the bottom up, each the output's channels in turn.
+    // A picture in memory: lines from the bottom up, each the output's channels in turn. It is
+    // touched as lines arrive: many files claim more than they hold.
     struct Picture {
-        std::vector<unsigned char> memory;
+        std::unique_ptr<unsigned char[]> memory;
         std::vector<size_t> row_sizes;
         size_t line = 0; // bytes
 
-        [[nodiscard]] unsigned char *at(int64_t y) {
-            return memory.data() + line * static_cast<size_t>(y);
+        [[nodiscard]] unsigned char *at(int64_t row) const {
+            return memory.get() + line * static_cast<size_t>(row);
         }
     };
 
     // Rows are counted in the order of one end, from 0 on.
     bool read(int64_t step, bool rising);
     bool write(int64_t step);
-    int read_whole(Picture &picture);
-    int write_whole(Picture &picture);
-    ExitCode read_picture(Picture &picture);
-    ExitCode write_picture(Picture &picture);
-    [[nodiscard]] ZOR_RASTER raster_of(const ZOR_IMAGE_DESC &desc,
-                                       std::vector<ZOR_PLANE> &planes) const;
+    [[nodiscard]] Picture new_picture() const;
+    int write_whole(const Picture &picture);
+    ExitCode write_picture(const Picture &picture);
     [[nodiscard]] int64_t from_bottom(int64_t step, bool rising) const {
         return rising ? step : height_ - 1 - step;
     }
@@ -116,44 +110,19 @@ size_t RowCopier::row_bytes(int32_t channel) const {
     return static_cast<size_t>((bytes + 7) / 8 * 8);
 }
 
-uint64_t RowCopier::picture_bytes() const {
-    uint64_t line = 0;
+RowCopier::Picture RowCopier::new_picture() const {
+    Picture picture;
     for (const int32_t channel : channels_)
-        line += row_bytes(channel);
-    return line * static_cast<uint64_t>(height_);
+        picture.line += picture.row_sizes.emplace_back(row_bytes(channel));
+    if (static_cast<uint64_t>(height_) > SIZE_MAX / 2 / std::max<size_t>(picture.line, 1))
+        throw std::bad_alloc();
+    picture.memory = std::make_unique_for_overwrite<unsigned char[]>(picture.line *
+                                                                     static_cast<size_t>(height_));
+    return picture;
 }
 
-ZOR_RASTER RowCopier::raster_of(const ZOR_IMAGE_DESC &desc, std::vector<ZOR_PLANE> &planes) const {
-    ZOR_RASTER raster = {};
-    raster.left = desc.win_left;
-    raster.right = desc.win_right;
-    raster.bottom = desc.win_bottom;
-    raster.top = desc.win_top;
-    raster.num_threads = threads_;
-    raster.num_planes = static_cast<int32_t>(planes.size());
-    raster.planes = planes.data();
-    return raster;
-}
-
-// Reads the picture in one call. Returns its status.
-int RowCopier::read_whole(Picture &picture) {
-    reports_.about(input_.name, input_.alias);
-    std::vector<ZOR_PLANE> planes(static_cast<size_t>(in_.image.count) +
-                                  static_cast<size_t>(in_.matte.count) +
-                                  static_cast<size_t>(in_.aux.count));
-    unsigned char *to = picture.at(0);
-    for (size_t k = 0; k < channels_.size(); to += picture.row_sizes[k++]) {
-        ZOR_PLANE &plane = planes[static_cast<size_t>(channels_[k])];
-        if (plane.samples != nullptr) // wanted twice
-            return ZOR_E_UNSUPPORTED;
-        plane = {to, 0, static_cast<ZOR_WORD>(picture.line)};
-    }
-    ZOR_RASTER raster = raster_of(in_, planes);
-    return ZOR_raster_read(input_.image, &raster);
-}
-
-// Writes it in one call. Returns its status.
-int RowCopier::write_whole(Picture &picture) {
+// Writes a picture in one call, which threads share. Returns its status.
+int RowCopier::write_whole(const Picture &picture) {
     reports_.about(output_.name, output_.alias);
     std::vector<ZOR_PLANE> planes;
     unsigned char *from = picture.at(0);
@@ -161,29 +130,18 @@ int RowCopier::write_whole(Picture &picture) {
         planes.push_back({from, 0, static_cast<ZOR_WORD>(picture.line)});
         from += size;
     }
-    ZOR_RASTER raster = raster_of(out_, planes);
+    ZOR_RASTER raster = {};
+    raster.left = out_.win_left;
+    raster.right = out_.win_right;
+    raster.bottom = out_.win_bottom;
+    raster.top = out_.win_top;
+    raster.num_threads = threads_;
+    raster.num_planes = static_cast<int32_t>(planes.size());
+    raster.planes = planes.data();
     return ZOR_raster_write(output_.image, &raster);
 }
 
-ExitCode RowCopier::read_picture(Picture &picture) {
-    if (const int status = read_whole(picture); status != ZOR_E_UNSUPPORTED) {
-        if (status != 0)
-            reports_.explain(status);
-        return status != 0 ? EXIT_INPUT_FAILED : EXIT_FINE;
-    }
-    for (int64_t step = 0; step < height_; ++step) {
-        if (interrupted())
-            return EXIT_INTERRUPTED;
-        if (!read(step, rises(in_)))
-            return EXIT_INPUT_FAILED;
-        unsigned char *to = picture.at(from_bottom(step, rises(in_)));
-        for (size_t k = 0; k < channels_.size(); to += picture.row_sizes[k++])
-            std::memcpy(to, rows_[k], picture.row_sizes[k]); // rows are longer than that
-    }
-    return EXIT_FINE;
-}
-
-ExitCode RowCopier::write_picture(Picture &picture) {
+ExitCode RowCopier::write_picture(const Picture &picture) {
     if (const int status = write_whole(picture); status != ZOR_E_UNSUPPORTED) {
         if (status != 0)
             reports_.explain(status);
@@ -201,16 +159,18 @@ ExitCode RowCopier::write_picture(Picture &picture) {
     return EXIT_FINE;
 }
 
-ExitCode RowCopier::held() {
-    Picture picture;
-    for (const int32_t channel : channels_)
-        picture.line += picture.row_sizes.emplace_back(row_bytes(channel));
-    if (picture_bytes() > SIZE_MAX / 2)
-        throw std::bad_alloc();
-    picture.memory.resize(static_cast<size_t>(picture_bytes()));
-    if (const ExitCode outcome = read_picture(picture); outcome != EXIT_FINE)
-        return outcome;
-    return interrupted() ? EXIT_INTERRUPTED : write_picture(picture);
+ExitCode RowCopier::turned() {
+    const Picture picture = new_picture();
+    for (int64_t step = 0; step < height_; ++step) {
+        if (interrupted())
+            return EXIT_INTERRUPTED;
+        if (!read(step, rises(in_)))
+            return EXIT_INPUT_FAILED;
+        unsigned char *to = picture.at(from_bottom(step, rises(in_)));
+        for (size_t k = 0; k < channels_.size(); to += picture.row_sizes[k++])
+            std::memcpy(to, rows_[k], picture.row_sizes[k]); // rows are longer than that
+    }
+    return write_picture(picture);
 }
 
 } // namespace
@@ -220,8 +180,7 @@ ExitCode copy_rows(const End &input, const End &output, const std::vector<int32_
     RowCopier copier(input, output, channels, threads, reports);
     const bool agreed = any_order || rises(*ZOR_image_desc(input.image, 0)) ==
                                          rises(*ZOR_image_desc(output.image, 0));
-    const bool shared = threads > 1 && copier.picture_bytes() <= most_held;
-    return agreed && !shared ? copier.straight() : copier.held();
+    return agreed ? copier.straight() : copier.turned();
 }
 
 } // namespace zor

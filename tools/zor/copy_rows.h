@@ -19,8 +19,8 @@ struct End {
     std::string alias; // what the library calls the file, if not by that name
 };
 
-// Copies the rows of the first image from bottom to bottom, wherever the windows lie; both are of one
-// size and hold the same types of samples.
+// Copies the rows of the first image from bottom to bottom, wherever the windows lie; both are of
+// one size and hold the same types of samples.
 //   channels    the input's channels, in the order in which the output takes them
 //   any_order   the input's rows may be read in any order
 //   threads     that may share the work

@@ -12,13 +12,13 @@ namespace zor {
 bool is_standard_input(const std::string &file);
 bool is_standard_output(const std::string &file);
 
-// Whether a name stands for a file proper: not for a stream, a pipe or a device, which give what they
-// hold but once.
+// Whether a name stands for a file proper: not for a stream, a pipe or a device, which give what
+// they hold but once.
 bool is_plain_file(const std::string &file);
 
-// Opens an image for reading. Its format is the key's; without a key one that recognises the content,
-// or else the one whose extension the name ends with. Failures are reported, as about the file; null
-// then.
+// Opens an image for reading. Its format is the key's; without a key one that recognises the
+// content, or else the one whose extension the name ends with. Failures are reported, as about the
+// file; null then.
 Image open_input(const std::string &file, const std::string &key, Reports &reports);
 
 // The format from a module whose extension the name ends with, case aside; of several the one with

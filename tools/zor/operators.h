@@ -1,5 +1,5 @@
-// operators.h - what may be done to a picture between reading and writing it: how that is asked for,
-// which operators it takes, and what is to be stated about the picture then.
+// operators.h - what may be done to a picture between reading and writing it: how that is asked
+// for, which operators it takes, and what is to be stated about the picture then.
 #pragma once
 
 #include <array>

@@ -43,14 +43,17 @@ bool RowReader::start(bool rising) {
         line += row_bytes(k);
     if (line > 0 && static_cast<uint64_t>(height()) > SIZE_MAX / 2 / line)
         throw std::bad_alloc();
-    picture_.resize(line * static_cast<size_t>(height()));
+    // Touched as rows arrive: many files claim more than they hold.
+    picture_ =
+        std::make_unique_for_overwrite<unsigned char[]>(line * static_cast<size_t>(height()));
+    line_ = line;
     rows_.resize(static_cast<size_t>(num_channels()));
     for (int64_t step = 0; step < height(); ++step) {
         const int64_t row = rises() ? step : height() - 1 - step;
         void *const *from = scan(row);
         if (from == nullptr)
             return false;
-        unsigned char *to = picture_.data() + line * static_cast<size_t>(row);
+        unsigned char *to = picture_.get() + line * static_cast<size_t>(row);
         for (int32_t k = 0; k < num_channels(); to += row_bytes(k++))
             std::memcpy(to, from[k], row_bytes(k)); // rows are longer than that
     }
@@ -60,8 +63,7 @@ bool RowReader::start(bool rising) {
 void *const *RowReader::read(int64_t row) {
     if (rows_.empty())
         return scan(row);
-    unsigned char *from = picture_.data() + picture_.size() / static_cast<size_t>(height()) *
-                                                static_cast<size_t>(row);
+    unsigned char *from = picture_.get() + line_ * static_cast<size_t>(row);
     for (int32_t k = 0; k < num_channels(); from += row_bytes(k++))
         rows_[static_cast<size_t>(k)] = from;
     return rows_.data();

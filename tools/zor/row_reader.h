@@ -1,7 +1,9 @@
 // row_reader.h - the rows of an open image in the order in which they are wanted.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -45,8 +47,9 @@ private:
     bool any_order_;
     Reports &reports_;
     ZOR_IMAGE_DESC desc_;
-    std::vector<unsigned char> picture_; // when it is held
-    std::vector<void *> rows_;           // within it
+    std::unique_ptr<unsigned char[]> picture_; // when it is held
+    size_t line_ = 0;                          // bytes of a line in it
+    std::vector<void *> rows_;                 // within it
 };
 
 } // namespace zor

@@ -127,8 +127,8 @@ private:
     }
 
     // Decodes a pair, or some more that go together. False, and nothing happens, when what comes
-    // next is unusual: close to an end, or wrong. Nothing at all may be left: the first bytes are in
-    // the slack.
+    // next is unusual: close to an end, or wrong. Nothing at all may be left: the first bytes are
+    // in the slack.
     [[gnu::always_inline]] static inline bool decode_pair(PacketReader &reader) {
         const uint8_t *const in = reader.in;
         uint8_t *const to = reader.to;

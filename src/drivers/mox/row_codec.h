@@ -49,8 +49,8 @@ const RowCodec *row_codec(int32_t type, int32_t bits);
 
 using zor::Vectors; // of the versions there are
 
-// The same in a certain version; null also where the build or the processor does not have it. All of
-// them give the same bytes and refuse the same records.
+// The same in a certain version; null also where the build or the processor does not have it. All
+// of them give the same bytes and refuse the same records.
 const RowCodec *row_codec(int32_t type, int32_t bits, Vectors vectors);
 
 } // namespace zor::mox

@@ -1,5 +1,5 @@
-// row_codec_avx2.cpp - the codings of integers with vectors of 32 bytes. The one file that is compiled
-// for processors that have them.
+// row_codec_avx2.cpp - the codings of integers with vectors of 32 bytes. Compiled for processors
+// that have them.
 #include "drivers/mox/row_coding.h"
 #include "drivers/mox/vec_avx2.h"
 

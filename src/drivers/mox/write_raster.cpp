@@ -49,7 +49,7 @@ public:
             memory += row_room(sub);
         }
     }
-    static size_t memory(const WriteImage &sub) { return most_in_pixel * row_room(sub); }
+    static size_t memory(const WriteImage &sub) { return num_rows * row_room(sub); }
 
     void start(int32_t y) {
         y_ = y;
@@ -66,12 +66,16 @@ public:
         const uint8_t *from = sample_at(raster_, plane, y_, sub_.left);
         if (plane.column_step == codec.sample_size)
             return from;
-        copy_samples(from, plane.column_step, rows_[0], codec.sample_size, sub_.active,
+        uint8_t *row = rows_[most_in_pixel];
+        copy_samples(from, plane.column_step, row, codec.sample_size, sub_.active,
                      codec.sample_size);
-        return rows_[0];
+        return row;
     }
 
 private:
+    // Those of pixels stay while the line does; the last is for any other channel, one by one.
+    static constexpr size_t num_rows = most_in_pixel + 1;
+
     void take_apart() {
         uint8_t *rows[most_in_pixel];
         for (int32_t k = 0; k < pixels_.count; ++k)
@@ -84,7 +88,7 @@ private:
     const WriteImage &sub_;
     const ZOR_RASTER &raster_;
     const Pixels pixels_;
-    uint8_t *rows_[most_in_pixel];
+    uint8_t *rows_[num_rows];
     int32_t y_ = 0;
     bool taken_apart_ = false;
 };

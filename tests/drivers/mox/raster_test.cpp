@@ -144,6 +144,42 @@ protected:
     }
 };
 
+// Records of rows so wide are measured before they are written: each row is asked for twice.
+TEST_F(RasterTest, WidePixelsBesideOtherSteps) {
+    constexpr int width = 32700;
+    Request request(file);
+    ZOR_IMAGE_DESC &desc = request.add(width, 2);
+    desc.image = {3, ZOR_C_INTEGER, 16};
+    desc.matte = {1, ZOR_C_INTEGER, 16};
+    std::vector<uint16_t> samples(2 * 5 * width);
+    for (size_t i = 0; i < samples.size(); ++i)
+        samples[i] = static_cast<uint16_t>(i / 500 * 7 + i % 5);
+    ZOR_PLANE planes[4];
+    for (size_t k = 0; k < 4; ++k) // of the mattes every second one
+        planes[k] = k < 3 ? ZOR_PLANE{&samples[k], 6, 6 * width}
+                          : ZOR_PLANE{&samples[6 * width], 4, 4 * width};
+    ZOR_RASTER raster = {0, 0, width - 1, 0, 1, 1, 4, planes, 0};
+    ZOR_IMAGE *image = request.open("w");
+    ASSERT_NE(image, nullptr) << log.text();
+    EXPECT_EQ(ZOR_raster_write(image, &raster), 0) << log.text();
+    EXPECT_EQ(ZOR_close(image), 0);
+
+    image = request.open("r");
+    ASSERT_NE(image, nullptr) << log.text();
+    for (int y = 0; y < 2; ++y) {
+        void **rows = nullptr;
+        ASSERT_EQ(ZOR_scan_read(image, y, &rows), 0) << log.text();
+        for (size_t k = 0; k < 4; ++k)
+            for (int x : {0, 1, 777, width - 1}) {
+                const auto *at = static_cast<const uint8_t *>(planes[k].samples) +
+                                 planes[k].column_step * x + planes[k].row_step * y;
+                EXPECT_EQ(std::memcmp(static_cast<uint16_t *>(rows[k]) + x, at, 2), 0)
+                    << k << " " << x;
+            }
+    }
+    ZOR_close(image);
+}
+
 // All storages, in files that are read in several blocks.
 TEST_F(RasterTest, IsTheSameAsScanlines) {
     std::mt19937 random(1);
