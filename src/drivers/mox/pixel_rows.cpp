@@ -167,7 +167,7 @@ uintptr_t address_of(const ZOR_PLANE &plane) { return reinterpret_cast<uintptr_t
 
 Pixels find_pixels(const ZOR_RASTER &raster, const ChannelGroup (&groups)[num_groups]) {
     const int32_t size = sample_size_of(groups, 0);
-    if (size == 0 || raster.planes[0].column_step > most_in_pixel * size)
+    if (size == 0 || raster.planes[0].column_step > ZOR_WORD{most_in_pixel} * size)
         return {};
     const ZOR_PLANE *const planes = raster.planes;
     Pixels pixels;
@@ -182,7 +182,7 @@ Pixels find_pixels(const ZOR_RASTER &raster, const ChannelGroup (&groups)[num_gr
         const uintptr_t offset = address_of(planes[k]) - first;
         const uintptr_t place = offset / static_cast<uintptr_t>(size);
         if (planes[k].samples == nullptr || sample_size_of(groups, k) != size ||
-            planes[k].column_step != pixels.count * size ||
+            planes[k].column_step != ZOR_WORD{pixels.count} * size ||
             planes[k].row_step != planes[0].row_step ||
             offset % static_cast<uintptr_t>(size) != 0 ||
             place >= static_cast<uintptr_t>(pixels.count))
