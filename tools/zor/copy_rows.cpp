@@ -39,8 +39,8 @@ private:
     // touched as lines arrive: many files claim more than they hold.
     struct Picture {
         std::unique_ptr<unsigned char[]> memory;
-        std::vector<size_t> row_sizes;
-        size_t line = 0; // bytes
+        std::vector<size_t> row_sizes; // rounded up so that the next row is aligned
+        size_t line = 0;               // bytes
 
         [[nodiscard]] unsigned char *at(int64_t row) const {
             return memory.get() + line * static_cast<size_t>(row);
@@ -101,19 +101,18 @@ ExitCode RowCopier::straight() {
     return EXIT_FINE;
 }
 
-// Bytes a channel's row takes in memory, rounded up so that the next one is aligned.
+// Bytes of a channel's row.
 size_t RowCopier::row_bytes(int32_t channel) const {
     const ZOR_CHANNELS *group = &in_.image;
     for (; channel >= group->count && group != &in_.aux; ++group)
         channel -= group->count;
-    const int64_t bytes = width_ * ZOR_sample_size(group->type, group->bits);
-    return static_cast<size_t>((bytes + 7) / 8 * 8);
+    return static_cast<size_t>(width_ * ZOR_sample_size(group->type, group->bits));
 }
 
 RowCopier::Picture RowCopier::new_picture() const {
     Picture picture;
     for (const int32_t channel : channels_)
-        picture.line += picture.row_sizes.emplace_back(row_bytes(channel));
+        picture.line += picture.row_sizes.emplace_back((row_bytes(channel) + 7) / 8 * 8);
     if (static_cast<uint64_t>(height_) > SIZE_MAX / 2 / std::max<size_t>(picture.line, 1))
         throw std::bad_alloc();
     picture.memory = std::make_unique_for_overwrite<unsigned char[]>(picture.line *
@@ -168,7 +167,7 @@ ExitCode RowCopier::turned() {
             return EXIT_INPUT_FAILED;
         unsigned char *to = picture.at(from_bottom(step, rises(in_)));
         for (size_t k = 0; k < channels_.size(); to += picture.row_sizes[k++])
-            std::memcpy(to, rows_[k], picture.row_sizes[k]); // rows are longer than that
+            std::memcpy(to, rows_[k], row_bytes(channels_[k]));
     }
     return write_picture(picture);
 }

@@ -29,10 +29,9 @@ void *const *RowReader::scan(int64_t row) {
     return rows;
 }
 
-// Rounded up so that the next row is aligned.
-size_t RowReader::row_bytes(int32_t channel) const {
+size_t RowReader::sample_bytes(int32_t channel) const {
     const int64_t size = ZOR_sample_size(group(channel).type, group(channel).bits);
-    return static_cast<size_t>((width() * size + 7) / 8 * 8);
+    return static_cast<size_t>(width() * size);
 }
 
 bool RowReader::start(bool rising) {
@@ -55,7 +54,7 @@ bool RowReader::start(bool rising) {
             return false;
         unsigned char *to = picture_.get() + line * static_cast<size_t>(row);
         for (int32_t k = 0; k < num_channels(); to += row_bytes(k++))
-            std::memcpy(to, from[k], row_bytes(k)); // rows are longer than that
+            std::memcpy(to, from[k], sample_bytes(k));
     }
     return true;
 }

@@ -40,7 +40,11 @@ public:
 
 private:
     void *const *scan(int64_t row);
-    [[nodiscard]] size_t row_bytes(int32_t channel) const;
+    [[nodiscard]] size_t sample_bytes(int32_t channel) const; // of a row
+    // Rounded up so that the next row is aligned.
+    [[nodiscard]] size_t row_bytes(int32_t channel) const {
+        return (sample_bytes(channel) + 7) / 8 * 8;
+    }
 
     ZOR_IMAGE *image_;
     std::string name_;
