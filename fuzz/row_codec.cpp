@@ -24,6 +24,7 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         check(decodes_alike(records, count % 300 + 1, kind));
     }
     const size_t whole = rest.size() / kind.size() * kind.size();
-    check(codes_alike(Bytes(data + 3, data + 3 + whole), kind));
+    if (whole > 0) // every row has a sample
+        check(codes_alike(Bytes(data + 3, data + 3 + whole), kind));
     return 0;
 }
