@@ -80,6 +80,10 @@ const RowKernels *row_kernels(Vectors vectors) {
         return nullptr;
     switch (vectors) {
 #ifdef ZOR_X86_VECTORS
+    case Vectors::avx512: {
+        static const RowKernels kernels = avx512_row_kernels(avx2_row_kernels);
+        return &kernels;
+    }
     case Vectors::avx2:
         return &avx2_row_kernels;
 #endif
@@ -91,8 +95,10 @@ const RowKernels *row_kernels(Vectors vectors) {
 }
 
 const RowKernels &row_kernels() {
-    const RowKernels *const fastest = row_kernels(Vectors::avx2);
-    return fastest != nullptr ? *fastest : portable_row_kernels;
+    for (const Vectors vectors : {Vectors::avx512, Vectors::avx2})
+        if (const RowKernels *const kernels = row_kernels(vectors))
+            return *kernels;
+    return portable_row_kernels;
 }
 
 } // namespace zor

@@ -36,6 +36,10 @@ const RowKernels &row_kernels();
 
 // A certain version; null where the build or the processor does not have it.
 const RowKernels *row_kernels(Vectors vectors);
-extern const RowKernels avx2_row_kernels; // as it is compiled, for that function alone
+
+// As they are compiled, for that function alone. Of the last version there are only those that look
+// up in tables; the others are another's.
+extern const RowKernels avx2_row_kernels;
+RowKernels avx512_row_kernels(const RowKernels &others);
 
 } // namespace zor

@@ -127,7 +127,8 @@ void from_floats(RowKernels::FromFloats kernel) {
 }
 
 TEST(RowKernels, FollowTheirRulesInEveryVersion) {
-    for (const zor::Vectors vectors : {zor::Vectors::portable, zor::Vectors::avx2}) {
+    for (const zor::Vectors vectors :
+         {zor::Vectors::portable, zor::Vectors::avx2, zor::Vectors::avx512}) {
         const RowKernels *kernels = zor::row_kernels(vectors);
         if (kernels == nullptr)
             continue;

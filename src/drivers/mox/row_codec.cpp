@@ -35,7 +35,8 @@ bool decode_floats(const EncodedRow *rows, int num_rows, int32_t count) {
 template<ptrdiff_t Size>
 constexpr RowCodec floats = {Size, encode_floats<Size>, decode_floats<Size>, size_of_floats<Size>};
 
-// The codings of integers of 1, 2 and 4 bytes. Null where the processor could not run them.
+// The codings of integers of 1, 2 and 4 bytes. Null where the processor could not run them, and for
+// versions that there are not.
 const RowCodec *integers_for(Vectors vectors) {
     if (!has_vectors(vectors))
         return nullptr;
@@ -46,8 +47,10 @@ const RowCodec *integers_for(Vectors vectors) {
     case Vectors::sse2:
         return sse2_integers;
 #endif
-    default:
+    case Vectors::portable:
         return portable_integers;
+    default:
+        return nullptr;
     }
 }
 

@@ -69,7 +69,7 @@ int64_t first_room(int64_t size) {
     return size >= 0 ? std::min(size, most) : most;
 }
 int64_t last_room(int64_t size) {
-    return size >= 0 ? std::min(size, static_cast<int64_t>(most_block)) : first_room(size);
+    return size >= 0 ? std::min(size, static_cast<int64_t>(most_read)) : first_room(size);
 }
 
 uint8_t *new_block(int64_t room) {
@@ -242,9 +242,9 @@ namespace {
 // Makes a full block larger. False when it stays as it is, which is no failure.
 bool grow(WriteStream *stream) {
     constexpr size_t growth = 8;
-    if (stream->space >= most_block)
+    if (stream->space >= most_written)
         return false;
-    const size_t space = std::min(growth * stream->space, most_block);
+    const size_t space = std::min(growth * stream->space, most_written);
     auto *block = static_cast<uint8_t *>(quiet_realloc(stream->block, space));
     if (block == nullptr)
         return false;
