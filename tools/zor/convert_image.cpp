@@ -202,16 +202,15 @@ Image open_output(const ZOR_INFO &info, Workplace &workplace, Reports &reports) 
 
 // Writes the picture to the output's temporary file and gives that its name.
 //   file  null for a format that makes a stream, which needs none
-ExitCode write_output(const End &input, const Plan &plan, bool any_order, OutputFile *file,
-                      const std::string &name, Workplace &workplace, Reports &reports) {
+ExitCode write_output(RowReader &rows, const Plan &plan, OutputFile *file, const std::string &name,
+                      Workplace &workplace, Reports &reports) {
     const std::string path = plan.info->file_name;
     reports.about(name, path);
     Image image = open_output(*plan.info, workplace, reports);
     if (image == nullptr)
         return EXIT_OUTPUT_FAILED;
     const End output = {image.get(), name, path};
-    if (const ExitCode code =
-            copy_rows(input, output, plan.channels, any_order, workplace.threads, reports);
+    if (const ExitCode code = copy_rows(rows, output, workplace.threads, reports);
         code != EXIT_FINE) {
         // The reason has been told; that the file is incomplete goes without saying.
         reports.set_muted(true);
@@ -250,8 +249,10 @@ ExitCode convert_file(const std::string &input_file, const std::string &output_f
         return EXIT_OUTPUT_FAILED;
     const bool any_order = is_plain_file(input_file) &&
                            (ZOR_image_format(input.get())->access & ZOR_ACCESS_RANDOM_READ) != 0;
-    return write_output({input.get(), input_name, {}}, plan, any_order,
-                        conversion.streamed ? nullptr : &file, output_name, workplace, reports);
+    RowReader rows(input.get(), input_name, any_order, reports);
+    rows.choose(plan.channels);
+    return write_output(rows, plan, conversion.streamed ? nullptr : &file, output_name, workplace,
+                        reports);
 }
 
 } // namespace

@@ -232,6 +232,9 @@ int run(const std::vector<std::string> &arguments) {
     add_convert_options(*convert_command, request);
     convert_command->callback([&] { code = convert(options, request); });
 
+    app.failure_message([](const CLI::App *command, const CLI::Error &error) {
+        return "zor: " + CLI::FailureMessage::simple(command, error);
+    });
     try {
         // Expected last one first, and without the program's name.
         app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend() - 1));
