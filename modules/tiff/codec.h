@@ -18,7 +18,6 @@ struct Codec {
     FILE *back;        // a written file once more, for the little libtiff has to look up in it
     int64_t size;      // of a file that is read
     int64_t allowance; // bytes that a file which is read may take in memory
-    bool discard;      // nothing is written any more
     int lost;          // errno of what failed in a file being written, which is no good since then
     TIFF *tiff;
     driver::Trouble trouble;

@@ -80,8 +80,8 @@ bool Run::step() {
         const FrameResult result = convert(sequence_.task(*drawn));
         count(result, result.status == Status::broken_off || console_.tell(result));
         return true;
-    } catch (const std::exception &error) { // of the bookkeeping: memory ran out
-        std::fprintf(stderr, "zor: %s\n", error.what());
+    } catch (const std::exception &) { // of the bookkeeping
+        std::fputs("zor: out of memory\n", stderr);
     }
     const std::lock_guard lock(mutex_);
     stopped_ = true;
