@@ -51,7 +51,8 @@ struct FloatTable {
             0x2F2B2723, 0x3F3B3733);
         for (int q = 0; q < 4; ++q) {
             const auto part = [=](int i) {
-                return _mm512_permutexvar_epi8(apart, load(floats + ptrdiff_t{64} * q + 16 * i));
+                return _mm512_permutexvar_epi8(
+                    apart, load(floats + ptrdiff_t{64} * q + ptrdiff_t{16} * i));
             };
             const Vec a = part(0);
             const Vec b = part(1);
