@@ -2,7 +2,6 @@
 #include <gmock/gmock.h>
 
 #include "ops/fake_image.h"
-#include "ops/state.h"
 #include "support/home.h"
 #include "zor/fmt.h"
 
@@ -28,7 +27,6 @@ TEST(MergeFields, WeavesLinesFromTheTop) {
                 return hundreds + y;
             };
         }
-        const auto before = state_of(*first.image());
         ZOR__merge_fields(first.image(), second.image());
         const ZOR_IMAGE_DESC &desc = first.desc();
         EXPECT_THAT((std::array{desc.win_bottom, desc.win_top, desc.act_bottom, desc.act_top,
@@ -46,35 +44,15 @@ TEST(MergeFields, WeavesLinesFromTheTop) {
 
         ReportLog log;
         void **rows = nullptr;
-        for (const int y : {2, -7})
-            EXPECT_EQ(ZOR_scan_read(first.image(), y, &rows), ZOR_E_SCANLINE);
         first.fail_at = second.fail_at = -1;
-        for (const int y : {-1, -2})
-            EXPECT_EQ(ZOR_scan_read(first.image(), y, &rows), ZOR_E_READ);
+        for (const auto &[y, status] : {std::pair(2, ZOR_E_SCANLINE),
+                                        {-7, ZOR_E_SCANLINE},
+                                        {-1, ZOR_E_READ},
+                                        {-2, ZOR_E_READ}})
+            EXPECT_EQ(ZOR_scan_read(first.image(), y, &rows), status);
         EXPECT_EQ(ZOR__merge_fields_undo(first.image()), 1);
         EXPECT_EQ(first.image()->last_scanline, -3); // the field's own
-        first.image()->last_scanline = 0;
-        EXPECT_EQ(state_of(*first.image()), before);
         FMT_exit();
-    }
-}
-
-TEST(MergeFields, RefusesWhatIsNoPair) {
-    FakeImage image(ZOR_MODE_READ, 4, 4, {});
-    FakeImage written(ZOR_MODE_WRITE, 4, 4, {});
-    FakeImage higher(ZOR_MODE_READ, 4, 5, {});
-    FakeImage deeper(ZOR_MODE_READ, 4, 4, {integers(3, 16), {}, {}});
-    FakeImage upside_down(ZOR_MODE_READ, 4, 4, {});
-    upside_down.desc().orientation = ZOR_ORIENTATION_RISING;
-    FakeImage bright(ZOR_MODE_READ, 4, 4, {});
-    bright.desc().curve.gamma = 2.2F;
-    const auto before = state_of(*image.image());
-    for (const FakeImage *other : {&image, &written, &higher, &deeper, &upside_down, &bright}) {
-        ReportLog log;
-        ZOR__merge_fields(image.image(), other->image());
-        EXPECT_TRUE(log.has_only(ZOR_MSG_CANNOT_HANDLE));
-        EXPECT_EQ(zor__err, ZOR_E_UNSUPPORTED);
-        EXPECT_EQ(state_of(*image.image()), before);
     }
 }
 

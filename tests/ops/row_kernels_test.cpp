@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <random>
 #include <utility>
 #include <vector>
@@ -15,7 +14,8 @@ namespace {
 
 using zor::RowKernels;
 
-// Works on rows of different lengths at odd places, between samples that must stay.
+// Works on rows of different lengths at odd places, between samples that must stay. The work may
+// change what it is given.
 template<class To, class From, class Work, class Rule>
 void expect_rule(const std::vector<From> &all, Work work, Rule rule) {
     using Part = std::pair<size_t, size_t>; // first, count
@@ -26,103 +26,80 @@ void expect_rule(const std::vector<From> &all, Work work, Rule rule) {
         work(to.data() + 1, from.data(), static_cast<int32_t>(count));
         ASSERT_TRUE(to.front() == 77 && to.back() == 77) << count;
         for (size_t i = 0; i < count; ++i)
-            ASSERT_EQ(to[i + 1], rule(from[i])) << i << " of " << count << ": " << from[i];
+            ASSERT_EQ(to[i + 1], static_cast<To>(rule(all[first + i]))) << i << " of " << count;
     }
 }
 
-// 0, 1, 2... in order; or in none, so that neighbours have nothing to do with each other.
+// In no order, so that neighbours have nothing to do with each other.
 template<class Integer>
-std::vector<Integer> all_of(bool shuffled) {
+std::vector<Integer> all_integers() {
     std::vector<Integer> all(size_t{1} << 8 * sizeof(Integer));
     for (size_t i = 0; i < all.size(); ++i)
         all[i] = static_cast<Integer>(i);
-    if (shuffled)
-        std::shuffle(all.begin(), all.end(), std::mt19937(1));
+    std::shuffle(all.begin(), all.end(), std::mt19937(1));
     return all;
 }
 
-// Also where neighbours are equal.
 void look_up(const RowKernels &kernels) {
-    const std::vector<uint8_t> table = all_of<uint8_t>(true);
+    const std::vector<uint8_t> table = all_integers<uint8_t>();
     const std::vector<float> floats(table.begin(), table.end());
-    std::vector<uint8_t> flat(200, 200);
-    flat[70] = 3;
-    for (const auto &all : {all_of<uint8_t>(false), all_of<uint8_t>(true), flat}) {
+    std::vector<uint8_t> upper(200, 200); // all in one half of the table, but for one
+    upper[70] = 3;
+    for (const auto &bytes : {table, upper}) {
         const auto rule = [&](uint8_t byte) { return table[byte]; };
-        expect_rule<uint8_t>(
-            all,
-            [&](uint8_t *to, const uint8_t *from, int32_t count) {
-                std::copy_n(from, count, to);
-                kernels.look_up(to, count, table.data());
-            },
-            rule);
-        expect_rule<float>(
-            all,
-            [&](float *to, const uint8_t *from, int32_t count) {
-                kernels.look_up_floats(to, from, count, floats.data());
-            },
-            rule);
+        const auto in_place = [&](uint8_t *to, const uint8_t *from, int32_t count) {
+            std::copy_n(from, count, to);
+            kernels.look_up(to, count, table.data());
+        };
+        const auto to_floats = [&](float *to, const uint8_t *from, int32_t count) {
+            kernels.look_up_floats(to, from, count, floats.data());
+        };
+        expect_rule<uint8_t>(bytes, in_place, rule);
+        expect_rule<float>(bytes, to_floats, rule);
     }
 }
 
 void narrow(const RowKernels &kernels) {
-    for (int32_t shift = 0; shift < 16; ++shift)
-        expect_rule<uint8_t>(
-            all_of<uint16_t>(true),
-            [&](uint8_t *to, uint16_t *from, int32_t count) {
-                const std::vector<uint16_t> before(from, from + count);
-                kernels.narrow(from, count, shift);
-                std::copy_n(reinterpret_cast<uint8_t *>(from), count, to);
-                std::copy(before.begin(), before.end(), from);
-            },
-            [&](uint16_t sample) { return static_cast<uint8_t>(sample >> shift); });
+    for (int32_t shift = 0; shift < 16; ++shift) {
+        const auto work = [&](uint8_t *to, uint16_t *from, int32_t count) {
+            kernels.narrow(from, count, shift);
+            std::copy_n(reinterpret_cast<uint8_t *>(from), count, to);
+        };
+        expect_rule<uint8_t>(all_integers<uint16_t>(), work,
+                             [&](uint16_t sample) { return sample >> shift; });
+    }
 }
 
 template<class Integer>
 void to_floats(RowKernels::ToFloats kernel) {
     constexpr int32_t size = sizeof(Integer) * 8;
     for (int32_t bits = size - 7; bits <= size; ++bits) {
-        const double scale = 1.0 / ((1 << bits) - 1);
-        expect_rule<float>(
-            all_of<Integer>(true),
-            [&](float *to, const Integer *from, int32_t count) { kernel(to, from, count, scale); },
-            [&](Integer sample) {
-                return static_cast<float>(static_cast<double>(sample) * scale);
-            });
+        const double largest = (1 << bits) - 1;
+        const auto work = [&](float *to, const Integer *from, int32_t count) {
+            kernel(to, from, count, 1 / largest);
+        };
+        expect_rule<float>(all_integers<Integer>(), work,
+                           [&](Integer sample) { return sample / largest; });
     }
-}
-
-// The floats around each at which the integer changes, and what there is beside numbers.
-std::vector<float> edges(double largest) {
-    constexpr float infinity = std::numeric_limits<float>::infinity();
-    std::vector<float> all = {-infinity, -1,       -0.0F,
-                              1e-45F,    1,        1.5F,
-                              1e9F,      infinity, std::numeric_limits<float>::quiet_NaN()};
-    for (double integer = 0; integer <= largest; ++integer) {
-        const auto edge = static_cast<float>((integer + 0.5) / largest);
-        for (const float toward : {-infinity, infinity}) {
-            const float next = std::nextafter(edge, toward);
-            all.insert(all.end(), {edge, next, std::nextafter(next, toward)});
-        }
-    }
-    all.resize(std::max<size_t>(all.size(), 128)); // for all parts of rows
-    return all;
 }
 
 template<class Integer>
 void from_floats(RowKernels::FromFloats kernel) {
     for (int32_t bits = 1; bits <= int32_t{sizeof(Integer)} * 8; ++bits) {
         const double largest = (1 << bits) - 1;
-        expect_rule<Integer>(
-            edges(largest),
-            [&](Integer *to, const float *from, int32_t count) {
-                kernel(to, from, count, largest);
-            },
-            [&](float value) {
-                const double unit =
-                    std::isnan(value) ? 0.0 : std::clamp(static_cast<double>(value), 0.0, 1.0);
-                return static_cast<Integer>(std::floor(unit * largest + 0.5));
-            });
+        std::vector<float> floats = {-HUGE_VALF, -1, -0.0F, 1e-45F, 1, 1.5F, 1e9F, HUGE_VALF, NAN};
+        for (double integer = 0; integer <= largest; ++integer) {
+            const auto edge = static_cast<float>((integer + 0.5) / largest);
+            floats.insert(floats.end(),
+                          {std::nextafter(edge, 0.0F), edge, std::nextafter(edge, 2.0F)});
+        }
+        floats.resize(std::max<size_t>(floats.size(), 128)); // for all parts of rows
+        const auto work = [&](Integer *to, const float *from, int32_t count) {
+            kernel(to, from, count, largest);
+        };
+        expect_rule<Integer>(floats, work, [&](double value) {
+            return std::floor((value > 0 ? std::min(value, 1.0) : 0) * largest + 0.5);
+        });
     }
 }
 

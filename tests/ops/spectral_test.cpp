@@ -170,19 +170,4 @@ TEST(RawSamples, GoThroughTablesThatFit) {
     fake.desc().curve = power(1); // the handle would free tables
 }
 
-TEST(Samples, PushNothingWhenTheyCannotWork) {
-    ReportLog log;
-    const ZOR_RESPONSE_CURVE curve = power(2.2F);
-    const Spectral unknown(integers(11, 8)); // no such space
-    const Spectral rgb(integers(3, 8), "rgb");
-    const Spectral dark(integers(3, 8));
-    dark.image()->primaries[10] = 0; // white without Y
-    const Spectral fake(integers(5, 16));
-    for (const Spectral *image : {&unknown, &rgb, &dark, &fake}) {
-        const auto before = state_of(*image->image());
-        ZOR__samples_to_display(image->image(), image != &fake ? &curve : nullptr);
-        EXPECT_EQ(state_of(*image->image()), before);
-    }
-}
-
 } // namespace
