@@ -42,11 +42,14 @@ std::vector<Integer> all_integers() {
 
 void look_up(const RowKernels &kernels) {
     const std::vector<uint8_t> table = all_integers<uint8_t>();
-    const std::vector<float> floats(table.begin(), table.end());
-    std::vector<uint8_t> upper(200, 200); // all in one half of the table, but for one
-    upper[70] = 3;
-    for (const auto &bytes : {table, upper}) {
-        const auto rule = [&](uint8_t byte) { return table[byte]; };
+    std::vector<float> floats; // every byte of which counts
+    for (const uint8_t entry : table)
+        floats.push_back(entry / 255.0F);
+    std::vector<uint8_t> rising = table;
+    std::sort(rising.begin(), rising.end());
+    std::vector<uint8_t> flat(200, 200);
+    flat[70] = 3;
+    for (const auto &bytes : {table, rising, flat}) {
         const auto in_place = [&](uint8_t *to, const uint8_t *from, int32_t count) {
             std::copy_n(from, count, to);
             kernels.look_up(to, count, table.data());
@@ -54,8 +57,8 @@ void look_up(const RowKernels &kernels) {
         const auto to_floats = [&](float *to, const uint8_t *from, int32_t count) {
             kernels.look_up_floats(to, from, count, floats.data());
         };
-        expect_rule<uint8_t>(bytes, in_place, rule);
-        expect_rule<float>(bytes, to_floats, rule);
+        expect_rule<uint8_t>(bytes, in_place, [&](uint8_t byte) { return table[byte]; });
+        expect_rule<float>(bytes, to_floats, [&](uint8_t byte) { return floats[byte]; });
     }
 }
 
