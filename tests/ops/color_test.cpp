@@ -44,12 +44,6 @@ protected:
     ReportLog log;
 };
 
-// Noise of 256 colours a line.
-double noise(int channel, int x, int y) {
-    const auto n = static_cast<uint32_t>((y * 256 + x) * 3 + channel);
-    return ((n * 2654435761U) ^ (n * 40503U >> 5)) >> 24;
-}
-
 struct FakeColors : FakeImage {
     explicit FakeColors(float gamma, const FakeImage::Groups &groups = {}, int mode = ZOR_MODE_READ)
         : FakeImage(mode, 256, 16, groups) {

@@ -17,6 +17,12 @@
 #include "zor/ops.h"
 #include "zor/str.h"
 
+// Noise of bytes, for a picture's samples.
+inline double noise(int channel, int x, int y) {
+    const auto n = static_cast<uint32_t>((y * 256 + x) * 3 + channel);
+    return ((n * 2654435761U) ^ (n * 40503U >> 5)) >> 24;
+}
+
 class FakeImage {
 public:
     // The value of a sample, in the file's own terms.
