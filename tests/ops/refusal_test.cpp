@@ -101,15 +101,13 @@ TEST_F(Refusal, OfColoursThatCannotBeCorrected) {
         expect_silence();
 
         // Tables that are too short, too deep, too few, or floats, where bytes are to come out.
-        const ZOR_RESPONSE_CURVE shapes[] = {{2, 1, 0, 3, 255, ZOR_C_INTEGER, 8, nullptr},
-                                             {2, 1, 0, 3, 4096, ZOR_C_INTEGER, 9, nullptr},
-                                             {2, 1, 0, 2, 4096, ZOR_C_INTEGER, 8, nullptr},
-                                             {2, 1, 0, 3, 4096, ZOR_C_FLOAT, 8, nullptr}};
-        for (ZOR_RESPONSE_CURVE wrong : shapes) {
-            ASSERT_EQ(ZOR_response_curve_init(&wrong), 0);
-            push(bytes, [&](ZOR_IMAGE *i) { correct(i, &wrong); });
+        const Tables shapes[] = {{1, 3, 255, ZOR_C_INTEGER, 8},
+                                 {1, 3, 4096, ZOR_C_INTEGER, 9},
+                                 {1, 2, 4096, ZOR_C_INTEGER, 8},
+                                 {1, 3, 4096, ZOR_C_FLOAT, 8}};
+        for (const Tables &wrong : shapes) {
+            push(bytes, [&](ZOR_IMAGE *i) { correct(i, &wrong.curve); });
             EXPECT_EQ(zor__err, correct == &ZOR__xyz_luminance ? ZOR_E_MEMORY : 0);
-            ZOR_response_curve_done(&wrong);
         }
         log.clear();
     }
