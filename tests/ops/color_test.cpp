@@ -187,10 +187,10 @@ TEST_F(Color, EveryWayToMixFollowsTheRule) {
         ASSERT_TRUE(zor::prepare_mix(&mix, inputs[deep].curve, output));
         quick += mix.products != nullptr;
         std::array<std::array<uint8_t, 64>, 3> colors;
-        for (auto &row : colors)
-            for (size_t x = 0; x < row.size(); ++x) // with runs of one colour
-                row[x] =
-                    static_cast<uint8_t>(round % 2 != 0 ? (x / 13 + round / 2) * 40 : random());
+        for (size_t i = 0; i < 3; ++i)
+            for (size_t x = 0; x < 64; ++x) // with runs of one colour
+                colors[i][x] = static_cast<uint8_t>(
+                    round % 2 != 0 ? (x / (9 + (i + round) % 3 * 8) + round / 2) * 40 : random());
         auto expected = colors;
         const size_t count = random() % 64;
         for (size_t x = 0; x < count; ++x)
