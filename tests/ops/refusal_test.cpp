@@ -62,6 +62,7 @@ TEST_F(Refusal, OfArgumentsThatMakeNoSense) {
     refuse([](ZOR_IMAGE *i) { ZOR__merge_fields(i, i); });
     refuse([&](ZOR_IMAGE *i) { ZOR__merge_fields(other.image(), i); }, ZOR_MODE_WRITE);
     refuse([&](ZOR_IMAGE *i) { i->images->win_top = 4, merge(i); });
+    refuse([&](ZOR_IMAGE *i) { i->images->orientation = ZOR_ORIENTATION_RISING, merge(i); });
     refuse([&](ZOR_IMAGE *i) { i->images->image.bits = 16, merge(i); });
     refuse([&](ZOR_IMAGE *i) { i->images->curve.gamma = 2.2F, merge(i); });
 }
