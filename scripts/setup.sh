@@ -8,7 +8,7 @@ packages_for() {
     case $1 in
     native)
         echo g++ cmake ninja-build make pkg-config googletest libcli11-dev nlohmann-json3-dev \
-            libpng-dev libtiff-dev locales ;;
+            libpng-dev libtiff-dev liblcms2-dev locales ;;
     bench) echo libbenchmark-dev liblcms2-dev libtiff-dev libopenexr-dev libpng-dev valgrind strace ;;
     fuzz) echo clang libclang-rt-14-dev g++-multilib ;;
     lint) echo clang-format clang-tidy clang-tools ;;
