@@ -73,8 +73,6 @@ TEST(List, KeepsOrderCountAndCursor) {
     EXPECT_EQ(dst_list_get_cursor(&list), &d);
     EXPECT_TRUE(dst_list_pop_last(&list) == &b && list.first == nullptr);
     EXPECT_EQ(dst_list_get_cursor(&list), nullptr) << "the cursor goes with the only node";
-    dst_list_set_cursor(&list, &d);
-    EXPECT_EQ(dst_list_find(&list, collect, nullptr), nullptr) << "there is nothing to find";
 }
 
 TEST(DoubleList, KeepsOrderAndClearsLinks) {
@@ -103,8 +101,7 @@ TEST(Queue, IsDoubleEndedAndMayShrinkDuringAWalk) {
     dst_queue *queue = dst_queue_create();
     EXPECT_TRUE(dst_queue_pop_front(queue) == nullptr && dst_queue_pop_back(queue) == nullptr);
     for (const int i : {1, 0, 2, 3, 1, 2})
-        EXPECT_EQ((i == 0 ? dst_queue_push_front : dst_queue_push_back)(queue, nodes + i)->data,
-                  nodes + i);
+        (i == 0 ? dst_queue_push_front : dst_queue_push_back)(queue, nodes + i);
     std::string seen;
     EXPECT_EQ(dst_queue_walk(queue, collect_all, &seen), 6);
     EXPECT_EQ(dst_queue_walk(queue, is_unlike, nodes + 2), 2) << "cells before the stop";
@@ -134,11 +131,10 @@ TEST(Array, GrowsInWholeIncrementsAndOneEarly) {
         EXPECT_EQ(array->capacity, before);
         std::fill_n(static_cast<int *>(storage), initial, 77);
         EXPECT_EQ(dst_array_grow(array, extra, &storage), 1);
-        EXPECT_EQ(array->capacity, after) << initial << "+" << extra;
-        EXPECT_EQ(dst_array_count(array), initial + extra);
-        const int *kept = static_cast<int *>(storage);
+        EXPECT_TRUE(array->capacity == after && dst_array_count(array) == initial + extra);
+        int *kept = static_cast<int *>(storage);
         EXPECT_EQ(std::count(kept, kept + initial, 77), initial);
-        std::fill_n(static_cast<int *>(storage), after, 0); // all of it is there
+        std::fill_n(kept, after, 0); // all of it is there
         EXPECT_EQ(dst_array_free(array, &storage) * 10 + dst_array_free(nullptr, &storage), 10);
     }
     ReportLog log;
