@@ -140,6 +140,7 @@ TEST(Handlers, AreCalledInOrderUntilOneReturnsZero) {
     }
     EXPECT_TRUE(ERR_can_handler(nullptr) == &note && ERR_can_handler(nullptr) == &note);
     EXPECT_EQ(ERR_can_handler(nullptr), nullptr);
+
     ReportLog log;
     Fault fault(1, true);
     while (ERR_dcl_handler(&record, note, nullptr) == 1)

@@ -201,10 +201,8 @@ TEST_F(Png, ColourThatAFileDoesNotStateIsTheDefault) {
         EXPECT_EQ(image->primaries[0], red_x);
     }
     // Nor are the defaults stated in a file.
-    write_picture(picture, temp.path, [](ZOR_INFO &info) {
-        info.images[0].curve.kind = 1;
-        info.images[0].curve.gamma = 1;
-    });
+    write_picture(picture, temp.path,
+                  [](ZOR_INFO &info) { info.images[0].curve = {1, 1, 0, 0, 0, 0, 0, {}}; });
     const Look file(temp.path);
     EXPECT_EQ(png_get_valid(file.png, file.info, PNG_INFO_cHRM | PNG_INFO_gAMA), 0U);
 }

@@ -134,16 +134,6 @@ TEST(Dll, IsSafeForCallersWithA4ByteAlignedStack) {
     }
 }
 
-TEST(Dll, ExportsVariables) {
-    const auto *status = static_cast<const int32_t *>(symbol("zor__err"));
-    EXPECT_EQ(status, &zor__err) << "the one an importing program has";
-    zor__err = ZOR_E_DECODE;
-    EXPECT_EQ(*status, -7);
-    EXPECT_EQ(symbol("zor__msg_cat"), &zor__msg_cat);
-    EXPECT_EQ(std::memcmp(symbol("ZOR_LITERAL_HARD_FORMAT_TYPE_RAW"), "raw", 4), 0);
-    EXPECT_EQ(std::memcmp(symbol("ZOR_LITERAL_HARD_FORMAT_TYPE_RGB"), "rgb", 4), 0);
-}
-
 // Everything else the DLL needs is the system's own.
 TEST(Dll, ImportsFromTheSystemOnly) {
     const auto *base = reinterpret_cast<const uint8_t *>(GetModuleHandleA("zor.dll"));
