@@ -71,6 +71,7 @@ TEST(List, KeepsOrderCountAndCursor) {
     EXPECT_EQ(dst_list_get_cursor(&list), &d);
     EXPECT_TRUE(dst_list_pop_last(&list) == &b && list.first == nullptr);
     EXPECT_EQ(dst_list_get_cursor(&list), nullptr) << "the cursor goes with the only node";
+    EXPECT_EQ(dst_list_find(&list, collect, nullptr), nullptr) << "there is nothing to find";
 }
 
 TEST(DoubleList, KeepsOrderAndClearsLinks) {

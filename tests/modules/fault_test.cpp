@@ -19,10 +19,13 @@ TEST_F(ModuleFaults, ChannelsThatDoNotFitAreRefusedAndLeaveNoFile) {
         {".ppm", integers(1, 8), {}, "ppm cannot handle image channel type"},
         {".pam", floats(1), {}, "pam cannot handle image channel type"},
         {".pfm", integers(3, 8), {}, "pfm cannot handle image channel width"},
-        {".png", integers(2, 8), {}, "png cannot handle image channel type"},
+        {".pnm", integers(3, 8), floats(1), "pnm cannot handle matte channel type"},
+        {".png", floats(3), {}, "png cannot handle image channel type"},
+        {".png", integers(3, 8), floats(1), "png cannot handle matte channel type"},
         {".png", integers(3, 17), {}, "png cannot handle image channel width"},
         {".png", integers(1, 8), integers(2, 8), "png cannot handle matte channel type"},
         {".tiff", integers(2, 8), {}, "tiff cannot handle image channel type"},
+        {".tiff", integers(3, 8), floats(1), "tiff cannot handle matte channel type"},
         {".tiff", integers(3, 17), {}, "tiff cannot handle image channel width"},
         {".tiff", floats(3), doubles(1), "tiff cannot handle matte channel type"}};
     for (const auto &[extension, image, matte, message] : cases) {

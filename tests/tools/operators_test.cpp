@@ -162,6 +162,7 @@ TEST_F(Operators, WhatMakesNoSenseIsRefused) {
     expect_failures("zor convert a.pam b.ppm --",
                     {{"resize 10", 2, "WxH"},
                      {"resize 0x9", 2, "WxH"},
+                     {"resize x", 2, "WxH"},
                      {"resize -5%", 2, "WxH"},
                      {"resize 9x --filter sinc", 2, "lanczos3"},
                      {"filter box", 2, "--resize"},
