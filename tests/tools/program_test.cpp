@@ -23,10 +23,6 @@ TEST_F(Tool, PicturesComeBackUnchangedThroughEveryOrderOfLines) {
             good("zor convert " + names);
         EXPECT_THAT(read_file("e.pam"), EndsWith(raster(37, 11, channels, bytes)));
     }
-    write_file("g.pfm", "PF\n3 2\n-1.0\n" + raster(3, 2, 3, 4));
-    good("zor convert g.pfm h.mox");
-    good("zor convert h.mox i.pfm");
-    EXPECT_THAT(read_file("i.pfm"), EndsWith(raster(3, 2, 3, 4)));
 }
 
 // Line ends and what text modes take for the end of a file are samples like others here.
