@@ -61,7 +61,7 @@ TEST(Record, CountsBeforeMasks) {
     EXPECT_EQ(ERR_query(&record, &severity, &masked, &count, &name, &text, &one, &two), 22U);
     EXPECT_EQ(std::tuple(severity, masked, count, name, text, one, two),
               std::tuple(ERR_WARNING, 0, 2U, record.name, record.text, 11U, 22U));
-    record.severity = 200; // unknown ones are never masked, nor told of in the numbers
+    record.severity = 200; // an unknown one is never masked, nor counted with its kind
     ERR_report(&record);
     EXPECT_EQ(log.reports.size() * 10 + record.count, 13U);
     EXPECT_EQ(ERR_stats(ERR_WARNING), before + 2);
@@ -140,7 +140,6 @@ TEST(Handlers, AreCalledInOrderUntilOneReturnsZero) {
     }
     EXPECT_TRUE(ERR_can_handler(nullptr) == &note && ERR_can_handler(nullptr) == &note);
     EXPECT_EQ(ERR_can_handler(nullptr), nullptr);
-
     ReportLog log;
     Fault fault(1, true);
     while (ERR_dcl_handler(&record, note, nullptr) == 1)

@@ -13,7 +13,8 @@ TEST(Report, MaskedReportsAreNeitherCountedNorKept) {
     const uint32_t before = ERR_stats(-1);
     ERR_OBJECT *latest = ERR_last(0);
     EXPECT_EQ(ERR_report_cat(nullptr, ZOR_MSG_ON_DEMAND_START, "a", "b"), 1) << "debug is masked";
-    EXPECT_EQ(ERR_mask(nullptr) * 10 + ERR_mask(nullptr), 1);
+    EXPECT_EQ(ERR_mask(nullptr), 0);
+    EXPECT_EQ(ERR_mask(nullptr), 1);
     EXPECT_EQ(zor__fail(ZOR_E_WRITE, ZOR_MSG_NO_MEMORY), ZOR_E_WRITE);
     EXPECT_EQ(zor__err, ZOR_E_WRITE) << "a masked failure is still a failure";
     EXPECT_EQ(ERR_unmask(nullptr) * 10 + ERR_mask_s(ERR_ERROR), 10);

@@ -50,17 +50,14 @@ TEST(Arrays, WordsAreFoundByIdentityStringsByText) {
 }
 
 TEST(Arrays, SplittingAndSorting) {
-    std::string text = " b b\xFF\tc\na b ";
+    std::string text = " b b\377\tc\na b ";
     char **words = STR_parse(text.data());
     EXPECT_EQ(words[0], text.data() + 1);
-    EXPECT_EQ(take(str__array_reverse(STR_sort_reverse(str__array_save(words)))), "ab\xFF"
-                                                                                  "bbc");
+    EXPECT_EQ(take(str__array_reverse(STR_sort_reverse(str__array_save(words)))), "ab\377bbc");
     STR_sort_collate(words);
     for (int i = 1; i < 5; ++i)
         EXPECT_LE(strcoll(words[i - 1], words[i]), 0);
-    EXPECT_EQ(take(STR_sort(words)), "ab\xFF"
-                                     "bbc")
-        << "characters are signed";
+    EXPECT_EQ(take(STR_sort(words)), "ab\377bbc") << "characters are signed";
 }
 
 } // namespace

@@ -17,8 +17,7 @@ class Redirected {
 public:
     explicit Redirected(std::FILE *target);
     ~Redirected();
-    Redirected(const Redirected &) = delete;
-    Redirected &operator=(const Redirected &) = delete;
+    Redirected(Redirected &&) = delete;
 
 private:
     int saved_;
@@ -35,8 +34,7 @@ class FullPipe {
 public:
     explicit FullPipe(const std::string &bytes);
     ~FullPipe();
-    FullPipe(const FullPipe &) = delete;
-    FullPipe &operator=(const FullPipe &) = delete;
+    FullPipe(FullPipe &&) = delete;
     void end();
 
     std::string name;
