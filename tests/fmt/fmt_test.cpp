@@ -1,5 +1,4 @@
 // fmt_test.cpp - the configuration file and what it does to the format defaults.
-#include <cstdlib>
 #include <filesystem>
 #include <set>
 #include <sstream>
@@ -12,7 +11,6 @@
 #include "support/fault.h"
 #include "support/home.h"
 #include "support/report_log.h"
-#include "support/system.h"
 #include "zor/fmt.h"
 
 namespace {
@@ -115,17 +113,7 @@ TEST_F(Fmt, FirstFileFoundIsReadOnce) {
     }
 }
 
-TEST_F(Fmt, EndlessFiles) {
-    if (*endless_device != '\0') {
-        FMT_exit();
-        std::filesystem::remove(file);
-        std::filesystem::create_symlink(endless_device, file);
-        EXPECT_EQ(FMT_init(nullptr), 0); // an endless file ends
-        EXPECT_TRUE(log.has_only(FMT_MSG_SYNTAX)) << log.text();
-        FMT_exit();
-        std::filesystem::remove(file);
-        log.clear();
-    }
+TEST_F(Fmt, EndlessFilesEnd) {
     EXPECT_EQ(start_with("fmt__frame_rate 9\n" + std::string(40 << 20, '\n')), 0);
     EXPECT_EQ(FMT_def_frame_rate(), 9U); // and what came before counts
     EXPECT_TRUE(log.has_only(FMT_MSG_SYNTAX)) << log.text();
@@ -174,10 +162,6 @@ TEST_F(Fmt, EnumerationAndLife) {
     EXPECT_STREQ(FMT_find("ntsc_640")->name, "ntsc_640"); // moves it
     EXPECT_STREQ(FMT_info()->name, "pal");
     EXPECT_EQ(FMT_info(), nullptr);
-
-    FMT_exit();
-    EXPECT_EQ(FMT_init(&log), 0);
-    EXPECT_EQ(config_catalogue(), &log);
     FMT_exit();
     std::filesystem::remove(file);
     ERR_unmask_s(ERR_DEBUG);
@@ -192,15 +176,6 @@ TEST_F(Fmt, EnumerationAndLife) {
 
 TEST_F(Fmt, FailingAllocations) {
     write_file(file, every_keyword);
-    std::string open_again; // what a further open answers, failure by failure: 0 while it is open
-    for_each_failing_allocation([&](Fault &fault) {
-        if (config_open(nullptr) != 0)
-            open_again += *config_path() == '\0' ? 'c' : 'o'; // a path is kept while it is open
-        EXPECT_TRUE(fault.struck() || config_open(nullptr) == 0);
-        config_close();
-        EXPECT_EQ(fault.live(), 0);
-    });
-    EXPECT_EQ(open_again.substr(0, 5), "ccoco"); // the path, then a record and a text for each line
     std::set<int> results;
     for_each_failing_allocation([&](Fault &fault) {
         zor__err = 0;

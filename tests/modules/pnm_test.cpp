@@ -34,7 +34,7 @@ const std::pair<std::string, Picture> frozen[] = {
     {"PF\n1 1\n-1.0\n\0\0\x80\x3F\0\0\0\x40\0\0\x80\xBF"s, {1, 1, floats(3), {}, {}, {1, 2, -1}}},
 };
 
-TEST_F(Pnm, EveryKindIsRecognisedAndRead) {
+TEST_F(Pnm, EveryKindIsRecognisedAndReadAsAWholeOnly) {
     for (const auto &[bytes, expected] : frozen) {
         SCOPED_TRACE(bytes);
         const TempFile temp(".x", bytes);
@@ -58,18 +58,12 @@ TEST_F(Pnm, EveryKindIsRecognisedAndRead) {
             EXPECT_EQ(read_picture(temp.path, &picture, false, key.c_str()),
                       own ? 0 : ZOR_E_NOT_THIS_TYPE);
         }
-    }
-}
 
-TEST_F(Pnm, EveryPrefixIsRefusedOrEndsInAFailure) {
-    for (const auto &[bytes, picture] : frozen) {
-        // The last number of a text may be cut unnoticed.
-        const bool text = bytes[1] <= '3';
-        const size_t end = text ? bytes.find_last_of(" \t\n") + 1 : bytes.size() - 1;
+        // No beginning passes for the whole, but the last number of a text may be cut unnoticed.
+        const size_t end = bytes[1] <= '3' ? bytes.find_last_of(" \t\n") + 1 : bytes.size() - 1;
         for (size_t size = 0; size <= end; ++size) {
             const int status = read_bytes(".pnm", bytes.substr(0, size), log);
-            EXPECT_TRUE(status == ZOR_E_READ || status == ZOR_E_NOT_THIS_TYPE)
-                << bytes.substr(0, size) << status;
+            EXPECT_TRUE(status == ZOR_E_READ || status == ZOR_E_NOT_THIS_TYPE) << size;
             EXPECT_EQ(log.reports.size(), 1U) << log.text();
         }
     }
@@ -100,7 +94,7 @@ TEST_F(Pnm, DamageIsReported) {
            "P6 5000000 1 255\n");
 }
 
-TEST_F(Pnm, WhatIsWrittenIsReadBackInAnyOrder) {
+TEST_F(Pnm, WhatIsWrittenIsReadBack) {
     const std::tuple<const char *, const char *, ZOR_CHANNELS, ZOR_CHANNELS> cases[] = {
         {".pnm", "P4", integers(1, 1), {}},
         {".pnm", "P5", integers(1, 2), {}},
@@ -117,15 +111,10 @@ TEST_F(Pnm, WhatIsWrittenIsReadBackInAnyOrder) {
         const TempFile temp(extension);
         EXPECT_EQ(write_picture(picture, temp.path), 0) << log.text();
         EXPECT_EQ(temp.bytes().substr(0, 2), magic);
-        for (const bool shuffled : {false, true}) {
-            Picture back;
-            EXPECT_EQ(read_picture(temp.path, &back, shuffled), 0) << log.text();
-            EXPECT_TRUE(back == picture);
-        }
+        Picture back;
+        EXPECT_EQ(read_picture(temp.path, &back, true), 0) << log.text();
+        EXPECT_TRUE(back == picture);
     }
-}
-
-TEST_F(Pnm, SamplesAreBroughtToTheFilesWidth) {
     // The matte is scaled to the colours' 8 bits, a colour beyond its width counts as the largest.
     const TempFile matte(".pam");
     EXPECT_EQ(write_picture({3, 1, integers(1, 8), integers(1, 16), {}, {1, 2, 3, 0, 32768, 65535}},

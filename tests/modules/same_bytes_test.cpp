@@ -2,6 +2,7 @@
 // bit for bit: one table of checksums holds for all.
 
 #include "loader/loader.h"
+#include "support/channels.h"
 #include "support/driver_test.h"
 #include "support/files.h"
 #include "zor/ops.h"
@@ -136,15 +137,13 @@ protected:
         }
         ZOR_IMAGE *image = request.open("w");
         ASSERT_NE(image, nullptr) << log.text();
-        const bool rising = image->images[0].orientation == ZOR_ORIENTATION_RISING;
-        for (int i = 0; i < kind.sub_images * kind.height; ++i) {
-            const int y = rising ? i % kind.height : kind.height - 1 - i;
-            const int k = i / kind.height;
-            Rows rows(image->images[0], y + 7 * k, false);
-            if (path.ends_with("light.mox"))
-                make_light(&rows);
-            ASSERT_EQ(image->scan(image->data[k], y, rows.pointers.data()), 0) << log.text();
-        }
+        for (int k = 0; k < kind.sub_images; ++k)
+            for (const int y : lines(image->images[0])) {
+                Rows rows(image->images[0], y + 7 * k, false);
+                if (path.ends_with("light.mox"))
+                    make_light(&rows);
+                ASSERT_EQ(image->scan(image->data[k], y, rows.pointers.data()), 0) << log.text();
+            }
         ASSERT_EQ(ZOR_close(image), 0) << log.text();
     }
 
@@ -170,15 +169,13 @@ protected:
             EXPECT_NE(image->driver_state, nullptr) << "nothing pushed " << log.text();
         }
         const ZOR_IMAGE_DESC &desc = image->images[0];
-        const bool rising = desc.orientation == ZOR_ORIENTATION_RISING;
-        for (int i = desc.win_bottom; i <= desc.win_top; ++i) {
+        for (const int y : lines(desc)) {
             void **rows = nullptr;
-            const int y = rising ? i : desc.win_top + desc.win_bottom - i;
-            EXPECT_EQ(ZOR_scan_read(image, y, &rows), 0) << log.text();
-            for (const ZOR_CHANNELS &group : {desc.image, desc.matte, desc.aux})
-                for (int k = 0; k < group.count; ++k)
-                    sum->add(*rows++, static_cast<size_t>(ZOR_sample_size(group.type, group.bits) *
-                                                          (desc.win_right - desc.win_left + 1)));
+            ASSERT_EQ(DriverTest::read(image, 0, y, rows), 0) << log.text();
+            for (int k = 0; k < count_rows(desc); ++k)
+                with_sample(group_of_row(desc, k), [&](auto sample) {
+                    sum->add(rows[k], sizeof sample * (desc.win_right - desc.win_left + 1));
+                });
         }
         EXPECT_EQ(ZOR_close(image) | ZOR_close(other), 0);
     }

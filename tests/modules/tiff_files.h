@@ -17,6 +17,12 @@ struct Layout {
     std::function<void(TIFF *)> extras = {};
 };
 
+// Sets a field of a page beside those of its layout.
+template<class... Values>
+auto with(uint32_t tag, Values... values) {
+    return [=](TIFF *tiff) { TIFFSetField(tiff, tag, values...); };
+}
+
 // A part of a picture as bytes: whole lines of it, samples of fewer bits than a byte's packed.
 inline std::string block(Picture &picture, int x0, int row0, int width, int rows, int first,
                          int channels) {

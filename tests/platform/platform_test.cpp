@@ -29,14 +29,12 @@ TEST_F(PlatformFiles, NamesAreUtf8) {
     for (const std::u8string name :
          {u8"plain", u8"caf\u00e9", u8"\u0416\u65e5\u672c", u8"\U0001F3A8"}) {
         const std::string file = path(name);
-        EXPECT_EQ(file_exists(file.c_str()), 0);
         FileStamp stamp;
-        EXPECT_FALSE(file_stamp(file.c_str(), &stamp));
+        EXPECT_FALSE(file_exists(file.c_str()) != 0 || file_stamp(file.c_str(), &stamp));
         EXPECT_EQ(open_file(file.c_str(), "rb"), nullptr);
         std::fputs("x", File(open_file(file.c_str(), "wb")).get());
         EXPECT_EQ(read_file(directory.path / name), "x") << "not under this name";
-        EXPECT_EQ(file_exists(file.c_str()), 1);
-        EXPECT_TRUE(file_stamp(file.c_str(), &stamp));
+        EXPECT_TRUE(file_exists(file.c_str()) == 1 && file_stamp(file.c_str(), &stamp));
         EXPECT_EQ(std::fgetc(File(open_file(file.c_str(), "rb")).get()), 'x');
         EXPECT_EQ(remove_file(file.c_str()), 0);
         EXPECT_FALSE(std::filesystem::exists(directory.path / name));

@@ -42,36 +42,22 @@ TEST(Arrays, Editing) {
 }
 
 TEST(Arrays, WordsAreFoundByIdentityStringsByText) {
-    EXPECT_EQ(str__array_find(abca, a), abca);
-    EXPECT_EQ(str__array_find_reverse(abca, a), abca + 3);
+    EXPECT_TRUE(str__array_find(abca, a) == abca && str__array_find_reverse(abca, a) == abca + 3);
     EXPECT_EQ(str__array_find(abca, stranger), nullptr);
-    EXPECT_EQ(str__array_index(abca, c), 2);
-    EXPECT_EQ(str__array_index(abca, stranger), -1);
+    EXPECT_EQ(str__array_index(abca, c) * 10 + str__array_index(abca, stranger), 19);
     EXPECT_EQ(STR_find_string(abca, stranger), abca);
     EXPECT_EQ(STR_find_string_reverse(abca, stranger), abca + 3);
-    EXPECT_EQ(STR_find_string(abca, "x"), nullptr);
 }
 
-TEST(Splitting, WordsPointIntoTheString) {
-    for (std::string text : {"  one two  ", "one\t\n two", "one two"}) {
-        char **words = STR_parse(text.data());
-        EXPECT_EQ(words[0], text.data() + text.find("one"));
-        EXPECT_STREQ(words[0], "one");
-        EXPECT_EQ(take(words), "onetwo");
-    }
-    EXPECT_EQ(take(STR_parse(block(" \t ").data())), "");
-}
-
-TEST(Sorting, GoesByCharactersThatAreSigned) {
-    char high[] = "b\xFF";
-    char *words[] = {b, high, c, a, b, nullptr};
-    const std::string ordered = std::string("a") + high + "bbc";
-    EXPECT_EQ(take(STR_sort(str__array_save(words))), ordered);
-    EXPECT_EQ(take(str__array_reverse(STR_sort_reverse(str__array_save(words)))), ordered);
-    char **by_locale = STR_sort_collate(str__array_save(words));
+TEST(Arrays, SplittingAndSorting) {
+    std::string text = " b b\377\tc\na b ";
+    char **words = STR_parse(text.data());
+    EXPECT_EQ(words[0], text.data() + 1);
+    EXPECT_EQ(take(str__array_reverse(STR_sort_reverse(str__array_save(words)))), "ab\377bbc");
+    STR_sort_collate(words);
     for (int i = 1; i < 5; ++i)
-        EXPECT_LE(strcoll(by_locale[i - 1], by_locale[i]), 0);
-    EXPECT_EQ(take(by_locale).size(), ordered.size());
+        EXPECT_LE(strcoll(words[i - 1], words[i]), 0);
+    EXPECT_EQ(take(STR_sort(words)), "ab\377bbc") << "characters are signed";
 }
 
 } // namespace

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <algorithm>
-#include <random>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,12 +20,4 @@ inline std::vector<char> block(std::string_view text, size_t spare = 0) {
     std::vector<char> bytes(text.size() + 1 + spare);
     std::copy(text.begin(), text.end(), bytes.begin());
     return bytes;
-}
-
-// A random text of fewer than size characters of an alphabet.
-inline std::string random_text(std::mt19937 &random, std::string_view alphabet, size_t size) {
-    std::string text(random() % size, ' ');
-    for (char &c : text)
-        c = alphabet[random() % alphabet.size()];
-    return text;
 }

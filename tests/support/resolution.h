@@ -9,8 +9,7 @@ class Resolution {
 public:
     explicit Resolution(int n) { set(n); }
     ~Resolution() { set(4096); } // numbers outlive the database
-    Resolution(const Resolution &) = delete;
-    Resolution &operator=(const Resolution &) = delete;
+    Resolution(Resolution &&) = delete;
 
 private:
     void set(int n) const {

@@ -17,8 +17,7 @@ class Redirected {
 public:
     explicit Redirected(std::FILE *target);
     ~Redirected();
-    Redirected(const Redirected &) = delete;
-    Redirected &operator=(const Redirected &) = delete;
+    Redirected(Redirected &&) = delete;
 
 private:
     int saved_;
@@ -35,8 +34,7 @@ class FullPipe {
 public:
     explicit FullPipe(const std::string &bytes);
     ~FullPipe();
-    FullPipe(const FullPipe &) = delete;
-    FullPipe &operator=(const FullPipe &) = delete;
+    FullPipe(FullPipe &&) = delete;
     void end();
 
     std::string name;
@@ -48,10 +46,9 @@ private:
 // The running program, as the loader of modules knows it.
 void *this_program();
 
-// Devices that are as good as a file on a full disk and as a file without end, and a name of which
-// the system cannot say that there is no such file; empty texts where there is none.
+// A device that is as good as a file on a full disk, and a name of which the system cannot say that
+// there is no such file; empty texts where there is none.
 extern const char *const full_device;
-extern const char *const endless_device;
 extern const char *const name_below_a_file;
 
 // What a line ends with in files that are not opened as binary.

@@ -80,6 +80,5 @@ void FullPipe::end() {
 void *this_program() { return dlopen(nullptr, RTLD_NOW); }
 
 const char *const full_device = "/dev/full";
-const char *const endless_device = "/dev/zero";
 const char *const name_below_a_file = "/etc/passwd/below.tape";
 const char *const text_line_end = "\n";

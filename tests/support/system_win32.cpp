@@ -76,6 +76,5 @@ void FullPipe::end() { ends_[1] = -1; }
 void *this_program() { return GetModuleHandleA(nullptr); }
 
 const char *const full_device = "";
-const char *const endless_device = "";
 const char *const name_below_a_file = "";
 const char *const text_line_end = "\r\n";

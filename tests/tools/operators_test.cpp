@@ -66,15 +66,12 @@ TEST_F(Operators, FilesSayWhatTheirSamplesAre) {
         good(std::string("zor convert --strict ") + command + " out.mox");
         const json file = info("out.mox");
         const json &image = file["images"][0];
-        EXPECT_EQ(image["width"], width);
-        EXPECT_EQ(image["height"], height);
-        EXPECT_EQ(image["colour"], json({{"count", colours}, {"type", type}, {"bits", bits}}));
-        EXPECT_EQ(image["gamma"], gamma);
         const bool resized = width != 64;
-        EXPECT_EQ(image["picture"]["width"], resized ? width : 640);
+        EXPECT_EQ(json({image["width"], image["height"], image["gamma"], image["matte"]["bits"],
+                        image["auxiliary"]["bits"], image["picture"]["width"]}),
+                  json({width, height, gamma, bits, aux_bits, resized ? width : 640}));
+        EXPECT_EQ(image["colour"], json({{"count", colours}, {"type", type}, {"bits", bits}}));
         EXPECT_EQ(image["picture"]["format"] == "ntsc_640", !resized);
-        EXPECT_EQ(image["matte"]["bits"], bits);
-        EXPECT_EQ(image["auxiliary"]["bits"], aux_bits);
         const bool p3 = std::string(command).ends_with("p3");
         EXPECT_EQ(file["primaries"]["red"], p3 ? json({0.68, 0.32}) : json({0.64, 0.33}));
     }
@@ -129,15 +126,13 @@ TEST_F(Operators, ADisplayMakesRgbOfOtherColours) {
         good("zor convert --strict a.mox b.mox --display --gamma 1.8");
         EXPECT_EQ(info("b.mox")["images"][0]["gamma"], 1.8);
         EXPECT_EQ(info("b.mox")["images"][0]["channel_format"], "rgb");
-        const std::string pixels = last_row("b.mox", 256);
-        for (int x = 1; x < 256; ++x)
-            EXPECT_GE(static_cast<uint8_t>(pixels[4 * x + 1]),
-                      static_cast<uint8_t>(pixels[4 * x - 3]));
-        EXPECT_GT(static_cast<uint8_t>(pixels[4 * 255 + 1]), 200) << format;
+        std::string greens;
+        for (size_t x = 1; const char sample : last_row("b.mox", 256))
+            greens.append(x++ % 4 == 2 ? 1 : 0, sample);
+        EXPECT_TRUE(std::is_sorted(greens.begin(), greens.end(), std::less<uint8_t>()));
+        EXPECT_GT(static_cast<uint8_t>(greens.back()), 200) << format;
+        EXPECT_EQ(run("zor convert --strict a.mox c.mox --luminance").code, *format == 's' ? 0 : 1);
     }
-    good("zor convert --strict a.mox c.mox --luminance");
-    write_ramp("a.mox", 2.2, "xyz");
-    EXPECT_EQ(run("zor convert a.mox d.mox --luminance").code, 1);
 }
 
 TEST_F(Operators, WindowsAndFurtherImagesGoOverWhereTheyCan) {
@@ -155,38 +150,38 @@ TEST_F(Operators, WindowsAndFurtherImagesGoOverWhereTheyCan) {
     good("zor convert --strict b.mox c.mox");
     EXPECT_EQ(one.substr(0, 16), read_file("b.mox").substr(0, 16)) << "window and active window";
     good("zor convert b.mox c.pgm");
+    const std::string row = "\0\0\7\7\7\7\7\1\2\3"s;
     const std::string empty(10, '\0');
-    const std::string row = empty.substr(8) + "\7\7\7\7\7\1\2\3";
     EXPECT_THAT(read_file("c.pgm"), testing::EndsWith(empty + row + row + empty));
 }
 
 TEST_F(Operators, WhatMakesNoSenseIsRefused) {
     write_file("a.pam", pam(4, 3, 3, 1));
     write_pfm("f.pfm", {0, 0.5, 1});
-    expect_failures("zor convert ",
-                    {{"a.pam b.ppm --resize 10", 2, "WxH"},
-                     {"a.pam b.ppm --resize x", 2, "WxH"},
-                     {"a.pam b.ppm --resize 0x9", 2, "WxH"},
-                     {"a.pam b.ppm --resize -5%", 2, "WxH"},
-                     {"a.pam b.ppm --resize 9x --filter sinc", 2, "lanczos3"},
-                     {"a.pam b.ppm --filter box", 2, "--resize"},
-                     {"a.pam b.ppm --display --luminance", 2, "name one"},
-                     {"a.pam b.ppm --display --float", 2, "--float"},
-                     {"a.pam b.ppm --float --bits 8", 2, "--bits"},
-                     {"a.pam b.ppm --bits 33", 2, "--bits"},
-                     {"a.pam b.ppm --gamma 2", 2, "--display"},
-                     {"a.pam b.ppm --display --gamma nan", 2, "0.01"},
-                     {"a.pam b.ppm --resize 16777217x1", 2, "16777216"},
-                     {"a.pam b.ppm --luminance --primaries p3", 2, "--display"},
-                     {"a.pam b.ppm --display --primaries 1,2,3", 2, "rec709"},
-                     {"a.pam b.ppm --select 2", 1, "zor: a.pam: there is no image 2"},
-                     {"a.pam b.ppm --display --primaries 0,0,0,0,0,0,0,0", 1, "primaries"},
-                     {"f.pfm b.pgm", 4, "--display or --bits 8"}});
+    expect_failures("zor convert f.pfm b.pgm", {{"", 4, "--display or --bits 8"}});
+    expect_failures("zor convert a.pam b.ppm --",
+                    {{"resize 10", 2, "WxH"},
+                     {"resize 0x9", 2, "WxH"},
+                     {"resize x", 2, "WxH"},
+                     {"resize -5%", 2, "WxH"},
+                     {"resize 9x --filter sinc", 2, "lanczos3"},
+                     {"filter box", 2, "--resize"},
+                     {"display --luminance", 2, "name one"},
+                     {"display --float", 2, "--float"},
+                     {"float --bits 8", 2, "--bits"},
+                     {"bits 33", 2, "--bits"},
+                     {"gamma 2", 2, "--display"},
+                     {"display --gamma nan", 2, "0.01"},
+                     {"resize 16777217x1", 2, "16777216"},
+                     {"luminance --primaries p3", 2, "--display"},
+                     {"display --primaries 1,2,3", 2, "rec709"},
+                     {"select 2", 1, "there is no image 2"},
+                     {"display --primaries 0,0,0,0,0,0,0,0", 1, "primaries"}});
 }
 
 TEST_F(Operators, ComparisonsTellHowFarPicturesLieApart) {
-    write_file("a.ppm", std::string("P6\n2 1\n255\n\0\0\0\0\0\0", 17));
-    write_file("b.ppm", std::string("P6\n2 1\n255\n\0\0\0\x33\0\0", 17)); // 51, a fifth
+    write_file("a.ppm", "P6\n2 1\n255\n\0\0\0\0\0\0"s);
+    write_file("b.ppm", "P6\n2 1\n255\n\0\0\0\x33\0\0"s); // 51, a fifth
     write_file("c.ppm", "P6\n1 2\n255\n......");
     write_file("d.pgm", "P5\n2 1\n255\n..");
     const float nan = std::numeric_limits<float>::quiet_NaN();
@@ -195,38 +190,32 @@ TEST_F(Operators, ComparisonsTellHowFarPicturesLieApart) {
     write_pfm("o.pfm", {0, 1});
     good("zor convert b.ppm b16.ppm --bits 16");
     good("zor convert b.ppm rising.mox");
-    const std::pair<const char *, int> cases[] = {{"a.ppm a.ppm", 0},
-                                                  {"a.ppm b.ppm", 1},
-                                                  {"a.ppm b.ppm --tolerance 0.2", 0},
-                                                  {"b.ppm b16.ppm", 0},
-                                                  {"b.ppm rising.mox", 0},
-                                                  {"rising.mox b.ppm", 0},
-                                                  {"a.ppm b.ppm --tolerance 0.1999", 1},
-                                                  {"a.ppm c.ppm", 1},
-                                                  {"a.ppm d.pgm", 1},
-                                                  {"n.pfm n.pfm", 0},
-                                                  {"n.pfm o.pfm --tolerance 9", 1},
-                                                  {"a.ppm none.ppm", 5},
-                                                  {"a.ppm b.ppm --tolerance -1", 2},
-                                                  {"a.ppm b.ppm --difference d", 2},
-                                                  {"a.ppm b.ppm --difference ./b.ppm", 2},
-                                                  {"--from ppm a.ppm - <b.ppm", 1},
-                                                  {"a.ppm b.ppm --difference no/d.ppm", 4}};
-    for (const auto &[arguments, code] : cases)
-        EXPECT_EQ(compare(arguments), code) << arguments;
+    const std::vector<const char *> results[] = {
+        {"a.ppm a.ppm", "a.ppm b.ppm --tolerance 0.2", "b.ppm b16.ppm", "b.ppm rising.mox",
+         "rising.mox b.ppm", "n.pfm n.pfm"},
+        {"a.ppm b.ppm", "a.ppm b.ppm --tolerance 0.1999", "a.ppm c.ppm", "a.ppm d.pgm",
+         "n.pfm o.pfm --tolerance 9", "--from ppm a.ppm - <b.ppm"},
+        {"a.ppm b.ppm --tolerance -1", "a.ppm b.ppm --difference d",
+         "a.ppm b.ppm --difference ./b.ppm"},
+        {},
+        {"a.ppm b.ppm --difference no/d.ppm"},
+        {"a.ppm none.ppm"}};
+    for (int code = 0; code < std::ssize(results); ++code)
+        for (const char *arguments : results[code])
+            EXPECT_EQ(compare(arguments), code) << arguments;
     EXPECT_THAT(run("zor compare a.ppm c.ppm").out, HasSubstr("2 x 1 against 1 x 2"));
     EXPECT_THAT(run("zor compare a.ppm d.pgm").out, HasSubstr("3 against 1 colour"));
 
     const json result = json::parse(run("zor compare a.ppm b.ppm --json --difference e.ppm").out);
-    EXPECT_FALSE(result["within_tolerance"].get<bool>());
+    EXPECT_EQ(result["within_tolerance"], false);
     const json &red = result["channels"][0];
-    EXPECT_DOUBLE_EQ(red["maximum"].get<double>(), 0.2);
+    EXPECT_EQ(red["maximum"], 51 / 255.0);
     EXPECT_DOUBLE_EQ(red["rms"].get<double>(), std::sqrt(0.02)); // of one in two pixels
     EXPECT_NEAR(red["psnr"].get<double>(), 16.9897, 1e-4);
     EXPECT_EQ(red["maximum_code"], 51);
     EXPECT_NEAR(result["rms"].get<double>(), std::sqrt(0.04 / 6), 1e-12);
     EXPECT_EQ(result["channels"][1]["psnr"], nullptr);
-    EXPECT_THAT(read_file("e.ppm"), testing::EndsWith(std::string("\0\0\0\xff\0\0", 6)));
+    EXPECT_THAT(read_file("e.ppm"), testing::EndsWith("\0\0\0\xff\0\0"s));
     EXPECT_EQ(json::parse(run("zor compare n.pfm m.pfm --json").out)["maximum"], 0.5);
     EXPECT_EQ(json::parse(run("zor compare n.pfm o.pfm --json").out)["maximum"], nullptr);
 
@@ -236,17 +225,13 @@ TEST_F(Operators, ComparisonsTellHowFarPicturesLieApart) {
 }
 
 TEST_F(Operators, ATerminalShowsTwoPixelsACharacter) {
-    write_file("a.ppm",
-               std::string("P6\n2 3\n255\n") + "\x01\x02\x03\x01\x02\x03" + "aaaaaa" + "zzzAAA");
+    write_file("a.ppm", "P6\n2 3\n255\n\1\2\3\1\2\3aaaaaazzzAAA");
     const std::string block = "\u2580";
     const std::string end = "\x1b[0m\n";
     EXPECT_EQ(good("zor show --terminal a.ppm"), "\x1b[38;2;1;2;3m\x1b[48;2;97;97;97m" + block +
                                                      block + end + "\x1b[38;2;122;122;122m" +
                                                      block + "\x1b[38;2;65;65;65m" + block + end);
-    // The matte lets a grey through.
-    write_file("m.pam", "P7\nWIDTH 1\nHEIGHT 1\nDEPTH 2\nMAXVAL 255\nTUPLTYPE GRAYSCALE_ALPHA\n"
-                        "ENDHDR\nA" +
-                            std::string(1, '\0'));
+    write_file("m.pam", pam(1, 1, 2, 1, "A\0"s)); // its matte lets a grey through
     EXPECT_THAT(good("zor show --terminal m.pam"), HasSubstr("38;2;102;102;102m"));
     EXPECT_THAT(good("zor show --terminal --opaque m.pam"), HasSubstr("38;2;65;65;65m"));
 

@@ -36,11 +36,6 @@ static int close_file(ZOR_IMAGE *image) {
     return failed != 0 ? ZOR_E_WRITE : 0;
 }
 
-ZOR_MODULE_EXPORT int imageReadOpen(ZOR_IMAGE *image) {
-    (void)image;
-    return 0;
-}
-
 ZOR_MODULE_EXPORT int imageWriteOpen(ZOR_IMAGE *image) {
     FILE *file = zor__open_file(image);
     if (file == NULL)

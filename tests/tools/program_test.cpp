@@ -3,6 +3,7 @@
 
 #include "tool.h"
 
+using namespace std::string_literals;
 using nlohmann::json;
 using testing::AllOf;
 using testing::EndsWith;
@@ -17,16 +18,11 @@ TEST_F(Tool, PicturesComeBackUnchangedThroughEveryOrderOfLines) {
     for (const auto &[channels, bytes] : {std::pair(1, 1), {3, 1}, {3, 2}, {4, 1}, {4, 2}}) {
         SCOPED_TRACE(testing::Message() << channels << " channels of " << bytes << " bytes");
         write_file("a.pam", pam(37, 11, channels, bytes));
-        good("zor convert a.pam b.MOX");
-        good("zor convert b.MOX " + middle);
-        good("zor convert " + middle + " d.mob");
-        good("zor convert d.mob e.pam");
+        for (const std::string &names :
+             {"a.pam b.MOX"s, "b.MOX " + middle, middle + " d.mob", "d.mob e.pam"s})
+            good("zor convert " + names);
         EXPECT_THAT(read_file("e.pam"), EndsWith(raster(37, 11, channels, bytes)));
     }
-    write_file("g.pfm", "PF\n3 2\n-1.0\n" + raster(3, 2, 3, 4));
-    good("zor convert g.pfm h.mox");
-    good("zor convert h.mox i.pfm");
-    EXPECT_THAT(read_file("i.pfm"), EndsWith(raster(3, 2, 3, 4)));
 }
 
 // Line ends and what text modes take for the end of a file are samples like others here.
@@ -58,13 +54,13 @@ TEST_F(Tool, NamesMayBeOfAnyLanguage) {
     fs::create_directory(folder);
     write_file(picture + u8".ppm", "P6\n5 4\n255\n" + raster(5, 4, 3, 1));
     EXPECT_EQ(start({"zor", "convert", ppm, mox}).code, 0);
-    EXPECT_THAT(start({"zor", "info", "--json", mox}).out, HasSubstr(mox));
     EXPECT_EQ(start({"zor", "convert", mox, ppm}).code, 0) << "over the old one";
     EXPECT_THAT(read_file(picture + u8".ppm"), EndsWith(raster(5, 4, 3, 1)));
     EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 2) << "no other files";
-    const Run missing = start({"zor", "info", utf8(folder + u8"/\u00fc")});
-    EXPECT_EQ(missing.code, 1);
-    EXPECT_THAT(missing.err, HasSubstr(utf8(folder + u8"/\u00fc: No such file")));
+    const Run both = start({"zor", "info", "--json", mox, utf8(folder + u8"/\u00fc")});
+    EXPECT_EQ(both.code, 1);
+    EXPECT_THAT(both.out, HasSubstr(mox));
+    EXPECT_THAT(both.err, HasSubstr(utf8(folder + u8"/\u00fc: No such file")));
 
     fs::copy_file(modules + "/mox" MODULE_SUFFIX, folder + u8"/mox" MODULE_SUFFIX);
     EXPECT_THAT(start({"zor", "formats", "--modules", utf8(folder)}).out, HasSubstr("mox"));
@@ -126,8 +122,8 @@ TEST_F(Tool, InfoTellsWhatAFileHolds) {
                                  HasSubstr("Spheres going round")));
     EXPECT_THAT(mixed.err,
                 AllOf(HasSubstr("zor: missing.mox: No such file"), HasSubstr("zor: empty.png: ")));
-    const json missing = json::parse(run("zor info --json missing.mox").out)["files"][0];
-    EXPECT_THAT(missing["error"], HasSubstr("No such file"));
+    const json missing = json::parse(run("zor info --json missing.mox").out);
+    EXPECT_THAT(missing["files"][0]["error"], HasSubstr("No such file"));
 }
 
 TEST_F(Tool, TextsFromFilesSteerNeitherTerminalNorJson) {

@@ -7,9 +7,7 @@
 
 using nlohmann::json;
 using testing::AllOf;
-using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::Not;
 
 namespace {
 
@@ -31,33 +29,33 @@ protected:
         }
         return all;
     }
-    static std::vector<std::string> statuses(const std::string &text) {
-        std::vector<std::string> all;
+    static std::string statuses(const std::string &text) {
+        std::string all;
         for (const auto &[frame, line] : lines(text))
-            all.push_back(std::to_string(frame) + " " + line["status"].get<std::string>());
+            all += std::to_string(frame) + " " + line["status"].get<std::string>() + "; ";
         return all;
     }
 };
 
 TEST_F(Sequences, AreAllFilesThatMatchOrThoseAskedFor) {
-    make({"1000", "999", "-002", "5", "005", "0007", "1001x"});
+    make({"1000", "999", "-002", "000", "005"}); // and no frames:
+    make({"5", "0007", "1001x", "-000", "00a", "+01", "", "99999999999"});
+    fs::create_directory("s.099.pam");
     good("zor convert s.###.pam a.#####.ppm --jobs 1");
-    const auto made = [&](const std::string &prefix) {
-        std::set<std::string> names;
-        for (const std::string &name : files()) {
-            if (name.starts_with(prefix))
-                names.insert(name.substr(prefix.size()));
-        }
+    const auto made = [](char first) {
+        std::string names;
+        for (const std::string &name : files())
+            names += name[0] == first ? name + " " : "";
         return names;
     };
-    EXPECT_THAT(made("a."), ElementsAre("-00002.ppm", "00005.ppm", "00999.ppm", "01000.ppm"));
+    EXPECT_EQ(made('a'), "a.-00002.ppm a.00000.ppm a.00005.ppm a.00999.ppm a.01000.ppm ");
     EXPECT_THAT(good("zor convert s.###.pam b.#.ppm --frames=1000-998x1,-2 --jobs 1 --json "
                      "--missing skip"),
                 AllOf(HasSubstr("{\"frame\":1000,\"input\":\"s.1000.pam\","
                                 "\"output\":\"b.1000.ppm\",\"status\":\"done\","
                                 "\"message\":null,\"seconds\":"),
                       HasSubstr("\"s.998.pam\",\"output\":\"b.998.ppm\",\"status\":\"missing\"")));
-    EXPECT_THAT(made("b."), ElementsAre("-2.ppm", "1000.ppm", "999.ppm"));
+    EXPECT_EQ(made('b'), "b.-2.ppm b.1000.ppm b.999.ppm ");
     good("zor convert s.###.pam c.ppm --frames 5");
     EXPECT_EQ(read_file("c.ppm"), read_file("a.00005.ppm"));
 
@@ -71,16 +69,13 @@ TEST_F(Sequences, AreAllFilesThatMatchOrThoseAskedFor) {
 TEST_F(Sequences, TreatMissingFramesAsAsked) {
     make({"02", "03", "06"});
     const std::string command = "zor convert s.##.pam o.##.ppm --frames 1-6 --json ";
-    const std::tuple<const char *, int, std::vector<std::string>> cases[] = {
-        {"--jobs 1", 1, {"1 failed"}},
-        {"--on-error skip", 1, {"1 failed", "2 done", "3 done", "4 failed", "5 failed", "6 done"}},
-        {"--missing skip",
-         0,
-         {"1 missing", "2 done", "3 done", "4 missing", "5 missing", "6 done"}},
-        {"--missing hold --jobs 1", 1, {"1 failed"}},
-        {"--missing hold --on-error skip --jobs 3",
-         1,
-         {"1 failed", "2 done", "3 done", "4 held", "5 held", "6 done"}},
+    const std::tuple<const char *, int, const char *> cases[] = {
+        {"--jobs 1", 1, "1 failed; "},
+        {"--on-error skip", 1, "1 failed; 2 done; 3 done; 4 failed; 5 failed; 6 done; "},
+        {"--missing skip", 0, "1 missing; 2 done; 3 done; 4 missing; 5 missing; 6 done; "},
+        {"--missing hold --jobs 1", 1, "1 failed; "},
+        {"--missing hold --on-error skip --jobs 3", 1,
+         "1 failed; 2 done; 3 done; 4 held; 5 held; 6 done; "},
     };
     for (const auto &[options, code, expected] : cases) {
         const Run result = run(command + options);
@@ -110,15 +105,15 @@ TEST_F(Sequences, TellEachFramesOwnFailure) {
             run(std::string("zor convert s.#.pam o.#.ppm --json --on-error skip ") + jobs);
         EXPECT_EQ(skipping.code, 4) << "an output counts more than inputs";
         auto told = lines(skipping.out);
-        EXPECT_THAT(told[2]["message"], testing::StartsWith("s.2.pam: "));
-        EXPECT_THAT(told[4]["message"], testing::StartsWith("s.4.pam: "));
-        EXPECT_THAT(told[6]["message"], HasSubstr("o.6.ppm: "));
+        for (const auto &[frame, start] :
+             {std::pair(2, "s.2.pam: "), {4, "s.4.pam: "}, {6, "o.6.ppm: "}}) {
+            EXPECT_THAT(told[frame]["message"], testing::StartsWith(start));
+            EXPECT_THAT(skipping.err, HasSubstr(std::string("zor: ") + start));
+        }
         EXPECT_EQ(told[5]["message"], json());
-        EXPECT_GE(told[5]["seconds"], 0);
-        EXPECT_THAT(skipping.err, AllOf(HasSubstr("zor: s.2.pam: "), HasSubstr("zor: s.4.pam: "),
-                                        HasSubstr("3 frames converted, 3 failed")));
+        EXPECT_THAT(skipping.err, HasSubstr("3 frames converted, 3 failed"));
     }
-    EXPECT_THAT(files(), Not(testing::Contains("o.4.ppm")));
+    EXPECT_FALSE(fs::exists("o.4.ppm"));
 
     const Run stopping = run("zor convert s.#.pam p.#.ppm --jobs 1");
     EXPECT_EQ(stopping.code, 1);
@@ -135,22 +130,22 @@ TEST_F(Sequences, TellEachFramesOwnFailure) {
 
 TEST_F(Sequences, ThatMakeNoSenseAreRefused) {
     make({"1", "2"});
-    expect_failures(
-        "zor convert ",
-        {{"s.#.pam o.ppm", 2, "o.ppm: more than one frame needs one run of #"},
-         {"s.#.pam o.ppm --frames 1-2", 2, "more than one frame needs"},
-         {"s.#.pam o.#.#.ppm", 2, "more than one frame needs"},
-         {"s.1.pam o.#.ppm --frames 1", 2, "s.1.pam: frames need one run of #"},
-         {"s.#.#.pam o.#.ppm", 2, "frames need one run of #"},
-         {"s.#.pam o.#.ppm --frames 1-", 2, "--frames 1-: expecting"},
-         {"s.#.pam o.#.ppm --frames 4294967296", 2, "32 bits"},
-         {"s.#.pam o.#.ppm --missing ignore", 2, "expecting error|skip|hold, not ignore"},
-         {"s.#.pam o.#.ppm --on-error ignore", 2, "expecting stop|skip, not ignore"},
-         {"s.#.pam o.#.ppm --jobs 0", 2, "--jobs"},
-         {"s.#.pam o.#", 2, "no format has this extension"},
-         {"s.1.pam - --to png --json", 2, "--json"},
-         {"t.#.pam o.#.ppm", 1, "t.#.pam: there is no frame"},
-         {"absent/t.#.pam o.#.ppm", 1, "absent/t.#.pam: No such file"}});
+    expect_failures("zor convert ",
+                    {{"s.#.pam o.ppm", 2, "o.ppm: more than one frame needs one run of #"},
+                     {"s.#.pam o.ppm --frames 1-2", 2, "more than one frame needs"},
+                     {"s.#.pam o.#.#.ppm", 2, "more than one frame needs"},
+                     {"s.1.pam o.#.ppm --frames 1", 2, "s.1.pam: frames need one run of #"},
+                     {"s.#.#.pam o.#.ppm", 2, "frames need one run of #"},
+                     {"s.#.pam o.#", 2, "no format has this extension"},
+                     {"s.1.pam - --to png --json", 2, "--json"},
+                     {"t.#.pam o.#.ppm", 1, "t.#.pam: there is no frame"},
+                     {"absent/t.#.pam o.#.ppm", 1, "absent/t.#.pam: No such file"}});
+    expect_failures("zor convert s.#.pam o.#.ppm --",
+                    {{"frames 1-", 2, "--frames 1-: expecting"},
+                     {"frames 4294967296", 2, "32 bits"},
+                     {"missing ignore", 2, "expecting error|skip|hold, not ignore"},
+                     {"on-error ignore", 2, "expecting stop|skip, not ignore"},
+                     {"jobs 0", 2, "--jobs"}});
 }
 
 } // namespace

@@ -20,6 +20,7 @@
 #include "core/registry.h"
 #include "ops/operator.h"
 #include "support/files.h"
+#include "support/info.h"
 #include "zor/clr.h"
 #include "zor/fmt.h"
 
@@ -105,10 +106,7 @@ TEST(Dll, IsSafeForCallersWithA4ByteAlignedStack) {
         const Caller call{by};
         file_to_deliver = "mox";
         ASSERT_EQ(call("ZOR_init", nullptr, reinterpret_cast<const void *>(&next_module)), 0);
-        ZOR_INFO info;
-        call("ZOR_info_init", &info);
-        info.key = call.operator()<char *>("STR_save", "mox");
-        info.file_name = call.operator()<char *>("STR_save", path.c_str());
+        Info info(path.c_str());
         auto *desc =
             call.operator()<ZOR_IMAGE_DESC *>("ZOR_info_add_image", &info, number(64), number(2));
         ASSERT_NE(desc, nullptr);
@@ -127,21 +125,10 @@ TEST(Dll, IsSafeForCallersWithA4ByteAlignedStack) {
         EXPECT_EQ(call("ZOR_scan_read", image, number(0), &read), 0);
         EXPECT_EQ(std::memcmp(read[2], row.data(), row.size()), 0);
         EXPECT_EQ(call("ZOR_close", image), 0);
-        call("ZOR_info_cleanup", &info, number(1));
         EXPECT_EQ(call("ZOR_color_matrix_set", number(3)), 0);
         EXPECT_EQ(call("ZOR_color_matrix_reset"), 1);
         call("ZOR_exit");
     }
-}
-
-TEST(Dll, ExportsVariables) {
-    const auto *status = static_cast<const int32_t *>(symbol("zor__err"));
-    EXPECT_EQ(status, &zor__err) << "the one an importing program has";
-    zor__err = ZOR_E_DECODE;
-    EXPECT_EQ(*status, -7);
-    EXPECT_EQ(symbol("zor__msg_cat"), &zor__msg_cat);
-    EXPECT_EQ(std::memcmp(symbol("ZOR_LITERAL_HARD_FORMAT_TYPE_RAW"), "raw", 4), 0);
-    EXPECT_EQ(std::memcmp(symbol("ZOR_LITERAL_HARD_FORMAT_TYPE_RGB"), "rgb", 4), 0);
 }
 
 // Everything else the DLL needs is the system's own.
@@ -277,9 +264,7 @@ TEST(Dll, NamesMayMixTheCodePageAndUtf8) {
 TEST(Dll, LeavesTheDefaultModeAsItWas) {
     file_to_deliver = "";
     ASSERT_EQ(ZOR_init(nullptr, &next_module), 0);
-    ZOR_INFO info;
-    ZOR_info_init(&info);
-    info.file_name = STR_save("a.watched");
+    const Info info("a.watched");
     for (const int mode : {_O_TEXT, _O_BINARY}) {
         _fmode = mode;
         const auto expect_opened = [mode](const char *what) {
@@ -287,7 +272,7 @@ TEST(Dll, LeavesTheDefaultModeAsItWas) {
             EXPECT_EQ(_fmode, mode) << what;
         };
         opens = true;
-        ZOR_IMAGE *image = ZOR_open(&info, "r");
+        ZOR_IMAGE *image = info.open("r");
         expect_opened("opened");
         void **rows = nullptr;
         for (const bool again : {true, false}) {
@@ -296,17 +281,16 @@ TEST(Dll, LeavesTheDefaultModeAsItWas) {
             EXPECT_EQ(ZOR_seek(&image, 2), again ? 0 : ZOR_E_OPEN);
             expect_opened(again ? "opened again" : "opened again in vain");
         }
-        EXPECT_EQ(ZOR_open(&info, "r"), nullptr);
+        EXPECT_EQ(info.open("r"), nullptr);
         expect_opened("opened in vain");
         for (const char *no_mode : {"rw", "w", static_cast<const char *>(nullptr)})
-            EXPECT_EQ(ZOR_open(&info, no_mode), nullptr);
+            EXPECT_EQ(info.open(no_mode), nullptr);
         EXPECT_EQ(ZOR_open(nullptr, "r"), nullptr);
         unsigned char tried = 0;
         ZOR_get_file_type(nullptr, nullptr, &tried);
         EXPECT_EQ(_fmode, mode) << "not even tried";
     }
     _fmode = _O_TEXT;
-    ZOR_info_cleanup(&info, 1);
     ZOR_exit();
 }
 
