@@ -85,6 +85,8 @@ tmsize_t on_read(thandle_t handle, void *data, tmsize_t length) {
 tmsize_t on_write(thandle_t handle, void *data, tmsize_t length) {
     Codec &codec = codec_of(handle);
     const auto size = static_cast<size_t>(length);
+    if (codec.discard)
+        return length;
     if (data == nullptr) // where libtiff did not look whether it got memory
         errno = ENOMEM;
     else if (codec.lost == 0 && std::fwrite(data, 1, size, codec.file) == size)
@@ -95,6 +97,8 @@ tmsize_t on_write(thandle_t handle, void *data, tmsize_t length) {
 
 toff_t on_seek(thandle_t handle, toff_t offset, int whence) {
     Codec &codec = codec_of(handle);
+    if (codec.discard)
+        return offset;
     // Seeking empties the buffer of a file that is written, so that may fail too.
     if (offset <= INT64_MAX && fseeko(codec.file, static_cast<off_t>(offset), whence) == 0) {
         const auto position = ftello(codec.file);
@@ -141,15 +145,19 @@ bool open_reader(Codec &codec) { return open(codec, "rmh", codec.allowance); }
 bool open_writer(Codec &codec, bool big) { return open(codec, big ? "wl8" : "wl", 0); }
 
 void close(Codec &codec) {
-    if (codec.tiff != nullptr) {
-        // Else libtiff would make a page of what there is, which may be half of one.
-        TIFFSetMode(codec.tiff, O_RDONLY);
+    codec.discard = true; // libtiff would make a page of what there is
+    if (codec.tiff != nullptr)
         TIFFClose(codec.tiff);
-    }
     if (codec.back != nullptr)
         std::fclose(codec.back);
     codec.tiff = nullptr;
     codec.back = nullptr;
+}
+
+void abandon(Codec &codec) {
+    if (codec.tiff != nullptr)
+        TIFFSetMode(codec.tiff, O_RDONLY);
+    close(codec);
 }
 
 void forget_trouble(Codec &codec) {

@@ -18,6 +18,7 @@ struct Codec {
     FILE *back;        // a written file once more, for the little libtiff has to look up in it
     int64_t size;      // of a file that is read
     int64_t allowance; // bytes that a file which is read may take in memory
+    bool discard;      // nothing is written any more
     int lost;          // errno of what failed in a file being written, which is no good since then
     TIFF *tiff;
     driver::Trouble trouble;
@@ -29,6 +30,10 @@ bool open_writer(Codec &codec, bool big);
 
 // Frees it; a directory that is being written is dropped. What open left null is ignored.
 void close(Codec &codec);
+
+// The same where no line was written yet: fields that could not be set are not looked at again, as
+// libtiff crashes on some of those.
+void abandon(Codec &codec);
 
 // Forgets earlier troubles, and reports what libtiff complained about while it succeeded.
 void forget_trouble(Codec &codec);

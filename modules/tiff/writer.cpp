@@ -239,7 +239,7 @@ bool start(Writer &writer) {
     }
     if (started)
         return true;
-    close(codec);
+    abandon(codec);
     zor__close_file(image, codec.file);
     zor__remove_file(image);
     return false;
