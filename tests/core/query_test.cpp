@@ -58,23 +58,6 @@ TEST(Queries, ProbeWithEveryFormatThatCanTest) {
     EXPECT_EQ(probe(text_yes, "full"), "full1");
 }
 
-TEST(Queries, ReachADriversCapabilities) {
-    const Library library({"full", "minimal"});
-    ZOR_CAPABILITY *list;
-    int32_t numbers[3] = {-1, -1, -1};
-    const auto ask = [&](const char *key, const ZOR_FORMAT *format) {
-        ZOR_info_get_specific(key, format, &list, numbers, numbers + 1, numbers + 2);
-        return std::tuple(numbers[0], numbers[1], numbers[2]);
-    };
-    EXPECT_EQ(ask("nobody", nullptr), std::tuple(-1, -1, -1)) << "untouched";
-    EXPECT_TRUE(library.log.has_only(ZOR_MSG_UNKNOWN_KEY));
-    EXPECT_EQ(ask("full", nullptr), std::tuple(5, 6, 0));
-    for (const ZOR_FORMAT *format : {ZOR_find("minimal"), ZOR_find("nobody")}) {
-        EXPECT_EQ(ask(nullptr, format), std::tuple(0, 0, 0));
-        EXPECT_EQ(list, nullptr);
-    }
-}
-
 TEST(Queries, StartTheLibraryOnDemand) {
     ReportLog log;
     ERR_unmask_s(ERR_DEBUG);

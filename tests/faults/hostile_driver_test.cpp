@@ -86,9 +86,10 @@ TEST_F(HostileDriver, DescriptionsThatCannotBeAreRefused) {
             desc.win_top = desc.act_top = top;
         };
     };
-    const auto colours = [](ZOR_CHANNELS group) {
-        return [=](ZOR_IMAGE &image) { image.images[0].image = group; };
+    const auto group = [](ZOR_CHANNELS ZOR_IMAGE_DESC::*which, ZOR_CHANNELS value) {
+        return [=](ZOR_IMAGE &image) { image.images[0].*which = value; };
     };
+    const auto colours = [&](ZOR_CHANNELS value) { return group(&ZOR_IMAGE_DESC::image, value); };
     const std::pair<Mischief, Failure> cases[] = {
         {window(0, -1, 0, 3), request},
         {window(-2, INT32_MAX, 0, 3), request},
@@ -101,16 +102,11 @@ TEST_F(HostileDriver, DescriptionsThatCannotBeAreRefused) {
         {colours({-1, ZOR_C_INTEGER, 8}), type},
         {colours({3, 9, 8}), type},
         {colours({3, ZOR_C_INTEGER, 0}), width},
-        {colours({3, ZOR_C_INTEGER, -8}), width},
         {colours({3, ZOR_C_INTEGER, 33}), width},
         {colours({3, ZOR_C_INTEGER, 40000}), width},
-        {[](ZOR_IMAGE &image) {
-             image.images[0].matte = {-1, ZOR_C_INTEGER, 8};
-         },
+        {group(&ZOR_IMAGE_DESC::matte, {-1, ZOR_C_INTEGER, 8}),
          {ZOR_E_UNSUPPORTED, ZOR_MSG_MATTE_TYPE}},
-        {[](ZOR_IMAGE &image) {
-             image.images[0].aux = {1, ZOR_C_INTEGER, 64};
-         },
+        {group(&ZOR_IMAGE_DESC::aux, {1, ZOR_C_INTEGER, 64}),
          {ZOR_E_UNSUPPORTED, ZOR_MSG_AUX_WIDTH}}};
     int refused = 0;
     for (const char *mode : {"r", "w"})
@@ -157,12 +153,10 @@ TEST_F(HostileDriver, FunctionsAreMissingAndAnswersAreOdd) {
     EXPECT_EQ(ZOR_set_frame(image, 1), ZOR_E_UNSUPPORTED);
     EXPECT_EQ(ZOR_close(image), 0);
     EXPECT_EQ(open([](ZOR_IMAGE &handle) { handle.num_images = 0; }, "w"), nullptr);
-    for (const char *mode : {"r", "w"}) { // nobody can close it
-        image = open([](ZOR_IMAGE &handle) { handle.close = nullptr; }, mode);
-        EXPECT_EQ(ZOR_close(image), ZOR_E_UNSUPPORTED);
-        image->close = close_image;
-        EXPECT_EQ(ZOR_close(image), 0);
-    }
+    image = open([](ZOR_IMAGE &handle) { handle.close = nullptr; }, "w"); // nobody can close it
+    EXPECT_EQ(ZOR_close(image), ZOR_E_UNSUPPORTED);
+    image->close = close_image;
+    EXPECT_EQ(ZOR_close(image), 0);
     EXPECT_EQ(open([](ZOR_IMAGE &handle) { // nor can the library, which frees what there is
                   handle.num_images = 2;
                   handle.close = nullptr;
@@ -172,57 +166,6 @@ TEST_F(HostileDriver, FunctionsAreMissingAndAnswersAreOdd) {
         handle.close = [](ZOR_IMAGE *opened) { return close_image(opened) - 99; };
     });
     EXPECT_EQ(ZOR_close(image), -99) << "is for the application to know";
-}
-
-template<class... Words>
-int take(void *state, Words...) {
-    return *static_cast<int *>(state);
-}
-
-// No function gets a state that is not there.
-TEST_F(HostileDriver, StatesThatAreNotThere) {
-    int (*const calls[])(ZOR_IMAGE *) = {
-        [](ZOR_IMAGE *image) {
-            void **rows;
-            return ZOR_scan_read(image, 0, &rows);
-        },
-        [](ZOR_IMAGE *image) { return ZOR_direct_scan_read(image, 0, 0, 0, 0, 0); },
-        [](ZOR_IMAGE *image) { return ZOR_get_raster(image, 0, 0, 7, 0, 3); },
-        [](ZOR_IMAGE *image) { return ZOR_get_region(image, 0, 0, 7, 0, 3); },
-        [](ZOR_IMAGE *image) {
-            ZOR_PLANE planes[3] = {};
-            ZOR_RASTER raster = {0, 0, 7, 0, 3, 1, 3, planes, 0};
-            return ZOR_raster_read(image, &raster);
-        },
-        [](ZOR_IMAGE *image) { return ZOR_seek(&image, 0); },
-        [](ZOR_IMAGE *image) { return ZOR_get_frame(image, 1); },
-        [](ZOR_IMAGE *image) { return ZOR_set_frame(image, 1); },
-        [](ZOR_IMAGE *image) { return ZOR_playback_bind(image, 0, 0); },
-        [](ZOR_IMAGE *image) { return ZOR_playback_goto(image, 0); },
-        [](ZOR_IMAGE *image) { return ZOR_playback_play(image, 0, 0, 0, 0, 0); },
-        [](ZOR_IMAGE *image) { return ZOR_playback_params(image, 0, 0, 0, 0, 0, 0, 0, 0); },
-        [](ZOR_IMAGE *image) { return ZOR_playback_stop(image, 0); },
-        [](ZOR_IMAGE *image) { return ZOR__cast(image), zor__err; }};
-    for (const bool has_slot : {true, false}) {
-        ZOR_IMAGE *image = open([=](ZOR_IMAGE &handle) {
-            handle.data[0] = nullptr;
-            handle.data = has_slot ? handle.data : nullptr;
-            handle.num_frames = 2;
-            handle.direct_scan = take;
-            handle.raster = handle.region = take;
-            zor__offer_rasters(&handle, take);
-            handle.seek = take;
-            handle.get_frame = handle.set_frame = handle.playback_goto = take;
-            handle.playback_bind = take;
-            handle.playback_play = take;
-            handle.playback_params = take;
-            handle.playback_stop = take;
-        });
-        ASSERT_NE(image, nullptr) << log.text();
-        for (size_t i = 0; i < std::size(calls); ++i)
-            EXPECT_EQ(calls[i](image), ZOR_E_UNSUPPORTED) << i;
-        EXPECT_EQ(ZOR_close(image), 0);
-    }
 }
 
 // What a driver says of whole frames is cut to what can be, and lines that it left out are missed.
