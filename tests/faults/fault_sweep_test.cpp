@@ -20,6 +20,17 @@
 #include "zor/fmt.h"
 #include "zor/input.h"
 
+extern "C" {
+std::FILE *__wrap_fopen(const char *path, const char *mode);
+std::FILE *__wrap_fopen64(const char *path, const char *mode);
+}
+std::FILE *__wrap_fopen(const char *path, const char *mode) {
+    return StreamFault::open(path, mode);
+}
+std::FILE *__wrap_fopen64(const char *path, const char *mode) {
+    return StreamFault::open(path, mode);
+}
+
 namespace {
 
 struct Outcome {
@@ -52,19 +63,15 @@ protected:
     void sweep(const Scenario &scenario, std::span<const Call> calls = all_calls) {
         expected_ = scenario();
         ASSERT_EQ(expected_.status, 0) << log.text();
-        for_each_failing_allocation([&](Fault &fault) {
-            run(
-                scenario, [&] { return fault.struck(); }, fault);
-        });
+        for_each_failing_allocation([&](Fault &fault) { run(scenario, fault, fault); });
         for (const Call call : calls)
             for (const bool all : {false, true})
                 for (long n = 1, struck = 1; struck != 0; ++n) {
-                    SCOPED_TRACE(testing::Message() << "call " << static_cast<int>(call));
-                    SCOPED_TRACE(testing::Message() << "number " << n << (all ? " on" : ""));
+                    SCOPED_TRACE(testing::Message() << "call " << static_cast<int>(call)
+                                                    << " number " << n << (all ? " on" : ""));
                     const Fault watch(0);
                     const StreamFault fault(call, n, all);
-                    run(
-                        scenario, [&] { return fault.struck(); }, watch);
+                    run(scenario, fault, watch);
                     EXPECT_EQ(fault.open_files(), 0);
                     struck = fault.struck() ? 1 : 0;
                 }
@@ -73,8 +80,8 @@ protected:
         EXPECT_EQ(again.made, expected_.made);
     }
 
-    template<class Struck>
-    void run(const Scenario &scenario, Struck struck, const Fault &watch) {
+    template<class Cause>
+    void run(const Scenario &scenario, const Cause &fault, const Fault &watch) {
         log.clear();
         zor__err = 0;
         const Outcome outcome = scenario();
@@ -83,7 +90,7 @@ protected:
         if (outcome.status == 0) {
             EXPECT_EQ(outcome.made, expected_.made);
         } else {
-            EXPECT_TRUE(struck());
+            EXPECT_TRUE(fault.struck());
             EXPECT_EQ(documented.count(outcome.status), 1U) << outcome.status;
             EXPECT_FALSE(log.reports.empty());
         }
