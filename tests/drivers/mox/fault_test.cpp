@@ -146,14 +146,4 @@ TEST_F(FaultTest, EveryCallMayFailInReading) {
     }
 }
 
-// By way of a link; what is no file is not deleted.
-TEST_F(FaultTest, AFullDiskIsNoticedWhenTheFileIsCreated) {
-    if (*full_device == '\0')
-        GTEST_SKIP() << "no such device";
-    std::filesystem::create_symlink(full_device, file);
-    EXPECT_EQ(write_images(), ZOR_E_WRITE);
-    EXPECT_TRUE(log.has_only(ZOR_MSG_CANNOT_WRITE)) << log.text();
-    EXPECT_TRUE(std::filesystem::exists(full_device));
-}
-
 } // namespace

@@ -352,29 +352,36 @@ TEST_F(RasterTest, FailsWhereAndAsScanlinesDo) {
     }
 }
 
-// A line that cannot be stored is expected next, and may be written with other samples.
+// A line that cannot be stored is not begun; it is expected next, with other samples. Without
+// threads: as a scanline.
 TEST_F(RasterTest, RecordsTooLongEndIt) {
     Request request(file);
-    request.add(20000, 60).image = {1, ZOR_C_INTEGER, 32};
+    request.add(20000, 60).image = {2, ZOR_C_INTEGER, 32};
     ZOR_IMAGE *image = request.open("w");
     write_all(image, 0);
     ZOR_close(image);
     const std::string expected = content();
-    for (const int threads : {1, 2, 4}) {
+    std::vector<uint32_t> noise(20000);
+    std::generate(noise.begin(), noise.end(), std::mt19937(1));
+    for (const int threads : {0, 1, 2, 4}) {
         image = request.open("w");
         Canvas whole = canvas(image);
-        whole.raster.num_threads = threads;
+        whole.raster.num_threads = std::max(threads, 1);
         whole.fill(image->images[0]);
-        std::vector<uint32_t> noise(20000);
-        std::generate(noise.begin(), noise.end(), std::mt19937(1));
         const Canvas good = whole;
         for (const int y : {17, 50})
-            std::memcpy(whole.sample(0, 0, y), noise.data(), 80000);
-        expect({ZOR_E_WRITE, ZOR_MSG_CANNOT_WRITE_LINE}, ZOR_raster_write(image, &whole.raster));
-        EXPECT_EQ(whole.raster.lines_done, 17);
+            std::memcpy(whole.sample(1, 0, y), noise.data(), 80000);
+        for (int y = 0; threads == 0 && y < 17; ++y)
+            EXPECT_EQ(write(image, 0, y), 0);
+        void *rows[] = {whole.sample(0, 0, 17), noise.data()};
+        expect({ZOR_E_WRITE, ZOR_MSG_CANNOT_WRITE_LINE},
+               threads == 0 ? ZOR_scan_write(image, 17, rows)
+                            : ZOR_raster_write(image, &whole.raster));
+        EXPECT_EQ(whole.raster.lines_done, threads == 0 ? -1 : 17);
         whole.memory = good.memory;
         whole.raster.bottom = 17;
-        whole.planes[0].samples = whole.sample(0, 0, 34);
+        for (size_t k = 0; k < 2; ++k)
+            whole.planes[k].samples = whole.sample(k, 0, 34);
         EXPECT_EQ(ZOR_raster_write(image, &whole.raster), 0) << log.text();
         EXPECT_EQ(ZOR_close(image), 0);
         EXPECT_TRUE(content() == expected) << threads;

@@ -122,7 +122,7 @@ TEST_F(PipeTest, OneImageIsWrittenAndNoneRead) {
     EXPECT_EQ(zor::find_driver("pipe")->write_open(&none), 0);
     expect({ZOR_E_UNSUPPORTED, ZOR_MSG_MULTIPLE_IMAGES}, zor__err);
 
-    ZOR_IMAGE *image = Request("x.pipe").open("r"); // accepted, and does nothing
+    ZOR_IMAGE *image = request.open("r"); // accepted, and does nothing
     ASSERT_NE(image, nullptr) << log.text();
     EXPECT_EQ(ZOR_image_count(image), 0);
     void **rows = nullptr;
