@@ -1,8 +1,6 @@
 // query_test.cpp - looking formats up, and probing files for theirs.
 #include <gtest/gtest.h>
 
-#include <functional>
-
 #include "core/library.h"
 
 namespace {
@@ -36,11 +34,7 @@ std::string probe(char *name, const char *key = "") {
 }
 
 TEST(Queries, ProbeWithEveryFormatThatCanTest) {
-    {
-        const Library library({});
-        EXPECT_EQ(probe(text_yes), "__none_1");
-        EXPECT_EQ(ZOR_info(), nullptr);
-    }
+    EXPECT_EQ((Library({}), probe(text_yes)), "__none_1");
     {
         const Library library({"full"});
         EXPECT_EQ(probe(text_yes), "full1");
@@ -61,19 +55,18 @@ TEST(Queries, ProbeWithEveryFormatThatCanTest) {
 TEST(Queries, StartTheLibraryOnDemand) {
     ReportLog log;
     ERR_unmask_s(ERR_DEBUG);
-    const std::pair<const char *, std::function<void()>> queries[] = {
-        {"ZOR_info", [] { ZOR_info(); }},
-        {"ZOR_find", [] { ZOR_find(""); }},
-        {"ZOR_find", [] { probe(text_no); }},
-        {"ZOR_find", [] { probe(text_no, "x"); }},
-        {"ZOR_def_key", [] { EXPECT_STREQ(ZOR_def_key(), "mox"); }},
-        {"ZOR_def_base_name", [] { EXPECT_STREQ(ZOR_def_base_name(), "im"); }},
-        {"ZOR_open", [] { ZOR_open(nullptr, "x"); }}};
-    for (const auto &[name, ask] : queries) {
+    void (*const queries[])() = {[] { ZOR_info(); },
+                                 [] { ZOR_find(""); },
+                                 [] { probe(text_no); },
+                                 [] { probe(text_no, "x"); },
+                                 [] { EXPECT_STREQ(ZOR_def_key(), "mox"); },
+                                 [] { EXPECT_STREQ(ZOR_def_base_name(), "im"); },
+                                 [] { ZOR_open(nullptr, "x"); }};
+    for (const auto &ask : queries) {
         log.clear();
         ask();
-        EXPECT_EQ(log.reports.at(0).message, // before whatever comes of it
-                  std::string("zor, initializing database for ") + name + " request");
+        ASSERT_FALSE(log.reports.empty()) << &ask - queries;
+        EXPECT_EQ(log.reports[0].message.find("zor, initializing database for ZOR_"), 0U);
         ZOR_exit();
     }
     ERR_mask_s(ERR_DEBUG);
