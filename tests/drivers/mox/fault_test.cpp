@@ -98,19 +98,15 @@ protected:
 // scanlines to be found afterwards.
 TEST_F(FaultTest, EveryCallMayFailInWriting) {
     for (const int threads : {0, 1, 3}) {
-        int calls = 0;
-        {
+        const int calls = [&] {
             const FailingCalls none(1000);
             EXPECT_EQ(write_images(threads), 0);
-            calls = 1000 - none.left();
-        }
+            return 1000 - none.left();
+        }();
         EXPECT_GT(calls, 6);
         for (int n = 1; n <= calls; ++n) {
             SCOPED_TRACE(testing::Message() << n << " with " << threads);
-            {
-                const FailingCalls failing(n, ENOSPC);
-                EXPECT_EQ(write_images(threads), ZOR_E_WRITE);
-            }
+            EXPECT_EQ((FailingCalls(n, ENOSPC), write_images(threads)), ZOR_E_WRITE);
             EXPECT_EQ(std::filesystem::exists(file), n > 1);
             if (n == 1 || n > calls - 4) // two tables, the close: a call or two each
                 continue;

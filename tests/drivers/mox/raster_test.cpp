@@ -44,6 +44,11 @@ struct Canvas {
         return static_cast<uint8_t *>(planes[k].samples) +
                planes[k].row_step * (y - raster.bottom) + step * (x - raster.left);
     }
+    void begin_at(int y) {
+        for (size_t k = 0; k < planes.size(); ++k)
+            planes[k].samples = sample(k, raster.left, y);
+        raster.bottom = y;
+    }
     // Calls a function with every sample of a line and the one of a scanline it belongs to.
     template<class Function>
     void each(int y, int win_left, void *const *rows, Function function) {
@@ -75,10 +80,7 @@ struct Canvas {
         }
         return equal;
     }
-    [[nodiscard]] bool is_gap() const {
-        return std::count(memory.begin(), memory.end(), gap) ==
-               static_cast<std::ptrdiff_t>(memory.size());
-    }
+    [[nodiscard]] bool is_gap() const { return memory == std::vector<uint8_t>(memory.size(), gap); }
 
     static constexpr uint8_t gap = 0xAA;
     std::vector<int> sizes;
@@ -191,17 +193,13 @@ TEST_F(RasterTest, IsTheSameAsScanlines) {
             const Canvas before = rows;
             // In three parts, the first of which is a scanline.
             ASSERT_EQ(write(image, 0, margin), 0);
-            const int middle = (desc.win_bottom + desc.win_top + 2) / 2;
-            for (const int y : {margin + 1, middle}) {
-                ZOR_RASTER part = rows.raster;
-                part.bottom = y;
-                part.top = y == middle ? part.top : middle - 1;
-                for (ZOR_PLANE &plane : rows.planes)
-                    plane.samples =
-                        rows.sample(static_cast<size_t>(&plane - rows.planes.data()), margin, y);
-                EXPECT_EQ(ZOR_raster_write(image, &part), 0) << log.text();
-                EXPECT_EQ(part.lines_done, part.top - y + 1);
-                rows.raster.bottom = y;
+            const int middle = (desc.win_bottom + desc.win_top) / 2;
+            for (const auto &[y, top] :
+                 {std::pair(margin + 1, middle), {middle + 1, desc.win_top}}) {
+                rows.begin_at(y);
+                rows.raster.top = top;
+                EXPECT_EQ(ZOR_raster_write(image, &rows.raster), 0) << log.text();
+                EXPECT_EQ(rows.raster.lines_done, top - y + 1);
             }
             EXPECT_TRUE(rows.memory == before.memory);
             EXPECT_EQ(ZOR_close(image), 0);
@@ -330,7 +328,6 @@ TEST_F(RasterTest, FailsWhereAndAsScanlinesDo) {
     for (int y = 0; y < 300; ++y)
         put(bytes, entry(y), 4, position(static_cast<int>(random() % 300)));
     ASSERT_NO_FATAL_FAILURE(compare(bytes));
-
     for (const int y : {0, 150, 299}) {
         SCOPED_TRACE(y);
         for (const uint32_t lost : {739U, position(y) + 1, 0xFFFFFFFFU}) {
@@ -339,13 +336,12 @@ TEST_F(RasterTest, FailsWhereAndAsScanlinesDo) {
             put(bytes, entry(299), 4, 1); // is only told when it is the first one
             ASSERT_NO_FATAL_FAILURE(compare(bytes));
         }
-        for (const uint32_t packet : {0x8007U, 0x7F00U}) { // too short, too long
+        // a packet too short, one too long, a record too long
+        for (const auto &[at, value] : {std::pair{2U, 0x8007U}, {2U, 0x7F00U}, {0U, 0xFFFFU}}) {
             bytes = whole;
-            put(bytes, position(y) + 2, 2, packet);
+            put(bytes, position(y) + at, 2, value);
             ASSERT_NO_FATAL_FAILURE(compare(bytes));
         }
-        put(bytes, position(y), 2, 0xFFFF);
-        ASSERT_NO_FATAL_FAILURE(compare(bytes));
         if (y > 0) { // the headers come before
             ASSERT_NO_FATAL_FAILURE(compare(whole.substr(0, position(y) + 40)));
         }
@@ -379,9 +375,7 @@ TEST_F(RasterTest, RecordsTooLongEndIt) {
                             : ZOR_raster_write(image, &whole.raster));
         EXPECT_EQ(whole.raster.lines_done, threads == 0 ? -1 : 17);
         whole.memory = good.memory;
-        whole.raster.bottom = 17;
-        for (size_t k = 0; k < 2; ++k)
-            whole.planes[k].samples = whole.sample(k, 0, 34);
+        whole.begin_at(17);
         EXPECT_EQ(ZOR_raster_write(image, &whole.raster), 0) << log.text();
         EXPECT_EQ(ZOR_close(image), 0);
         EXPECT_TRUE(content() == expected) << threads;

@@ -5,7 +5,6 @@
 
 #include <functional>
 #include <iterator>
-#include <numeric>
 #include <random>
 #include <utility>
 
@@ -22,8 +21,8 @@ Bytes random_row(size_t length, std::mt19937 &random) {
     Bytes row;
     const bool runs_only = random() % 3 == 0;
     while (row.size() < length) {
-        const size_t lengths[] = {1 + random() % 4, 1 + random() % 40, 125 + random() % 6,
-                                  1 + random() % 400};
+        const size_t lengths[] = {1 + random() % 4,   1 + random() % 40,  61 + random() % 6,
+                                  125 + random() % 6, 1 + random() % 400, 2044 + random() % 10};
         const size_t n = lengths[random() % std::size(lengths)];
         const size_t first = random();
         const size_t step = runs_only ? 0 : random() % 2;
@@ -44,41 +43,16 @@ TEST(RowCodec, IsTheFastestVersionThereIsForStorableChannels) {
 }
 
 TEST(RowCodec, WritesTheFixedBytes) {
-    Bytes unlike(200);
-    std::iota(unlike.begin(), unlike.end(), uint8_t{0});
-    Bytes two_literals = unlike;
-    two_literals.insert(two_literals.begin() + 128, static_cast<uint8_t>(-72));
-    two_literals.insert(two_literals.begin(), 0x80);
-    const struct {
-        Kind kind;
-        Bytes row, record;
-    } cases[] = {
+    const std::tuple<Kind, Bytes, Bytes> cases[] = {
         {bytes, {9, 9, 9, 1, 2}, {2, 9, 0xFE, 1, 2}},
         {bytes, {1, 9, 9, 2, 2}, {0xFB, 1, 9, 9, 2, 2}}, // two never make a run
         {bytes, Bytes(300, 7), {127, 7, 127, 7, 43, 7}},
-        {bytes, unlike, two_literals},
         {kinds[1], {0x34, 0x12, 0x35, 0x12, 0x36, 0x12}, {2, 0x12, 0xFD, 0x34, 0x35, 0x36}},
-        {kinds[2], {4, 3, 2, 1}, {0xFF, 1, 0xFF, 2, 0xFF, 3, 0xFF, 4}},
-    };
+        {kinds[2], {4, 3, 2, 1}, {0xFF, 1, 0xFF, 2, 0xFF, 3, 0xFF, 4}}};
     for (const auto &[kind, row, record] : cases) {
         EXPECT_EQ(encode(row, kind), record);
         EXPECT_TRUE(codes_alike(row, kind));
     }
-}
-
-TEST(RowCodec, CodesStretchesOfAnyLengthAtAnyPlace) {
-    for (const size_t place : {0, 1, 126, 1024, 1917, 2046, 2048, 4095})
-        for (size_t before = 0; before < 4; ++before)
-            for (const size_t length : {1, 2, 3, 4, 63, 64, 65, 127, 128, 129, 130, 256, 257, 2050})
-                for (const size_t after : {0, 1, 2, 3, 64, 128, 131}) {
-                    Bytes row(place + before + length + after);
-                    for (size_t i = 0; i < row.size(); ++i)
-                        row[i] = static_cast<uint8_t>(i % 251);
-                    std::fill_n(&row[place] + before, length, uint8_t{255});
-                    std::fill_n(row.begin() + static_cast<ptrdiff_t>(place), before, uint8_t{254});
-                    ASSERT_TRUE(codes_alike(row, bytes, before))
-                        << place << " " << before << " " << length << " " << after;
-                }
 }
 
 // A record by someone who divides planes into packets in any way.
