@@ -104,12 +104,10 @@ TEST_F(HostileDriver, FunctionsAreMissingAndAnswersAreOdd) {
     close = image->close;
     EXPECT_EQ(ZOR_close(image), 0);
     EXPECT_EQ(open([](I &handle, D &) { handle.num_images = 0; }, "w"), nullptr);
-    for (const char *mode : {"r", "w"}) { // nobody can close it
-        image = open([](I &handle, D &) { handle.close = nullptr; }, mode);
-        EXPECT_EQ(ZOR_close(image), ZOR_E_UNSUPPORTED);
-        image->close = close;
-        EXPECT_EQ(ZOR_close(image), 0);
-    }
+    image = open([](I &handle, D &) { handle.close = nullptr; }, "w"); // nobody can close it
+    EXPECT_EQ(ZOR_close(image) + ZOR_close_do_it(image), 2 * ZOR_E_UNSUPPORTED);
+    image->close = close;
+    EXPECT_EQ(ZOR_close(image), 0);
     EXPECT_EQ(open([](I &handle, D &) { // nor can the library, which frees what there is
                   handle.num_images = 2;
                   handle.close = nullptr;

@@ -129,10 +129,10 @@ TEST_F(MemTest, ReadersKeepTheImageTheyOpenedAndNothingElseStays) {
 }
 
 TEST_F(MemTest, ImagesTooLargeForMemoryAreRefused) {
-    constexpr int32_t sizes[][3] = {{INT32_MAX - 1, INT32_MAX - 1, 32767},
-                                    {1 << 30, 1 << 17, 16384}, // a multiple of 2^64 bytes
-                                    {1 << 30, 1 << 30, 1}};
-    for (const auto &[width, height, channels] : sizes) {
+    for (const auto &[width, height, channels] :
+         {std::tuple(INT32_MAX - 1, INT32_MAX - 1, 32767),
+          {1 << 30, 1 << 17, 16384}, // a multiple of 2^64 bytes
+          {1 << 30, 1 << 30, 1}}) {
         Request request("large.mem");
         request.add(width, height).image = {channels, ZOR_C_DOUBLE, 64};
         EXPECT_EQ(request.open("w"), nullptr);
