@@ -16,14 +16,15 @@ using zor::mox::row_codec;
 constexpr Kind bytes = kinds[0];
 
 // Stretches of equal and of unlike bytes, or of equal ones only, the shortest and those around the
-// limits of a packet more often than others.
+// limits of packets and blocks more often than others; of some lengths only, or of all.
 Bytes random_row(size_t length, std::mt19937 &random) {
     Bytes row;
     const bool runs_only = random() % 3 == 0;
+    const size_t shortest = random() % 3 * 2;
     while (row.size() < length) {
         const size_t lengths[] = {1 + random() % 4,   1 + random() % 40,  61 + random() % 6,
                                   125 + random() % 6, 1 + random() % 400, 2044 + random() % 10};
-        const size_t n = lengths[random() % std::size(lengths)];
+        const size_t n = lengths[shortest + random() % (std::size(lengths) - shortest)];
         const size_t first = random();
         const size_t step = runs_only ? 0 : random() % 2;
         for (size_t i = 0; i < n; ++i)
