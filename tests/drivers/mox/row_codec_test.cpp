@@ -23,7 +23,7 @@ Bytes random_row(size_t length, std::mt19937 &random) {
     const size_t shortest = random() % 3 * 2;
     while (row.size() < length) {
         const size_t lengths[] = {1 + random() % 4,   1 + random() % 40,  61 + random() % 6,
-                                  125 + random() % 6, 1 + random() % 400, 2044 + random() % 10};
+                                  125 + random() % 6, 1 + random() % 400, 2044 + random() % 3000};
         const size_t n = lengths[shortest + random() % (std::size(lengths) - shortest)];
         const size_t first = random();
         const size_t step = runs_only ? 0 : random() % 2;
