@@ -12,6 +12,10 @@ using D = ZOR_IMAGE_DESC;
 
 class HostileDriver : public testing::Test {
 protected:
+    // The module may outlive the library that loaded it.
+    HostileDriver() { tape = {0, 0, never, 0, 1, nullptr}; }
+    ~HostileDriver() override { tape = {0, 0, never, 0, 1, nullptr}; }
+
     ZOR_IMAGE *open(Mischief mischief, const char *mode = "r") {
         tape.mischief = mischief;
         library.log.clear();
