@@ -261,7 +261,8 @@ TEST_F(ReadTest, PipesCanBeReadInFileOrder) {
     ZOR_IMAGE *image = request.open("w");
     write_all(image, 0);
     ZOR_close(image);
-    FullPipe pipe(read_file(file)); // more than one read, and fits it
+    const std::string bytes = read_file(file); // more than one read, and fits a pipe
+    FullPipe pipe(bytes);
     if (pipe.name.empty())
         GTEST_SKIP() << "pipes have no names here";
     Request piped(pipe.name, "mox");

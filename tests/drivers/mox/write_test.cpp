@@ -89,6 +89,27 @@ TEST_F(WriteTest, RefusesWhatItCannotStoreBeforeThereIsAFile) {
     }
 }
 
+// The header cannot be completed there.
+TEST_F(WriteTest, StandardOutputKeepsItsPlaceholders) {
+    Request request("/dev/stdout", "mox");
+    request.info.time = STR_save("a day");
+    request.add(8, 1);
+    FILE *target = std::fopen(file.c_str(), "wb");
+    ASSERT_NE(target, nullptr);
+    int status = -1;
+    {
+        const Redirected to_file(target);
+        if (ZOR_IMAGE *image = request.open("w"); image != nullptr)
+            status = write(image, 0, 0) | ZOR_close(image);
+    }
+    std::fclose(target);
+    EXPECT_EQ(status, 0) << log.text();
+    const std::string bytes = read_file(file);
+    ASSERT_GT(bytes.size(), 744U);
+    EXPECT_EQ(bytes.substr(614, 6), std::string("a day") + '\0');
+    EXPECT_EQ(bytes.substr(740, 4), std::string(4, '\0'));
+}
+
 TEST(ElapsedTime, IsHoursMinutesSeconds) {
     char text[12];
     zor::mox::format_elapsed(text, 3725);
