@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <iterator>
+#include <numeric>
 #include <random>
 #include <utility>
 
@@ -44,10 +45,16 @@ TEST(RowCodec, IsTheFastestVersionThereIsForStorableChannels) {
 }
 
 TEST(RowCodec, WritesTheFixedBytes) {
+    Bytes unlike(200);
+    std::iota(unlike.begin(), unlike.end(), uint8_t{0});
+    Bytes two_literals = unlike;
+    two_literals.insert(two_literals.begin() + 128, static_cast<uint8_t>(-72));
+    two_literals.insert(two_literals.begin(), 0x80);
     const std::tuple<Kind, Bytes, Bytes> cases[] = {
         {bytes, {9, 9, 9, 1, 2}, {2, 9, 0xFE, 1, 2}},
         {bytes, {1, 9, 9, 2, 2}, {0xFB, 1, 9, 9, 2, 2}}, // two never make a run
         {bytes, Bytes(300, 7), {127, 7, 127, 7, 43, 7}},
+        {bytes, unlike, two_literals},
         {kinds[1], {0x34, 0x12, 0x35, 0x12, 0x36, 0x12}, {2, 0x12, 0xFD, 0x34, 0x35, 0x36}},
         {kinds[2], {4, 3, 2, 1}, {0xFF, 1, 0xFF, 2, 0xFF, 3, 0xFF, 4}}};
     for (const auto &[kind, row, record] : cases) {
