@@ -46,14 +46,28 @@ TEST_F(Capabilities, WithABadDefaultStopTheProcess) {
     EXPECT_DEATH(library.restart(), "tape: capability `squeeze' has invalid list default 8");
 }
 
-TEST_F(Capabilities, ComeAndGo) {
-    const ZOR_FORMAT *tape = ZOR_find("tape"); // its function switches one of its capabilities
+TEST_F(Capabilities, AreReachedByKeyOrFormat) {
+    const ZOR_FORMAT *const minimal = ZOR_find("minimal");
+    const ZOR_FORMAT *const tape = ZOR_find("tape"); // its function switches one of them
+    ZOR_CAPABILITY *list = nullptr;
+    int32_t numbers[3] = {-1, -1, -1};
+    const auto ask = [&](const char *key, const ZOR_FORMAT *format) {
+        ZOR_info_get_specific(key, format, &list, numbers, numbers + 1, numbers + 2);
+        return std::tuple(list, numbers[0], numbers[1], numbers[2]);
+    };
+    ZOR_CAPABILITY *const none = nullptr;
+    EXPECT_EQ(ask("nobody", tape), std::tuple(none, -1, -1, -1)) << "untouched";
+    EXPECT_TRUE(library.log.has_only(ZOR_MSG_UNKNOWN_KEY));
+    EXPECT_EQ(ask(nullptr, tape), std::tuple(offered, 3, -2, 2));
+    EXPECT_EQ(ask("full", nullptr), std::tuple(none, 5, 6, 0));
+    for (const ZOR_FORMAT *format : {minimal, ZOR_find("nobody")})
+        EXPECT_EQ(ask(nullptr, format), std::tuple(none, 0, 0, 0));
+
     EXPECT_EQ(ZOR_capabilities_available(tape, 0, 1), 0) << "it is available";
     EXPECT_EQ(ZOR_capabilities_available(tape, 0, 0), 1);
     EXPECT_EQ(offered[0].flags, ZOR_CAP_UNAVAILABLE);
-    EXPECT_EQ(ZOR_capabilities_available(tape, 0, 0), 0);
     EXPECT_EQ(ZOR_capabilities_available(tape, 1, 2), 1);
-    EXPECT_EQ(ZOR_capabilities_available(ZOR_find("minimal"), 0, 0), 0);
+    EXPECT_EQ(ZOR_capabilities_available(minimal, 0, 0), 0);
 }
 
 int compare(std::vector<ZOR_CAP_SETTING> a, std::vector<ZOR_CAP_SETTING> b) {

@@ -33,15 +33,15 @@ void check_syntax(const std::string &text, const std::string &elements, int ends
     const char *syntax = text.c_str();
     const bool valid = !elements.empty();
     const int32_t failure = text.empty() ? ZOR_E_EMPTY_SYNTAX : ZOR_E_SYNTAX;
+    SCOPED_TRACE(text);
     zor__err = 1;
-    EXPECT_EQ(ZOR_name_syntax_verify(syntax) != 0, valid) << syntax;
-    EXPECT_EQ(zor__err, valid ? ZOR_OK : failure) << syntax;
-    EXPECT_EQ(ZOR_name_syntax_has_ext(syntax) != 0, elements.find('E') < 100) << syntax;
-    EXPECT_EQ(zor__err, valid ? ZOR_OK : failure) << syntax;
+    EXPECT_EQ(ZOR_name_syntax_verify(syntax) != 0, valid);
+    EXPECT_EQ(zor__err, valid ? ZOR_OK : failure);
+    EXPECT_EQ(ZOR_name_syntax_has_ext(syntax) != 0, elements.find('E') < 100);
     EXPECT_EQ(parsed(syntax), elements);
-    EXPECT_EQ(zor__err, valid ? ZOR_OK : ZOR_E_SYNTAX) << syntax;
-    EXPECT_EQ(ZOR_name_syntax_ends_ext(syntax), ends_ext) << syntax;
-    EXPECT_EQ(ZOR_name_syntax_has_frame(syntax) != 0, text.find('#') < 100) << syntax;
+    EXPECT_EQ(zor__err, valid ? ZOR_OK : ZOR_E_SYNTAX);
+    EXPECT_EQ(ZOR_name_syntax_ends_ext(syntax), ends_ext);
+    EXPECT_EQ(ZOR_name_syntax_has_frame(syntax) != 0, text.find('#') < 100);
 }
 
 TEST(NameSyntax, Grammar) {
@@ -58,8 +58,6 @@ TEST(NameSyntax, Grammar) {
     EXPECT_EQ(parsed(nullptr), "");
     EXPECT_EQ(ZOR_name_syntax_verify(nullptr) + ZOR_name_syntax_has_ext(nullptr), 0);
     EXPECT_EQ(zor__err, ZOR_E_EMPTY_SYNTAX) << "which only the former sets";
-    for (size_t n = 1; n < 100; ++n) // the buffer grows
-        EXPECT_EQ(parsed(std::string(n, '#').c_str()), '#' + std::to_string(n) + " .1 ");
     for (int c = 1; c < 256; ++c) { // of all other characters, only punctuation
         const std::string syntax = std::string("name") + static_cast<char>(c);
         const int literal = c < 128 && std::ispunct(c) != 0 && c != '/' ? 1 : 0;

@@ -1,4 +1,5 @@
-// scan_test.cpp - scanlines, rasters, and seeking in files that only go forward.
+// scan_test.cpp - scanlines and seeking in files that only go forward, and
+// calls that go straight on to the driver.
 #include <gtest/gtest.h>
 
 #include <utility>
@@ -32,7 +33,8 @@ protected:
         return result != 0 ? result : static_cast<uint8_t *>(rows[0])[tape_width - 1];
     }
 
-    // Seeks. Returns the result, the lines read on the way and how often the file was opened.
+    // Seeks. Returns the result, the lines read on the way and how often the file
+    // was opened.
     std::tuple<int, int, int> seek(int target) {
         tape.lines = tape.opens = 0;
         const int result = ZOR_seek(&image, target);
@@ -45,45 +47,110 @@ protected:
     ZOR_IMAGE *image = nullptr;
 };
 
-TEST_F(Scan, RefusesWhatTheDriverDoesNotOffer) {
-    open("mute");
-    image->scan = nullptr;
-    zor__err = 0;
-    EXPECT_EQ(sample(tape_top), ZOR_E_UNSUPPORTED);
-    EXPECT_EQ(zor__err, ZOR_E_UNSUPPORTED);
-    EXPECT_EQ(ZOR_direct_scan_read(image, 0, 1, 2, 3, 4), ZOR_E_UNSUPPORTED);
-    EXPECT_EQ(library.log.text(), "");
-    zor__err = ZOR_E_DECODE;
-    EXPECT_EQ(ZOR_get_raster(image, 1, 2, 3, 4, 5), ZOR_E_UNSUPPORTED);
-    EXPECT_EQ(ZOR_get_region(image, 1, 2, 3, 4, 5), ZOR_E_UNSUPPORTED);
-    EXPECT_EQ(zor__err, ZOR_E_DECODE) << "rasters leave it alone";
-    EXPECT_EQ(library.log.count(ZOR_MSG_NO_RASTER), 2);
-    EXPECT_EQ(library.log.last(), "mute: cannot read whole rasters from this tape file (this "
-                                  "function is unsupported for this file type)");
-    const auto close = std::exchange(image->close, nullptr);
-    EXPECT_EQ(ZOR_close(image), ZOR_E_UNSUPPORTED) << "and the handle lives on";
-    EXPECT_EQ(ZOR_close_do_it(image), ZOR_E_UNSUPPORTED);
-    image->close = close;
+constexpr int no = ZOR_E_UNSUPPORTED;
+void *driver; // its state
+
+// What a driver answers: the words it got, as a decimal number.
+template<class... Words>
+int told(void *state, Words... words) {
+    int number = 0;
+    ((number = number * 10 + static_cast<int>(words)), ...);
+    return state == driver ? number : 0;
 }
 
-TEST_F(Scan, ForwardsRastersAndDirectScans) {
-    open("random");
-    image->direct_scan = [](void *, int y, ZOR_WORD a, ZOR_WORD b, ZOR_WORD c, ZOR_WORD d) {
-        return y == tape_top ? 0 : static_cast<int>(a * 1000 + b * 100 + c * 10 + d);
-    };
-    image->raster = [](void *, ZOR_WORD a, ZOR_WORD b, ZOR_WORD c, ZOR_WORD d, ZOR_WORD e) {
-        return static_cast<int>(a * 10000 + b * 1000 + c * 100 + d * 10 + e);
-    };
-    image->region = image->raster;
-    EXPECT_EQ(ZOR_direct_scan_read(image, tape_top, 1, 2, 3, 4), 0);
-    EXPECT_EQ(image->last_scanline, tape_top);
-    EXPECT_EQ(ZOR_direct_scan_write(image, tape_top - 1, 1, 2, 3, 4), 1234);
-    EXPECT_EQ(image->last_scanline, tape_top);
-    EXPECT_EQ(ZOR_get_region(image, 1, 2, 3, 4, 5), 12345);
-    EXPECT_EQ(image->last_scanline, -1) << "even when it fails";
-    image->last_scanline = 12;
-    EXPECT_EQ(ZOR_get_raster(image, 0, 0, 0, 0, 0), 0);
+// Calls that go straight on to the driver.
+class OtherCalls : public Scan {
+protected:
+    OtherCalls() {
+        open("shy");
+        driver = image->data[0];
+    }
+    void offer_all() const {
+        image->direct_scan = told;
+        image->raster = image->region = told;
+        image->get_frame = image->set_frame = image->playback_goto = image->playback_stop = told;
+        image->playback_bind = told;
+        image->playback_play = told;
+        image->playback_params = told;
+        image->seek = told;
+        zor__offer_rasters(image, [](void *, ZOR_RASTER *) { return 7; });
+        image->num_frames = 2;
+    }
+    // The driver's answers.
+    std::vector<int> call_all() {
+        std::vector<int> answers = {ZOR_direct_scan_read(image, 9, 1, 2, 3, 4),
+                                    ZOR_direct_scan_write(image, 9, 1, 2, 3, 4),
+                                    ZOR_seek(&image, 8)};
+        zor__err = ZOR_E_DECODE;
+        for (const int answer :
+             {ZOR_get_raster(image, 1, 2, 3, 4, 5), ZOR_get_region(image, 1, 2, 3, 4, 5),
+              ZOR_get_frame(image, 8), ZOR_set_frame(image, 7), ZOR_playback_bind(image, 1, 2),
+              ZOR_playback_goto(image, 3), ZOR_playback_play(image, 1, 2, 3, 4, 5),
+              ZOR_playback_params(image, 1, 2, 3, 4, 5, 6, 7, 8), ZOR_playback_stop(image, 6)})
+            answers.push_back(answer);
+        EXPECT_EQ(zor__err, ZOR_E_DECODE) << "refusals of these leave it alone";
+        return answers;
+    }
+    bool refuses_all() {
+        ZOR_PLANE plane = {};
+        ZOR_RASTER raster = {0, 0, tape_width - 1, tape_bottom, tape_top, 1, 1, &plane, 0};
+        return call_all() == std::vector(12, no) && ZOR_raster_read(image, &raster) == no &&
+               sample(tape_top) == no && zor__err == no;
+    }
+};
+
+TEST_F(OtherCalls, AreAnsweredByTheDriver) {
+    offer_all();
+    EXPECT_EQ(call_all(),
+              (std::vector{91234, 91234, 8, 12345, 12345, 8, 7, 12, 3, 12345, 12345678, 6}));
+    EXPECT_EQ(image->last_scanline, -1) << "after rasters";
+    EXPECT_EQ(ZOR_direct_scan_read(image, 9, 0, 0, 0, 0), 90000);
     EXPECT_EQ(image->last_scanline, -1);
+    EXPECT_EQ(ZOR_direct_scan_read(image, 0, 0, 0, 0, 0), 0);
+    EXPECT_EQ(image->last_scanline, 0);
+    // What operators have settled for must not change under them, nor be passed
+    // by.
+    ZOR__cast(image);
+    ASSERT_NE(image->data[0], driver);
+    library.log.clear();
+    EXPECT_EQ(call_all(), (std::vector{no, no, 8, no, no, 8, no, 12, no, no, 12345678, 6}));
+    EXPECT_EQ(library.log.reports.size(), 5U) << library.log.text();
+}
+
+TEST_F(OtherCalls, AreRefusedWhereThereIsNoFunction) {
+    image->scan = nullptr;
+    image->num_frames = 2;
+    const ZOR_FORMAT *const format = std::exchange(image->format, nullptr); // for seeks
+    EXPECT_TRUE(refuses_all());
+    std::string reported; // the reasons left out
+    for (const auto &report : library.log.reports)
+        reported += report.message.substr(0, report.message.find(" for") + 1);
+    const char *raster = "shy: cannot read whole rasters from this tape file (this function is "
+                         "unsupported ";
+    EXPECT_EQ(reported, std::string(raster) + raster +
+                            "shy: cannot set the current frame shy: cannot set the current frame "
+                            "shy: cannot bind the playback window "
+                            "shy: cannot set the playback frame shy: cannot start playback "
+                            "shy: cannot set the playback parameters shy: cannot stop playback ");
+    image->format = format;
+}
+
+TEST_F(OtherCalls, AreRefusedWhereThereIsNoStateOrOneFrame) {
+    offer_all();
+    image->num_frames = 0;
+    EXPECT_EQ(call_all(), (std::vector{91234, 91234, 8, 12345, 12345, no, no, no, no, no, no, no}));
+    image->num_frames = 2;
+    void **const slots = image->data;
+    image->data[0] = nullptr;
+    for (void **there : {slots, static_cast<void **>(nullptr)}) {
+        image->data = there;
+        EXPECT_TRUE(refuses_all());
+        zor__err = 0;
+        ZOR__cast(image);
+        EXPECT_EQ(zor__err, no);
+    }
+    image->data = slots;
+    image->data[0] = driver;
 }
 
 TEST_F(Scan, GoesTheWayOfTheHandleWhicheverCallIsUsed) {
@@ -92,27 +159,6 @@ TEST_F(Scan, GoesTheWayOfTheHandleWhicheverCallIsUsed) {
     void *row = &row;
     EXPECT_EQ(ZOR_scan_read(image, tape_top, reinterpret_cast<void ***>(&row)), 0);
     EXPECT_EQ(ZOR_scan_write(image, tape_top, &row), 0);
-}
-
-TEST_F(Scan, KeepsOperatorsAndTheDriverApart) {
-    open("random");
-    static void *driver;
-    driver = image->data[0];
-    image->num_frames = 1;
-    image->direct_scan = [](void *, int, ZOR_WORD, ZOR_WORD, ZOR_WORD, ZOR_WORD) { return 7; };
-    image->raster = [](void *, ZOR_WORD, ZOR_WORD, ZOR_WORD, ZOR_WORD, ZOR_WORD) { return 7; };
-    image->get_frame = [](void *state, ZOR_WORD) { return state == driver ? 7 : 0; };
-    image->set_frame = image->get_frame;
-    image->seek = [](void *state, int) { return state == driver ? 7 : 0; };
-    ZOR__cast(image);
-    ASSERT_NE(image->data[0], driver);
-    // What they have settled for must not change under them, nor be passed by.
-    EXPECT_EQ(ZOR_set_frame(image, 1), ZOR_E_UNSUPPORTED);
-    EXPECT_EQ(ZOR_get_raster(image, 1, 2, 3, 4, 5), ZOR_E_UNSUPPORTED);
-    EXPECT_EQ(ZOR_direct_scan_read(image, 0, 1, 2, 3, 4), ZOR_E_UNSUPPORTED);
-    EXPECT_EQ(library.log.count(ZOR_MSG_NO_SET_FRAME), 1);
-    EXPECT_EQ(ZOR_get_frame(image, 1), 7);
-    EXPECT_EQ(ZOR_seek(&image, tape_top - 3), 7);
 }
 
 TEST_F(Scan, SeeksForwardByReadingAndBackByReopening) {
@@ -158,13 +204,10 @@ TEST_F(Scan, LosesTheHandleWhenReopeningFails) {
     EXPECT_EQ(ZOR_seek(&image, -1), ZOR_E_UNSUPPORTED);
 }
 
-TEST_F(Scan, SeeksWhereLinesAreNegative) {
+TEST_F(Scan, SeeksWhereLinesAreNegativeAndLeavesSeekingToDriversThatCan) {
     open("rising and below");
     EXPECT_EQ(seek(-3), Sought(0, 2, 1)) << "-1, for no line yet, looks like a line behind";
     EXPECT_EQ(seek(3), Sought(0, 6, 0));
-}
-
-TEST_F(Scan, LeavesSeekingToFilesOfAnyOrderAndDriversThatCan) {
     open("falling");
     ZOR_FORMAT random = *image->format;
     image->format = &random;
@@ -172,8 +215,6 @@ TEST_F(Scan, LeavesSeekingToFilesOfAnyOrderAndDriversThatCan) {
         random.access = access;
         EXPECT_EQ(seek(image->last_scanline - 2), Sought(0, access == 20 ? 0 : 1, 0));
     }
-    image->seek = [](void *, int y) { return -7 - y; };
-    EXPECT_EQ(seek(12), Sought(-19, 0, 0));
 }
 
 } // namespace

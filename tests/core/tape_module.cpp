@@ -1,13 +1,11 @@
 // tape_module.cpp - a driver for tests: lines come strictly in file order, and each holds its own
 // number. The file's name picks what it is like: "rising" for that order, "below" for lines from -5
-// to 5, "refused" for a failing open, "plays" for frames and playback, "stuck" for no close.
-// The module is built a second time as "reel", whose files hold frames: the lines of those named
-// "any" come in any order.
+// to 5, "refused" for a failing open. The module is built a second time as
+// "reel", whose files hold frames.
 #include <cstring>
+#include <deque>
 
-#include <zor/driver.h>
-
-#include "tape.h"
+#include "core/tape.h"
 
 #ifndef TAPE_KEY
 #    define TAPE_KEY "tape"
@@ -19,7 +17,7 @@ ZOR_MODULE_NUMBER(imageMultiFrame, TAPE_FRAMES);
 ZOR_MODULE_NUMBER(imageNumberOfMattes, 1);
 ZOR_MODULE_NUMBER(imageBitsPerMatte, 1);
 ZOR_MODULE_EXPORT TapeState tape_state;
-TapeState tape_state = {0, {0}, never, 0};
+TapeState tape_state = {0, 0, never, 0, 1, nullptr};
 ZOR_MODULE_EXPORT ZOR_CAP_ENTRY tape_entries[4];
 ZOR_CAP_ENTRY tape_entries[4] = {
     {4, 0, "none", 0, 0, nullptr}, {7, 0, nullptr, 1, 2, "some"}, {9, 0, "all", 0, 0, nullptr}, {}};
@@ -31,11 +29,11 @@ ZOR_CAPABILITY tape_capabilities[2] = {{0, "press", 1, 1, "squeeze", 0, {}, &tap
 namespace {
 
 struct Tape {
-    const ZOR_IMAGE *image;
     void **rows;
     int32_t next;
     int32_t step;
 };
+std::deque<Tape> tapes; // of all images so far
 
 bool is_named(const ZOR_IMAGE *image, const char *word) {
     return std::strstr(image->open_name, word) != nullptr;
@@ -43,7 +41,7 @@ bool is_named(const ZOR_IMAGE *image, const char *word) {
 
 int transfer(void *state, int y, void **rows) {
     auto *tape = static_cast<Tape *>(state);
-    if (y != tape->next && !is_named(tape->image, "any"))
+    if (y != tape->next)
         return zor__fail(ZOR_E_SCANLINE, ZOR_MSG_BAD_SCANLINE, y);
     if (y == tape_state.fail_at)
         return zor__fail(ZOR_E_READ, ZOR_MSG_CANNOT_READ, y, "torn");
@@ -54,17 +52,8 @@ int transfer(void *state, int y, void **rows) {
     return 0;
 }
 
-// What playback was asked for, as a decimal number.
-template<class... Words>
-int play(void *, Words... words) {
-    ZOR_WORD number = 0;
-    ((number = number * 10 + words), ...);
-    return static_cast<int>(number);
-}
-
 int close_tape(ZOR_IMAGE *image) {
     ++tape_state.closes;
-    delete static_cast<Tape *>(image->data[0]);
     zor__free_obj(image);
     return 0;
 }
@@ -80,20 +69,8 @@ int imageReadOpen(ZOR_IMAGE *image) {
     desc->win_bottom = desc->act_bottom = is_named(image, "below") ? -5 : tape_bottom;
     desc->win_top = desc->act_top = is_named(image, "below") ? 5 : tape_top;
     desc->orientation = is_named(image, "rising") ? ZOR_ORIENTATION_RISING : 0;
-    if (imageWriteOpen(image) == 0)
-        return 0;
     image->num_frames = TAPE_FRAMES;
-    if (is_named(image, "stuck"))
-        image->close = nullptr;
-    if (is_named(image, "plays")) {
-        using W = ZOR_WORD;
-        image->get_frame = image->set_frame = image->playback_goto = play<W>;
-        image->playback_bind = play<W, W>;
-        image->playback_play = play<W, W, W, W, W>;
-        image->playback_params = play<W, W, W, W, W, W, W, W>;
-        image->playback_stop = play<W>;
-    }
-    return 1;
+    return imageWriteOpen(image);
 }
 
 int imageWriteOpen(ZOR_IMAGE *image) {
@@ -102,11 +79,13 @@ int imageWriteOpen(ZOR_IMAGE *image) {
     void **rows = ZOR_chan_alloc(image, 0);
     if (rows == nullptr)
         return 0;
-    image->data[0] =
-        new Tape{image, rows, rising ? desc.win_bottom : desc.win_top, rising ? 1 : -1};
+    tapes.push_back({rows, rising ? desc.win_bottom : desc.win_top, rising ? 1 : -1});
+    image->data[0] = &tapes.back();
     image->scan = transfer;
     image->close = close_tape;
-    return 1;
+    if (tape_state.mischief != nullptr)
+        tape_state.mischief(*image, image->images[0]);
+    return tape_state.answer;
 }
 
 void imageCapability(ZOR_CAPABILITY **list, int32_t *first, int32_t *second, int32_t *count) {

@@ -2,7 +2,6 @@
 // used.
 #include <algorithm>
 #include <random>
-#include <thread>
 
 #include "core/registry.h"
 #include "support/driver_test.h"
@@ -33,31 +32,46 @@ TEST_F(MemTest, EveryMixOfChannelsComesBackInEveryOrder) {
                                   {1, ZOR_C_INTEGER, 32}, {2, ZOR_C_FLOAT, 0}, // widths of floats
                                   {1, ZOR_C_DOUBLE, 8},   {0, 0, 0}};          // do not matter
     constexpr int height = 11;
-    Request request("mixes", "mem");
-    for (int k = 0; k <= 16; ++k) { // the last one has no channels at all
+    Request request("mixes.mem");
+    for (int k = 0; k <= 8; ++k) { // the last one has no channels at all
         ZOR_IMAGE_DESC &desc = request.add(40, height);
         desc.win_left += 390, desc.win_right += 390, desc.act_left = 392, desc.act_right = 425;
         desc.win_bottom -= 4, desc.win_top -= 4, desc.act_bottom = -3, desc.act_top = k % 7;
-        desc.image = kinds[k == 16 ? 7 : k % 8];
-        desc.matte = kinds[k == 16 ? 7 : (3 * k + 1) % 8];
-        desc.aux = kinds[k == 16 ? 7 : (5 * k + 3) % 8];
+        desc.image = kinds[k == 8 ? 7 : k];
+        desc.matte = kinds[k == 8 ? 7 : (3 * k + 1) % 8];
+        desc.aux = kinds[k == 8 ? 7 : (5 * k + 3) % 8];
     }
+    uint8_t entries[] = {1, 2, 3};
+    void *tables[] = {entries};
+    request.info.name = STR_save("portrait");
+    request.info.add_extension = 0;
+    request.info.images[0].curve = {2, 0, 0, 1, 3, ZOR_C_INTEGER, 8, tables};
+    request.info.images[0].aux_name = STR_save("depth");
     ZOR_IMAGE *image = request.open("w");
     ASSERT_NE(image, nullptr) << log.text();
     std::vector<int> order = {7, 0, 10, 3, 4, 9, 1, 5, 8, 6, 7}; // not 2, and 7 twice
-    for (int k = 0; k <= 16; ++k)
+    for (int k = 0; k <= 8; ++k)
         for (const int y : order)
             ASSERT_EQ(write(image, k, y, 0, -4), 0);
     for (const int y : {-1, height, -4})
         expect({ZOR_E_SCANLINE, ZOR_MSG_BAD_SCANLINE}, write(image, 0, y));
+    image->images[0].aux.count = 0; // as operators may leave it
     ASSERT_EQ(ZOR_close(image), 0);
+    entries[1] = 99;
 
-    image = request.open("r");
-    ASSERT_EQ(ZOR_image_count(image), 17) << log.text();
+    image = Request("mixes.mem").open("r");
+    ASSERT_EQ(ZOR_image_count(image), 9) << log.text();
+    EXPECT_STREQ(image->name, "portrait");
+    EXPECT_EQ(image->add_extension, 1) << "a matter of the request";
+    const ZOR_IMAGE_DESC &desc = image->images[0];
+    EXPECT_EQ(desc.aux.count, kinds[3].count);
+    EXPECT_STREQ(desc.aux_name, "depth");
+    ASSERT_EQ(desc.curve.kind, 2);
+    EXPECT_EQ(static_cast<uint8_t *>(desc.curve.tables[0])[1], 2);
     std::mt19937 random(1);
     for (int round = 0; round < 3; ++round) {
         for (const int y : order)
-            for (int k = 0; k <= 16; ++k)
+            for (int k = 0; k <= 8; ++k)
                 ASSERT_TRUE(reads_back(image, k, y, 0, -4)) << k << " " << y;
         std::shuffle(order.begin(), order.end(), random);
     }
@@ -66,34 +80,6 @@ TEST_F(MemTest, EveryMixOfChannelsComesBackInEveryOrder) {
     EXPECT_EQ(std::string(static_cast<char *>(rows[0]), 40), std::string(40, '\0')) << "unwritten";
     for (const int y : {-1, height})
         expect({ZOR_E_SCANLINE, ZOR_MSG_BAD_SCANLINE}, ZOR_scan_read(image, y, &rows));
-    EXPECT_EQ(ZOR_close(image), 0);
-}
-
-TEST_F(MemTest, WhatIsKnownOfAnImageComesBack) {
-    uint8_t entries[] = {1, 2, 3};
-    void *tables[] = {entries};
-    Request request("known.mem");
-    request.info.name = STR_save("portrait");
-    request.info.add_extension = 0;
-    ZOR_IMAGE_DESC &asked = request.add(3, 2);
-    asked.curve = {2, 0, 0, 1, 3, ZOR_C_INTEGER, 8, tables};
-    asked.aux = {1, ZOR_C_FLOAT, 32};
-    asked.aux_name = STR_save("depth");
-    ZOR_IMAGE *image = request.open("w");
-    ASSERT_NE(image, nullptr) << log.text();
-    image->images[0].aux.count = 0; // as operators may leave it
-    EXPECT_EQ(ZOR_close(image), 0);
-    entries[1] = 99;
-
-    image = Request("known.mem").open("r");
-    ASSERT_NE(image, nullptr) << log.text();
-    EXPECT_STREQ(image->name, "portrait");
-    EXPECT_EQ(image->add_extension, 1) << "a matter of the request";
-    const ZOR_IMAGE_DESC &desc = image->images[0];
-    EXPECT_EQ(desc.aux.count, 1);
-    EXPECT_STREQ(desc.aux_name, "depth");
-    ASSERT_EQ(desc.curve.kind, 2);
-    EXPECT_EQ(static_cast<uint8_t *>(desc.curve.tables[0])[1], 2);
     EXPECT_EQ(ZOR_close(image), 0);
 }
 
@@ -142,30 +128,11 @@ TEST_F(MemTest, ReadersKeepTheImageTheyOpenedAndNothingElseStays) {
     EXPECT_EQ(Request("b.mem").open("r"), nullptr);
 }
 
-// Two threads write one name and read it, each in its own handles. Whatever they get is one of the
-// images, whole.
-TEST_F(MemTest, ThreadsWriteAndReadAtOnce) {
-    EXPECT_EQ(ZOR_close(begin("a.mem", 1)), 0);
-    const auto work = [](int salt) {
-        for (int i = 0; i < 300; ++i) {
-            ZOR_IMAGE *reader = Request("a.mem").open("r");
-            ZOR_IMAGE *writer = begin("a.mem", salt);
-            EXPECT_TRUE(holds(reader, 1) || holds(reader, 2));
-            EXPECT_EQ(ZOR_close(writer), 0);
-            EXPECT_TRUE(holds(reader, 1) || holds(reader, 2));
-            EXPECT_EQ(ZOR_close(reader), 0);
-        }
-    };
-    std::thread other(work, 2);
-    work(1);
-    other.join();
-}
-
 TEST_F(MemTest, ImagesTooLargeForMemoryAreRefused) {
-    constexpr int32_t sizes[][3] = {{INT32_MAX - 1, INT32_MAX - 1, 32767},
-                                    {1 << 30, 1 << 17, 16384}, // a multiple of 2^64 bytes
-                                    {1 << 30, 1 << 30, 1}};
-    for (const auto &[width, height, channels] : sizes) {
+    for (const auto &[width, height, channels] :
+         {std::tuple(INT32_MAX - 1, INT32_MAX - 1, 32767),
+          {1 << 30, 1 << 17, 16384}, // a multiple of 2^64 bytes
+          {1 << 30, 1 << 30, 1}}) {
         Request request("large.mem");
         request.add(width, height).image = {channels, ZOR_C_DOUBLE, 64};
         EXPECT_EQ(request.open("w"), nullptr);

@@ -101,12 +101,10 @@ TEST_F(ReadTest, AnyValueAnywhereIsSurvived) {
     for (size_t at = 0; at < small_file().size(); ++at)
         for (const uint32_t value : {0U, 1U, 0x20U, 0x7FU, 0x80U, 0xFEU, 0xFFU})
             survive(at, 1, value);
-    for (const size_t number :
-         {0,   2,   4,   6,   8,   10,  12,  14,  16,  18,  20,  22,  24,  26, 612,
-          658, 660, 662, 664, 666, 736, 738, 740, 742, 744, 746, 748, 756, 762})
-        for (const uint32_t value : {0U, 2U, 4U, 5U, 8U, 9U, 33U, 127U, 128U, 739U, 748U, 0x7FFFU,
-                                     0x8000U, 0xFFFEU, 0xFFFFU})
-            survive(number, 2, value);
+    for (size_t at = 0; at < small_file().size(); at += 2)
+        for (const uint32_t value : {2U, 4U, 5U, 8U, 9U, 33U, 128U, 739U, 748U, 0x7FFFU, 0xFFFFU})
+            if (at < 28 || at == 612 || at >= 658) // numbers
+                survive(at, 2, value);
 }
 
 TEST_F(ReadTest, RecordsAreCheckedBeforeTheyAreBelieved) {
@@ -143,11 +141,9 @@ std::string chain(const std::vector<uint32_t> &next) {
 }
 
 TEST_F(ReadTest, ChainsEndOrAreRefused) {
-    for (const auto &next : {std::vector<uint32_t>{748, 748},
-                             {748, 1496, 748},
-                             {748, 1496},
-                             {748, 1496, 2244, 1496, 0},
-                             {748, 1497, 0}})
+    using Chain = std::vector<uint32_t>;
+    for (const auto &next : {Chain{748, 748}, Chain{748, 1496, 748}, Chain{748, 1496},
+                             Chain{748, 1496, 2244, 1496, 0}, Chain{748, 1497, 0}})
         expect_refused(chain(next), not_mox);
     std::string loop = chain({748, 1496, 2244, 748}); // whose rows, read once more, are too much
     for (uint32_t i = 1; i < 4; ++i) {
@@ -155,13 +151,13 @@ TEST_F(ReadTest, ChainsEndOrAreRefused) {
         put(loop, 748 * i + 22, 2, 12 + i);
     }
     expect_refused(loop, not_mox);
-    std::vector<uint32_t> many(65537);
+    Chain many(65537);
     for (size_t i = 0; i + 1 < many.size(); ++i)
         many[i] = static_cast<uint32_t>((i + 1) * 748);
     expect_refused(chain(many), not_mox);
     many.resize(65536);
     many.back() = 0;
-    for (const auto &next : {std::vector<uint32_t>{1496, 0, 748}, many}) { // backward is fine
+    for (const auto &next : {Chain{1496, 0, 748}, many}) { // backward is fine
         ZOR_IMAGE *image = open_bytes(chain(next));
         EXPECT_EQ(ZOR_image_count(image), static_cast<int>(next.size())) << log.text();
         ZOR_close(image);
@@ -251,8 +247,7 @@ TEST_F(ReadTest, RecognisesFilesByNameAndStream) {
     for (const size_t missing : {0U, 1U}) {
         write_file(file, small_file().substr(0, 740 - missing));
         EXPECT_EQ(ZOR_mox_is_file(file.data(), nullptr), 1 - missing);
-        FILE *stream = std::fopen(file.c_str(), "rb");
-        std::fseek(stream, 0, SEEK_END);
+        FILE *stream = std::fopen(file.c_str(), "ab+"); // at its end
         EXPECT_EQ(ZOR_mox_is_file(nullptr, stream), 1 - missing);
         std::fclose(stream);
     }

@@ -1,7 +1,4 @@
 // write_test.cpp - MOX files as they are written, and read back.
-#include <algorithm>
-#include <random>
-
 #include "drivers/mox/driver.h"
 #include "drivers/mox/mox_files.h"
 
@@ -41,34 +38,32 @@ TEST_F(WriteTest, CopiesAreEqualByteForByte) {
 // Sub-images take their rows in any mixture. The last one has none: it comes at the end, with a
 // table that no reader takes for one.
 TEST_F(WriteTest, SubImagesAreChained) {
+    const int frames[] = {-1, -5, 7, 40000};
+    const int clamped[] = {-1, 0, 7, 32767}; // to the field
     Request request(file);
-    request.add(40, 6);
-    request.add(300, 5).aux = {1, ZOR_C_FLOAT, 32};
+    request.add(40, 3);
+    request.add(300, 3).aux = {1, ZOR_C_FLOAT, 32};
     request.add(9, 3).image = {1, ZOR_C_INTEGER, 16};
     request.add(40, 5);
-    const int frames[] = {-1, -5, 7, 40000};
     for (int k = 0; k < 4; ++k)
         request.info.images[k].frame = frames[k];
     ZOR_IMAGE *image = request.open("w");
     ASSERT_NE(image, nullptr);
-    EXPECT_EQ(write(image, 2, 0), 0);
-    write_all(image, 0);
-    EXPECT_EQ(write(image, 2, 1) | write(image, 2, 2), 0);
+    for (const auto &[k, y] : {std::pair{2, 0}, {0, 0}, {0, 1}, {2, 1}, {0, 2}, {2, 2}})
+        EXPECT_EQ(write(image, k, y), 0);
     write_all(image, 1);
     EXPECT_EQ(ZOR_close(image), 0);
     const std::string bytes = read_file(file);
     EXPECT_EQ(bytes.substr(bytes.size() - 20), std::string(20, '\0'));
 
     image = request.open("r");
-    ASSERT_NE(image, nullptr) << log.text();
-    ASSERT_EQ(ZOR_image_count(image), 4);
+    ASSERT_EQ(ZOR_image_count(image), 4) << log.text();
+    for (int k = 0; k < 4; ++k)
+        EXPECT_EQ(image->images[k].frame, clamped[k]);
     for (int y = 0; y < 3; ++y)
         for (const int k : {2, 0, 1})
             EXPECT_TRUE(reads_back(image, k, y)) << k << " " << y;
     expect({ZOR_E_READ, ZOR_MSG_CANNOT_READ}, read(image, 3, 0));
-    const int clamped[] = {-1, 0, 7, 32767}; // to the field
-    for (int k = 0; k < 4; ++k)
-        EXPECT_EQ(image->images[k].frame, clamped[k]);
     ZOR_close(image);
 }
 
@@ -94,42 +89,25 @@ TEST_F(WriteTest, RefusesWhatItCannotStoreBeforeThereIsAFile) {
     }
 }
 
-// A row that codes to more than its count can tell fails alone: another one may take its place.
-TEST_F(WriteTest, RecordsTooLongAreNotBegun) {
-    Request request(file);
-    request.add(20000, 2).image = {2, ZOR_C_INTEGER, 32};
-    std::vector<uint32_t> flat(20000, 1);
-    std::vector<uint32_t> noise(20000);
-    std::generate(noise.begin(), noise.end(), std::mt19937(1));
-    void *good[] = {flat.data(), flat.data()};
-    void *bad[] = {flat.data(), noise.data()};
-    ZOR_IMAGE *image = request.open("w");
-    EXPECT_EQ(ZOR_scan_write(image, 0, good), 0);
-    expect({ZOR_E_WRITE, ZOR_MSG_CANNOT_WRITE_LINE}, ZOR_scan_write(image, 1, bad));
-    EXPECT_EQ(ZOR_scan_write(image, 1, good), 0);
-    EXPECT_EQ(ZOR_close(image), 0);
-    EXPECT_EQ(std::filesystem::file_size(file), 748 + 4 * (2 + 4 * 157 * 2U));
-}
-
+// The header cannot be completed there.
 TEST_F(WriteTest, StandardOutputKeepsItsPlaceholders) {
     Request request("/dev/stdout", "mox");
     request.info.time = STR_save("a day");
-    request.add(8, 2);
+    request.add(8, 1);
     FILE *target = std::fopen(file.c_str(), "wb");
     ASSERT_NE(target, nullptr);
-    bool good;
+    int status = -1;
     {
         const Redirected to_file(target);
-        ZOR_IMAGE *image = request.open("w");
-        good = image != nullptr && write(image, 0, 0) == 0 && write(image, 0, 1) == 0;
-        good = ZOR_close(image) == 0 && good;
+        if (ZOR_IMAGE *image = request.open("w"); image != nullptr)
+            status = write(image, 0, 0) | ZOR_close(image);
     }
     std::fclose(target);
-    EXPECT_TRUE(good) << log.text();
+    EXPECT_EQ(status, 0) << log.text();
     const std::string bytes = read_file(file);
-    ASSERT_GT(bytes.size(), 748U);
+    ASSERT_GT(bytes.size(), 744U);
     EXPECT_EQ(bytes.substr(614, 6), std::string("a day") + '\0');
-    EXPECT_EQ(bytes.substr(740, 8), std::string(8, '\0'));
+    EXPECT_EQ(bytes.substr(740, 4), std::string(4, '\0'));
 }
 
 TEST(ElapsedTime, IsHoursMinutesSeconds) {
