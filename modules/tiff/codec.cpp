@@ -87,7 +87,7 @@ tmsize_t on_write(thandle_t handle, void *data, tmsize_t length) {
     const auto size = static_cast<size_t>(length);
     if (codec.discard)
         return length;
-    if (data == nullptr) // where libtiff did not look whether it got memory
+    if (data == nullptr && size > 0) // where libtiff did not look whether it got memory
         errno = ENOMEM;
     else if (codec.lost == 0 && std::fwrite(data, 1, size, codec.file) == size)
         return length;

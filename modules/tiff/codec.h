@@ -31,8 +31,8 @@ bool open_writer(Codec &codec, bool big);
 // Frees it; a directory that is being written is dropped. What open left null is ignored.
 void close(Codec &codec);
 
-// The same where no line was written yet: fields that could not be set are not looked at again, as
-// libtiff crashes on some of those.
+// The same where a page has no line yet: libtiff does not look at its fields once more, where it
+// trips over some that it had no memory for. (It does over others that it only frees.)
 void abandon(Codec &codec);
 
 // Forgets earlier troubles, and reports what libtiff complained about while it succeeded.

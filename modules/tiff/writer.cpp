@@ -186,9 +186,11 @@ int set_frame(void *state, ZOR_WORD frame) {
                          driver::reason(codec.trouble));
     ++writer.page;
     ++image->num_frames;
-    if (!begin_page(writer))
-        return driver::fail_open(*image, codec.trouble);
-    return 0;
+    if (begin_page(writer))
+        return 0;
+    const int status = driver::fail_open(*image, codec.trouble);
+    abandon(codec);
+    return status;
 }
 
 // Ends the file. A page that lacks lines is left out, so that nobody takes it for a whole one: the

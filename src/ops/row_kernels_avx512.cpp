@@ -1,5 +1,5 @@
-// row_kernels_avx512.cpp - the row kernels that look up in tables, with vectors of 64 bytes. Compiled
-// for processors that have them, and so without inline functions that other files might share.
+// row_kernels_avx512.cpp - the row kernels that look up in tables, with vectors of 64 bytes.
+// Compiled for processors that have them, and so without inline functions that others might share.
 #include <immintrin.h>
 
 #include <cstddef>

@@ -51,8 +51,8 @@ int visit(void *, int, ZOR_WORD, ZOR_WORD, ZOR_WORD, ZOR_WORD) {
     return --inside;
 }
 
-// Each with files of its own, with a picture in memory that all of them write alike, and with frames
-// that are kept open for all.
+// Each with files of its own, with a picture in memory that all of them write alike, and with
+// frames that are kept open for all.
 TEST_F(Concurrency, EightThreads) {
     const std::string shared = path("shared");
     ASSERT_EQ(move(shared, "tiff", "w"), 0);

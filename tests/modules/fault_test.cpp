@@ -20,6 +20,7 @@ TEST_F(ModuleFaults, ChannelsThatDoNotFitAreRefusedAndLeaveNoFile) {
         {".pam", floats(1), {}, "pam cannot handle image channel type"},
         {".pfm", integers(3, 8), {}, "pfm cannot handle image channel width"},
         {".pnm", integers(3, 8), floats(1), "pnm cannot handle matte channel type"},
+        {".png", integers(2, 8), {}, "png cannot handle image channel type"},
         {".png", floats(3), {}, "png cannot handle image channel type"},
         {".png", integers(3, 8), floats(1), "png cannot handle matte channel type"},
         {".png", integers(3, 17), {}, "png cannot handle image channel width"},

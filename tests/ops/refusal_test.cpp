@@ -1,8 +1,9 @@
-// refusal_test.cpp - pushes that cannot work or have nothing to do push nothing, and what they say.
-// That they leave no trace either is seen by fuzz/operators.cpp.
+// refusal_test.cpp - pushes that cannot work or have nothing to do push nothing, leave no trace, and
+// what they say.
 #include <cmath>
 
 #include "ops/fake_image.h"
+#include "ops/state.h"
 #include "support/driver_test.h"
 
 namespace {
@@ -12,12 +13,18 @@ constexpr FakeImage::Groups one_float = {floats(1), none, none};
 
 class Refusal : public DriverTest {
 protected:
-    // Does something with an image that is to push nothing.
+    // Does something with an image that is to push nothing. What it does to the image beforehand is
+    // done by a first time, whose reports do not count; the second one is to change nothing.
     template<class Push>
-    static void push(const FakeImage::Groups &groups, Push operation, int mode = ZOR_MODE_READ) {
+    void push(const FakeImage::Groups &groups, Push operation, int mode = ZOR_MODE_READ) {
         const FakeImage fake(mode, 4, 4, groups);
+        const auto told = log.reports;
+        operation(fake.image());
+        log.reports = told;
+        const std::string before = state_of(*fake.image());
         zor__err = 0;
         operation(fake.image());
+        EXPECT_EQ(state_of(*fake.image()), before);
         fake.image()->num_images = 1;
         EXPECT_EQ(fake.image()->driver_state, nullptr);
     }
@@ -76,6 +83,9 @@ TEST_F(Refusal, OfWhatThereIsNothingToDoFor) {
     push({floats(1), doubles(1), none},
          [&](ZOR_IMAGE *i) { ZOR__remap(i, Ranges(&range, &range)); });
     push({floats(1), none, floats(0)}, [&](ZOR_IMAGE *i) { ZOR__scale(i, factors); });
+    push(
+        {integers(3, 32), none, none}, [&](ZOR_IMAGE *i) { ZOR__change_width(i, Targets(&words)); },
+        ZOR_MODE_WRITE);
     push({floats(3), floats(0), none}, clip);
     push({floats(3), doubles(1), none}, clip);
     push({floats(3), floats(1), none}, [&](ZOR_IMAGE *i) { i->images->chan_flag = 2, clip(i); });

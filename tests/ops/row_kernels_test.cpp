@@ -20,7 +20,7 @@ template<class To, class From, class Work, class Rule>
 void expect_rule(const std::vector<From> &all, Work work, Rule rule) {
     using Part = std::pair<size_t, size_t>; // first, count
     for (const auto &[first, count] :
-         {Part{0, all.size()}, {1, 0}, {1, 1}, {3, 31}, {5, 64}, {7, 97}}) {
+         {Part{0, all.size()}, {1, 0}, {1, 1}, {3, 31}, {2, 60}, {5, 64}, {7, 97}}) {
         std::vector<From> from(&all[first], &all[first] + count);
         std::vector<To> to(count + 2, To{77});
         work(to.data() + 1, from.data(), static_cast<int32_t>(count));
@@ -107,11 +107,14 @@ void from_floats(RowKernels::FromFloats kernel) {
 }
 
 TEST(RowKernels, FollowTheirRulesInEveryVersion) {
+    bool others = false;
     for (const zor::Vectors vectors :
          {zor::Vectors::portable, zor::Vectors::avx2, zor::Vectors::avx512}) {
         const RowKernels *kernels = zor::row_kernels(vectors);
-        if (kernels == nullptr)
+        if (kernels == nullptr) {
+            others = true;
             continue;
+        }
         SCOPED_TRACE(static_cast<int>(vectors));
         look_up(*kernels);
         narrow(*kernels);
@@ -120,6 +123,8 @@ TEST(RowKernels, FollowTheirRulesInEveryVersion) {
         from_floats<uint8_t>(kernels->floats_to_bytes);
         from_floats<uint16_t>(kernels->floats_to_words);
     }
+    if (others)
+        GTEST_SKIP() << "this processor does not run all versions: some are not tested";
 }
 
 } // namespace

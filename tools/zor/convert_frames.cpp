@@ -80,8 +80,10 @@ bool Run::step() {
         const FrameResult result = convert(sequence_.task(*drawn));
         count(result, result.status == Status::broken_off || console_.tell(result));
         return true;
-    } catch (const std::exception &) { // of the bookkeeping
+    } catch (const std::bad_alloc &) { // of the bookkeeping
         std::fputs("zor: out of memory\n", stderr);
+    } catch (const std::exception &error) {
+        std::fprintf(stderr, "zor: %s\n", error.what());
     }
     const std::lock_guard lock(mutex_);
     stopped_ = true;

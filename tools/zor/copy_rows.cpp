@@ -1,5 +1,5 @@
-// copy_rows.cpp - rows go straight over where both ends can agree on an order; a picture that has to
-// be held and turned around is written in one piece where that can be done.
+// copy_rows.cpp - rows go straight over where both ends can agree on an order; a picture that has
+// to be held and turned around is written in one piece where that can be done.
 #include "copy_rows.h"
 
 #include "interrupt.h"

@@ -55,12 +55,12 @@ bool RowReader::hold() {
         offsets_.push_back(line);
         line += (row_bytes(channel) + 7) / 8 * 8; // so that the next row is aligned
     }
-    const auto height = static_cast<size_t>(this->height());
-    if (line > 0 && height > SIZE_MAX / 2 / line)
+    if (line > 0 && static_cast<uint64_t>(height()) > SIZE_MAX / 2 / line)
         throw std::bad_alloc();
-    Picture picture = {std::make_unique_for_overwrite<unsigned char[]>(line * height), line};
-    for (int64_t step = 0; step < this->height(); ++step) {
-        const int64_t row = rises() ? step : this->height() - 1 - step;
+    const size_t size = line * static_cast<size_t>(height());
+    Picture picture = {std::make_unique_for_overwrite<unsigned char[]>(size), line};
+    for (int64_t step = 0; step < height(); ++step) {
+        const int64_t row = rises() ? step : height() - 1 - step;
         if (interrupted() || !scan(row))
             return false;
         for (size_t k = 0; k < channels_.size(); ++k)

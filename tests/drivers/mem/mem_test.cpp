@@ -2,6 +2,7 @@
 // used.
 #include <algorithm>
 #include <random>
+#include <thread>
 
 #include "core/registry.h"
 #include "support/driver_test.h"
@@ -126,6 +127,25 @@ TEST_F(MemTest, ReadersKeepTheImageTheyOpenedAndNothingElseStays) {
     }
     EXPECT_EQ(ZOR_init(nullptr, nullptr), 0);
     EXPECT_EQ(Request("b.mem").open("r"), nullptr);
+}
+
+// Two threads write one name and read it, each in its own handles. Whatever they get is one of the
+// images, whole.
+TEST_F(MemTest, ThreadsWriteAndReadAtOnce) {
+    EXPECT_EQ(ZOR_close(begin("a.mem", 1)), 0);
+    const auto work = [](int salt) {
+        for (int i = 0; i < 300; ++i) {
+            ZOR_IMAGE *reader = Request("a.mem").open("r");
+            ZOR_IMAGE *writer = begin("a.mem", salt);
+            EXPECT_TRUE(holds(reader, 1) || holds(reader, 2));
+            EXPECT_EQ(ZOR_close(writer), 0);
+            EXPECT_TRUE(holds(reader, 1) || holds(reader, 2));
+            EXPECT_EQ(ZOR_close(reader), 0);
+        }
+    };
+    std::thread other(work, 2);
+    work(1);
+    other.join();
 }
 
 TEST_F(MemTest, ImagesTooLargeForMemoryAreRefused) {
