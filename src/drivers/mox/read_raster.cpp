@@ -8,6 +8,7 @@
 // lines are too long for a chunk.
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <mutex>
 
 #include "base/base/owned.h"
@@ -206,6 +207,7 @@ void read_chunk(ReadJob &job, const Chunk &chunk, uint8_t *bytes, PlaneTarget &t
     if (chunk.from >= static_cast<int64_t>(header_size) && chunk.to > chunk.from)
         size = read_at(job.sub.reader->stream, chunk.from, bytes,
                        static_cast<size_t>(chunk.to - chunk.from));
+    std::memset(bytes + size, 0, codec_slack); // decoders look at it, whatever it is
     bool all_good = true;
     for (int32_t y = chunk.first; y < chunk.end; ++y) {
         const auto at = static_cast<size_t>(position_of(job.sub, y) - chunk.from);

@@ -111,6 +111,7 @@ void read_more(ReadStream *stream, int64_t wanted) {
     const size_t got = file_calls().read(to, static_cast<size_t>(wanted), stream->file);
     stream->end += static_cast<int64_t>(got);
     stream->file_position = stream->end;
+    std::memset(to + got, 0, codec_slack); // decoders look at it, whatever it is
     if (got < static_cast<size_t>(wanted)) {
         stream->error = errno;
         if (can_seek(*stream))
