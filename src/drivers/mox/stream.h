@@ -15,7 +15,7 @@
 namespace zor::mox {
 
 constexpr size_t block_size = size_t{256} * 1024; // as much may always be taken at a time
-// What blocks grow to. Larger ones save calls, but took longer when they were tried.
+// What blocks grow to. Writing larger ones saves calls, but takes longer.
 constexpr size_t most_read = size_t{512} * 1024;
 constexpr size_t most_written = size_t{832} * 1024;
 
